@@ -1,0 +1,70 @@
+#pragma once
+// The browser of saved link entries: list, search and sort, and the actions by rights.
+#include <memory>
+#include <string>
+
+#include "entry/Module.h"
+#include "suite/CommonModule.h"
+#include "ui/Form.h"
+
+namespace browser {
+
+class FrmMaster : public ui::Form {
+public:
+    explicit FrmMaster(entry::Module& module);
+    ~FrmMaster() override;
+
+    // Controls, in layout (tab) order.
+    ui::FlexGrid& flexMaster;
+    ui::Frame& fraBrowse;
+    ui::Label& lblsearch;
+    ui::ComboBox& cboColNames;
+    ui::TextBox& txtsearch;
+    ui::ComboBox& cboSearch;
+    ui::OptionButton& optAscend;
+    ui::OptionButton& optDescend;
+    ui::CommandButton& cmdnew;
+    ui::CommandButton& CmdEdit;
+    ui::CommandButton& CmdDelete;
+    ui::CommandButton& cmdPrint;
+    ui::CommandButton& CmdClose;
+
+    void Form_Load() override;
+    void Form_Unload(int& cancel) override;
+    void Form_KeyPress(int16_t& keyAscii) override;
+
+    void GridPopulate(const std::string& sql);
+    void GridColor();
+    void SecurityCheck(int32_t& interfaceId);
+    void cmdnew_Click();
+    void CmdEdit_Click();
+    void CmdDelete_Click();
+    void cmdPrint_Click();
+    void CmdClose_Click();
+    void cboColNames_Click();
+    void optAscend_Click();
+    void optDescend_Click();
+    void txtsearch_KeyUp(int16_t& keyCode, int16_t shift);
+    void flexMaster_RowColChange();
+
+    // The entry loading for editing (fills the linking screen).
+    void EditClick(int32_t& transId);
+    void LoadEntryTransactions(int32_t& transId);
+    void LoadEntryPostingDetails(int32_t& transId);
+
+    const std::string& rights() const { return rights_; }
+
+private:
+    void SearchGrid();
+    void FillColumnHeaders(const std::string& tableName);
+
+    entry::Module& module_;
+    std::unique_ptr<suite::clsCommonGen> gen_;
+    std::unique_ptr<suite::ClsCommonDb> db_;
+    std::string rights_;
+};
+
+// True when the entry of the browser's current row is posted.
+bool IsEntryPosted(entry::Module& module);
+
+}  // namespace browser

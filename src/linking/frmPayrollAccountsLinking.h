@@ -1,0 +1,123 @@
+#pragma once
+// The linking screen: gathers source transactions into posting lines and saves the entry.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "entry/Module.h"
+#include "suite/CommonModule.h"
+#include "ui/Form.h"
+
+namespace linking {
+
+// Column positions of the three lists (0 = the row's own text).
+namespace trn {  // lvwTransactions
+inline constexpr int SlNo = 0, TransNo = 1, Date = 2, EmpNo = 3, Employee = 4, TransID = 5, DeptID = 6;
+}
+namespace det {  // lvwTransactionDetails
+inline constexpr int SlNo = 0, TransNo = 1, Date = 2, EmpNo = 3, Employee = 4, Amount = 5,
+                     Credit = 6, TransID = 7, AccountID = 8, DeptID = 9, AccountName = 10,
+                     Type = 11, RespAmt = 12, DepAmount = 13, ComAmt = 14, ResCurr = 15,
+                     AccCur = 16, ResCurrID = 17, AccCurrID = 18, EmpID = 19;
+}
+namespace pst {  // lvwPostingDetails
+inline constexpr int SlNo = 0, DebitAccount = 1, Description = 2, AccCurrency = 3,
+                     DebitAccountID = 4, DebitAmount = 5, CreditAmount = 6, DeptID = 7,
+                     TotalAmount = 8, TransAmt = 9, TransCurr = 10, CompAmount = 11,
+                     DeptAmount = 12, ResCurrID = 13, AccCurrID = 14, Editable = 15;
+}
+
+class frmPayrollAccountsLinking : public ui::Form {
+public:
+    explicit frmPayrollAccountsLinking(entry::Module& module);
+    ~frmPayrollAccountsLinking() override;
+
+    // Controls, in layout (tab) order.
+    ui::Frame& fraLoanApp;
+    ui::Label& lblTransNo;
+    ui::TextBox& txtTransNo;
+    ui::Label& Label4;
+    ui::DatePicker& dtpTransDate;
+    ui::Frame& fraDateRange;
+    ui::Label& lblType;
+    ui::ComboBox& cboType;
+    ui::Label& Label3;
+    ui::ComboBox& cboDepartment;
+    ui::Label& Label1;
+    ui::DatePicker& dtpFromDate;
+    ui::Label& Label2;
+    ui::DatePicker& dtpToDate;
+    ui::CommandButton& cmdShow;
+    ui::Frame& fraTransactionDetails;
+    ui::ListView& lvwTransactions;
+    ui::ListView& lvwTransactionDetails;
+    ui::CheckBox& chkSelectAll;
+    ui::CommandButton& cmdShowDetails;
+    ui::Frame& fraPostingDetails;
+    ui::ListView& lvwPostingDetails;
+    ui::Label& lblRemarks;
+    ui::TextBox& txtRemarks;
+    ui::Label& lblTotalAmt;
+    ui::TextBox& txtTotDepAmount;
+    ui::CommandButton& cmdOk;
+    ui::CommandButton& cmdClose;
+    ui::Menu& mnuPopup;
+    ui::MenuItem& mnuAdd;
+    ui::MenuItem& mnuEdit;
+    ui::MenuItem& mnuDelete;
+    ui::MenuItem& mnuCancel;
+    ui::MenuItem& mnuSelect;
+
+    // Set-up and gathering.
+    void Form_Load() override;
+    void Form_Activate() override;
+    void Form_QueryUnload(int& cancel, int unloadMode) override;
+    void Form_Unload(int& cancel) override;
+    bool FnCheckAllSettingsEntered();
+    void FillTypeList();
+    void cboType_Click();
+    void cboDepartment_Click();
+    void cmdShow_Click();
+    void FillPayrollDetails();
+    void FillPaymentDetails(const std::string& procedure, const std::string& typeCode,
+                            const std::string& entryLabel);
+    void lvwTransactions_ItemCheck(int row);
+    void SyncTransactionDetails(int32_t transId, int transactionRow);
+    void lvwTransactionDetails_ItemCheck(int row);
+    void chkSelectAll_Click();
+    void cmdShowDetails_Click();
+    void BuildPostingDetails(int detailRow);
+
+    // Saving.
+    void cmdOk_Click();
+    void CmdClose_Click();
+    std::string Generateappno();
+    void InsertIntoTable();
+    void InsertIntoDetailTable(int32_t& transId);
+    void InsertIntoPostingDetailsTable(int32_t& transId);
+    void UpdateTransTables();
+    void UpdateEditedRow(const std::string& whereClause, int32_t transId);
+    double fnPrevPendingLoanAmt(int32_t employeeId, int32_t loanId);
+
+    // The posting list's menu, double-click and keys (the journal line editor's side).
+    void lvwPostingDetails_MouseDown(int button, int shift, float x, float y);
+    void lvwPostingDetails_DblClick();
+    void lvwPostingDetails_KeyDown(int16_t& keyCode, int16_t shift);
+    void mnuAdd_Click();
+    void mnuEdit_Click();
+    void mnuDelete_Click();
+
+    int16_t PrevTypeIndex = 0;
+    int16_t PrevDepartmentIndex = 0;
+    bool SelectingAll = false;
+    bool SyncingSelectAll = false;
+
+    entry::Module& module() const { return module_; }
+
+private:
+    entry::Module& module_;
+    std::unique_ptr<suite::ClsCommonDb> db_;
+    std::unique_ptr<suite::clsCommonGen> gen_;
+};
+
+}  // namespace linking

@@ -1,0 +1,33 @@
+#pragma once
+// Cancelling an entry with a reason; releases its sources.
+#include <memory>
+#include <string>
+
+#include "entry/Module.h"
+#include "suite/CommonModule.h"
+#include "ui/Form.h"
+
+namespace linking {
+
+class frmcancell : public ui::Form {
+public:
+    explicit frmcancell(entry::Module& module);
+    ~frmcancell() override;
+
+    ui::Frame& Frame1;
+    ui::Label& lblreason;
+    ui::TextBox& txtreason;
+    ui::CommandButton& cmdok;
+
+    void Form_Load() override;
+    void Form_QueryUnload(int& cancel, int unloadMode) override;
+    void Cmdok_Click();
+    void txtreason_KeyPress(int16_t& keyAscii);
+    void ReleaseSourceTransactions(const std::string& typeName, int32_t transId);
+
+private:
+    entry::Module& module_;
+    std::unique_ptr<suite::ClsCommonDb> db_;
+};
+
+}  // namespace linking
