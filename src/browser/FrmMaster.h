@@ -2,6 +2,7 @@
 // The browser of saved link entries: list, search and sort, and the actions by rights.
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "entry/Module.h"
 #include "suite/CommonModule.h"
@@ -53,6 +54,8 @@ public:
     void LoadEntryPostingDetails(int32_t& transId);
 
     const std::string& rights() const { return rights_; }
+    // The help file that F1 opens on this screen.
+    const std::string& helpFile() const { return helpFile_; }
 
 private:
     void SearchGrid();
@@ -62,6 +65,8 @@ private:
     std::unique_ptr<suite::clsCommonGen> gen_;
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::string rights_;
+    std::string helpFile_;
+    std::vector<size_t> widths_;  // longest text per column while the grid fills
 };
 
 // True when the entry of the browser's current row is posted.

@@ -25,9 +25,13 @@ public:
     void txtreason_KeyPress(int16_t& keyAscii);
     void ReleaseSourceTransactions(const std::string& typeName, int32_t transId);
 
+    // The help file that F1 opens on this screen.
+    const std::string& helpFile() const { return helpFile_; }
+
 private:
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;
+    std::string helpFile_;
 };
 
 }  // namespace linking

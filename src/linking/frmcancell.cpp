@@ -1,0 +1,138 @@
+#include "linking/frmcancell.h"
+
+#include <string>
+
+#include "browser/FrmMaster.h"
+#include "common/Conv.h"
+
+namespace linking {
+
+namespace {
+
+// The browser's columns that the cancellation reads and marks.
+constexpr int kColTransID = 0, kColType = 3, kColCancel = 5;
+constexpr uint32_t kCancelledColor = 255;  // red, as the browser colours cancelled rows
+constexpr int16_t kApostrophe = 39;
+
+// The reason box filters the apostrophe out of typed input, but a pasted one still reaches
+// the statement. Doubling it keeps the statement's shape, so the stored reason is exactly
+// what the user gave and a quote can never end the literal early.
+std::string QuotedLiteralText(const std::string& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (char ch : text) {
+        out += ch;
+        if (ch == '\'') out += '\'';
+    }
+    return out;
+}
+
+}  // namespace
+
+frmcancell::frmcancell(entry::Module& module)
+    : ui::Form(module.toolkit(), "frmcancell", "Cancel"),
+      Frame1(add<ui::Frame>("Frame1", "")),
+      lblreason(add<ui::Label>("lblreason", "Reason:", &Frame1)),
+      txtreason(add<ui::TextBox>("txtreason", &Frame1)),
+      cmdok(add<ui::CommandButton>("cmdok", "&Ok", &Frame1)),
+      module_(module) {
+    txtreason.KeyPress = [this](int16_t& k) { txtreason_KeyPress(k); };
+    cmdok.Click = [this] { Cmdok_Click(); };
+}
+
+frmcancell::~frmcancell() = default;
+
+void frmcancell::Form_Load() {
+    db_ = std::make_unique<suite::ClsCommonDb>();
+    module_.connection();
+    db_->adocon = module_.session.connection;
+    helpFile_ = module_.helpFile();
+}
+
+void frmcancell::Cmdok_Click() {
+    data::Connection* conn = nullptr;
+    try {
+        if (common::Trim(txtreason.text()).empty()) {
+            module_.MsgBox("Enter reason for deletion", ui::vbOKOnly + ui::vbInformation);
+            txtreason.setFocus();
+            return;
+        }
+        ui::FlexGrid& grid = module_.FrmMaster().flexMaster;
+        const int row = grid.row();
+        const int32_t transId = common::CLng(common::Val(grid.textMatrix(row, kColTransID)));
+        const std::string typeName = grid.textMatrix(row, kColType);
+        const std::string company = std::to_string(module_.session.companyId);
+
+        conn = &module_.connection();
+        conn->beginTrans();
+
+        std::string sql = "update ";
+        sql += module_.session.tables.paPayAccLinkHeader;
+        sql += "  set cancelled=1,";
+        sql += " cancelremarks='";
+        sql += QuotedLiteralText(txtreason.text());
+        sql += "' where TransID=";
+        sql += std::to_string(transId);
+        sql += "  and CompanyID= ";
+        sql += company;
+        conn->execute(sql);
+
+        ReleaseSourceTransactions(typeName, transId);
+        conn->commitTrans();
+
+        grid.setTextMatrix(row, kColCancel, "Yes");
+        for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
+
+        cmdok.setEnabled(false);
+        unload();
+    } catch (const common::Error& e) {
+        if (conn != nullptr && conn->inTransaction()) conn->rollbackTrans();
+        module_.LogError("frmcancell", "Cmdok_Click ", e);
+    }
+}
+
+void frmcancell::ReleaseSourceTransactions(const std::string& typeName, int32_t transId) {
+    const std::string company = std::to_string(module_.session.companyId);
+    std::string sql = "Select distinct RefTransID from ";
+    sql += module_.session.tables.paPayAccLinkDetails;
+    sql += " where CompanyID=";
+    sql += company;
+    sql += " and TransID=";
+    sql += std::to_string(transId);
+    auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+
+    const bool payroll = typeName == "Payroll";
+    const bool payment = typeName == "Reimbursements" || typeName == "Salary Advances" ||
+                         typeName == "Savings" || typeName == "Holded Salaries" ||
+                         typeName == "Leave Encashments" || typeName == "Others";
+    while (!rs->eof()) {
+        const std::string refTransId = rs->field("RefTransID").toText();
+        if (payroll) {
+            module_.connection().execute("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=" +
+                                         company + " and mppProcessID=" + refTransId);
+        } else if (payment) {
+            module_.connection().execute("update pPaymentHeader set phPosted=0 where phCompanyID=" + company +
+                                         " and phPaymentID=" + refTransId);
+        }
+        rs->moveNext();
+    }
+    rs->close();
+}
+
+void frmcancell::txtreason_KeyPress(int16_t& keyAscii) {
+    if (keyAscii == kApostrophe) keyAscii = 0;
+    if (keyAscii == ui::vbKeyReturn) cmdok.setFocus();
+}
+
+void frmcancell::Form_QueryUnload(int& cancel, int unloadMode) {
+    (void)unloadMode;
+    // Once open, the screen cannot be closed without cancelling the entry.
+    if (!cmdok.enabled()) return;
+    cancel = 1;
+    Cmdok_Click();
+    // A successful cancellation has unloaded the screen itself.
+    if (!cmdok.enabled()) return;
+    if (!common::Trim(txtreason.text()).empty()) cancel = 0;
+}
+
+}  // namespace linking
