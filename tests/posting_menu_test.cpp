@@ -1,0 +1,165 @@
+// The posting list's popup menu, double-click and keys on the linking screen.
+#include "TestSupport.h"
+#include "common/Conv.h"
+#include "common/Error.h"
+#include "data/TableNames.h"
+#include "journal/frmJournalDetails.h"
+#include "linking/frmPayrollAccountsLinking.h"
+
+namespace {
+
+namespace pst = linking::pst;
+
+class PostingMenuTest : public testsupport::ModuleTest {
+protected:
+    void SetUp() override {
+        ModuleTest::SetUp();
+        data::AssignTableName(module->connection(), module->session.tables);
+        raw->execute(
+            "insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values "
+            "(1, 9201, 'Menu Account A', (select CurrencyID from pCompanyMaster where CompanyID=1)), "
+            "(1, 9202, 'Menu Account B', (select CurrencyID from pCompanyMaster where CompanyID=1)), "
+            "(1, 9203, 'Menu Account C', (select CurrencyID from pCompanyMaster where CompanyID=1))");
+        module->EntryMode = "N";
+        linking = &module->frmPayrollAccountsLinking();
+        module->DepartmentCurrencyID =
+            scalar("select CurrencyID from pCompanyMaster where CompanyID=1").toInt16();
+        module->CompanyCurrencyID = module->DepartmentCurrencyID;
+    }
+
+    ui::ListView& posting() { return linking->lvwPostingDetails; }
+
+    int addLine(const std::string& account, int accountId, double dept, const std::string& editable) {
+        auto& l = posting();
+        int r = l.add(std::to_string(l.count() + 1));
+        l.setCell(r, pst::DebitAccount, account);
+        l.setCell(r, pst::DebitAccountID, std::to_string(accountId));
+        l.setCell(r, pst::DebitAmount, common::Format2(dept > 0 ? dept : 0));
+        l.setCell(r, pst::CreditAmount, common::Format2(dept < 0 ? -dept : 0));
+        l.setCell(r, pst::TotalAmount, common::Format2(dept));
+        l.setCell(r, pst::TransAmt, common::Format2(dept));
+        l.setCell(r, pst::CompAmount, common::Format2(dept));
+        l.setCell(r, pst::DeptAmount, common::Format2(dept));
+        l.setCell(r, pst::Editable, editable);
+        return r;
+    }
+
+    // Which of Add, Edit, Delete and the hint the menu shows, as "AED-" and the like.
+    std::string popupItems() {
+        toolkit.openMenu = nullptr;
+        posting().userRightClick();
+        EXPECT_EQ(toolkit.openMenu, &linking->mnuPopup);
+        EXPECT_TRUE(linking->mnuCancel.visible());
+        return std::string() + (linking->mnuAdd.visible() ? "A" : "-") +
+               (linking->mnuEdit.visible() ? "E" : "-") + (linking->mnuDelete.visible() ? "D" : "-") +
+               (linking->mnuSelect.visible() ? "S" : "-");
+    }
+
+    linking::frmPayrollAccountsLinking* linking = nullptr;
+};
+
+TEST_F(PostingMenuTest, MenuItemsFollowTheSelectedLine) {
+    EXPECT_EQ(linking->mnuSelect.caption(), "Select some transactions to continue...");
+    EXPECT_EQ(popupItems(), "---S");
+
+    addLine("Menu Account A", 9201, 100, "N");
+    addLine("Menu Account B", 9202, -100, "Y");
+    addLine("Menu Account C", 9203, 0, "");
+    posting().userSelectRow(1);
+    EXPECT_EQ(popupItems(), "AE--");
+    posting().userSelectRow(2);
+    EXPECT_EQ(popupItems(), "AED-");
+    posting().userSelectRow(3);
+    EXPECT_EQ(popupItems(), "AED-");
+
+    // Only the right button opens it.
+    toolkit.openMenu = nullptr;
+    posting().userSelectRow(1);
+    linking->lvwPostingDetails_MouseDown(ui::vbLeftButton, 0, 0, 0);
+    EXPECT_EQ(toolkit.openMenu, nullptr);
+    EXPECT_TRUE(linking->mnuDelete.visible());
+}
+
+TEST_F(PostingMenuTest, DeletingALineRenumbersAndRebalances) {
+    addLine("Menu Account A", 9201, 100, "Y");
+    addLine("Menu Account B", 9202, 25.5, "Y");
+    addLine("Menu Account C", 9203, -100, "Y");
+    posting().userSelectRow(2);
+
+    toolkit.answers.push_back(ui::vbNo);
+    posting().userRightClick();
+    linking->mnuDelete.userClick();
+    ASSERT_EQ(toolkit.messages.size(), 1u);
+    const auto& box = toolkit.messages[0].request;
+    EXPECT_EQ(box.text, "Do you want to delete Menu Account B?");
+    EXPECT_EQ(box.style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
+    EXPECT_EQ(box.title, "Payroll Accounts Linking");
+    EXPECT_EQ(posting().count(), 3);
+    EXPECT_EQ(linking->txtTotDepAmount.text(), "");
+
+    toolkit.answers.push_back(ui::vbYes);
+    posting().userKeyDown(ui::vbKeyDelete);
+    ASSERT_EQ(posting().count(), 2);
+    EXPECT_EQ(posting().text(1), "1");
+    EXPECT_EQ(posting().text(2), "2");
+    EXPECT_EQ(posting().cell(2, pst::DebitAccount), "Menu Account C");
+    EXPECT_EQ(linking->txtTotDepAmount.text(), "0.00");
+}
+
+TEST_F(PostingMenuTest, DeleteKeyIgnoresGatheredLinesAndFailsOnAnEmptyList) {
+    posting().userKeyDown(ui::vbKeyDelete);
+    ASSERT_EQ(toolkit.errors.size(), 1u);
+    EXPECT_EQ(toolkit.errors[0].number(), common::err::ObjectNotSet);
+    EXPECT_EQ(toolkit.errors[0].description(), "Object variable or With block variable not set");
+
+    addLine("Menu Account A", 9201, 100, "N");
+    addLine("Menu Account B", 9202, -100, "y");  // only "Y" exactly deletes
+    for (int row : {1, 2}) {
+        posting().userSelectRow(row);
+        posting().userKeyDown(ui::vbKeyDelete);
+    }
+    EXPECT_TRUE(toolkit.messages.empty());
+    EXPECT_EQ(posting().count(), 2);
+    EXPECT_EQ(toolkit.errors.size(), 1u);
+}
+
+TEST_F(PostingMenuTest, EditAndAddOpenTheEditorInTheirModes) {
+    posting().userDblClick();
+    posting().userKeyDown(ui::vbKeyReturn);
+    EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
+    EXPECT_TRUE(toolkit.errors.empty());
+
+    addLine("Menu Account A", 9201, 100, "N");
+    addLine("Menu Account B", 9202, -60, "Y");
+    posting().userSelectRow(2);
+    posting().userKeyDown(ui::vbKeyReturn);
+    ASSERT_TRUE(module->isLoaded("frmJournalDetails"));
+    auto& ed = module->frmJournalDetails();
+    EXPECT_EQ(toolkit.topForm(), &ed);
+    EXPECT_FALSE(module->AddMode);
+    EXPECT_EQ(ed.txtSlNo.text(), "2");
+    EXPECT_EQ(ed.cboAccountID.text(), "Menu Account B");
+    EXPECT_EQ(ed.txtAmount.text(), "60");
+    EXPECT_TRUE(ed.optCredit.value());
+    ed.cmdCancel.userClick();
+    EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
+
+    posting().userSelectRow(1);  // a gathered line opens for editing too
+    posting().userRightClick();
+    linking->mnuEdit.userClick();
+    ASSERT_TRUE(module->isLoaded("frmJournalDetails"));
+    EXPECT_EQ(module->frmJournalDetails().cboAccountID.text(), "Menu Account A");
+    EXPECT_FALSE(module->frmJournalDetails().cboAccountID.enabled());
+    module->frmJournalDetails().cmdCancel.userClick();
+
+    posting().userRightClick();
+    linking->mnuAdd.userClick();
+    auto& added = module->frmJournalDetails();
+    EXPECT_TRUE(module->AddMode);
+    EXPECT_EQ(added.txtSlNo.text(), "3");
+    EXPECT_EQ(added.cboAccountID.listIndex(), -1);
+    EXPECT_EQ(added.txtBalance.text(), "40.00");
+    EXPECT_TRUE(added.optCredit.value());
+}
+
+}  // namespace
