@@ -27,6 +27,10 @@ inline constexpr int SlNo = 0, DebitAccount = 1, Description = 2, AccCurrency = 
                      DeptAmount = 12, ResCurrID = 13, AccCurrID = 14, Editable = 15;
 }
 
+class TransactionIndex;
+class DetailIndex;
+class PostingIndex;
+
 class frmPayrollAccountsLinking : public ui::Form {
 public:
     explicit frmPayrollAccountsLinking(entry::Module& module);
@@ -114,7 +118,20 @@ public:
 
     entry::Module& module() const { return module_; }
 
+    // Rows added through these keep the screen's lookups in step with its lists (loading a
+    // saved entry adds rows too).
+    int AddTransactionRow(int32_t transId);
+    int AddTransactionDetailRow(int32_t transId);
+    bool TransactionListed(int32_t transId);
+
 private:
+    int PostingLineOf(int detailRow);
+    bool AllDetailsTicked();
+    void ClearSelection();
+
+    std::unique_ptr<TransactionIndex> transactionIndex_;
+    std::unique_ptr<DetailIndex> detailIndex_;
+    std::unique_ptr<PostingIndex> postingIndex_;
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::unique_ptr<suite::clsCommonGen> gen_;
