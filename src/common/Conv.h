@@ -16,6 +16,9 @@ double Val(std::string_view text);
 // with thousands commas, one point, exponent; "" and "." are not numeric.
 bool IsNumeric(std::string_view text);
 
+// CDbl of a text: numeric as IsNumeric says (thousands commas skipped), else Type mismatch (13).
+double CDbl(std::string_view text);
+
 // Format(number, pattern) for the patterns the component uses: "0.00",
 // "###,###,##0.00######" (up to eight decimals, trailing zeros beyond two dropped) and
 // "0". The value is first reduced to 15 significant digits, then rounded half away from

@@ -1,0 +1,657 @@
+#include "data/sqlite/TsqlAdapter.h"
+
+#include <sqlite3.h>
+
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <set>
+
+#include "common/Conv.h"
+#include "common/DateTime.h"
+#include "common/Error.h"
+
+namespace data::sqlite {
+
+namespace {
+
+using common::Value;
+
+enum class Tok { Space, Comment, Ident, Quoted, String, Number, Param, Variable, Op, LParen, RParen, Comma };
+
+struct Token {
+    Tok kind;
+    std::string text;
+};
+
+[[noreturn]] void unsupported(const std::string& what) {
+    common::raise(common::err::Database, kErrorSource, what + " is not supported by the embedded database.");
+}
+
+bool identStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_' || c == '#'; }
+bool identChar(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '#' || c == '$';
+}
+bool digit(char c) { return c >= '0' && c <= '9'; }
+
+std::vector<Token> tokenize(std::string_view s) {
+    std::vector<Token> out;
+    size_t i = 0;
+    auto push = [&](Tok k, size_t from, size_t to) { out.push_back({k, std::string(s.substr(from, to - from))}); };
+    while (i < s.size()) {
+        char c = s[i];
+        size_t st = i;
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            while (i < s.size() && std::isspace(static_cast<unsigned char>(s[i]))) ++i;
+            push(Tok::Space, st, i);
+        } else if (c == '-' && i + 1 < s.size() && s[i + 1] == '-') {
+            while (i < s.size() && s[i] != '\n') ++i;
+            push(Tok::Comment, st, i);
+        } else if (c == '/' && i + 1 < s.size() && s[i + 1] == '*') {
+            auto e = s.find("*/", i + 2);
+            i = e == std::string_view::npos ? s.size() : e + 2;
+            push(Tok::Comment, st, i);
+        } else if (c == '\'' || ((c == 'N' || c == 'n') && i + 1 < s.size() && s[i + 1] == '\'')) {
+            // N'...' is a Unicode literal on the server; SQLite's literals already are.
+            size_t q = c == '\'' ? i : i + 1;
+            i = q + 1;
+            for (;;) {
+                if (i >= s.size()) common::raise(common::err::Database, kErrorSource, "Unclosed quotation mark in the statement.");
+                if (s[i] == '\'') {
+                    if (i + 1 < s.size() && s[i + 1] == '\'') {
+                        i += 2;
+                        continue;
+                    }
+                    ++i;
+                    break;
+                }
+                ++i;
+            }
+            push(Tok::String, q, i);
+        } else if (c == '[' || c == '"' || c == '`') {
+            char close = c == '[' ? ']' : c;
+            auto e = s.find(close, i + 1);
+            i = e == std::string_view::npos ? s.size() : e + 1;
+            push(Tok::Quoted, st, i);
+        } else if (identStart(c)) {
+            while (i < s.size() && identChar(s[i])) ++i;
+            push(Tok::Ident, st, i);
+        } else if (digit(c) || (c == '.' && i + 1 < s.size() && digit(s[i + 1]))) {
+            while (i < s.size() && (digit(s[i]) || s[i] == '.')) ++i;
+            if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+                size_t j = i + 1;
+                if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
+                if (j < s.size() && digit(s[j])) {
+                    i = j;
+                    while (i < s.size() && digit(s[i])) ++i;
+                }
+            }
+            push(Tok::Number, st, i);
+        } else if (c == '?') {
+            ++i;
+            while (i < s.size() && digit(s[i])) ++i;
+            push(Tok::Param, st, i);
+        } else if (c == '@' || c == ':' || c == '$') {
+            ++i;
+            while (i < s.size() && (identChar(s[i]) || s[i] == '@')) ++i;
+            push(i - st > 1 ? Tok::Variable : Tok::Op, st, i);
+        } else if (c == '(') {
+            push(Tok::LParen, i, i + 1), ++i;
+        } else if (c == ')') {
+            push(Tok::RParen, i, i + 1), ++i;
+        } else if (c == ',') {
+            push(Tok::Comma, i, i + 1), ++i;
+        } else {
+            static const char* two[] = {"<=", ">=", "<>", "!=", "*=", "=*", "==", "||", "<<", ">>", "!<", "!>"};
+            size_t n = 1;
+            for (const char* t : two)
+                if (s.substr(i, 2) == t) n = 2;
+            push(Tok::Op, i, i + n);
+            i += n;
+        }
+    }
+    return out;
+}
+
+std::string lower(std::string_view s) { return common::LCase(s); }
+
+bool isKeyword(const Token& t, const char* kw) { return t.kind == Tok::Ident && lower(t.text) == kw; }
+
+bool isComparison(const Token& t) {
+    if (t.kind != Tok::Op) return false;
+    static const std::set<std::string> ops = {"=", "==", "<>", "!=", "<", ">", "<=", ">=", "!<", "!>"};
+    return ops.count(t.text) > 0;
+}
+
+// Column name of an identifier token: brackets and quotes removed, lower case.
+std::string columnName(const Token& t) {
+    std::string s = t.text;
+    if (t.kind == Tok::Quoted && s.size() >= 2) s = s.substr(1, s.size() - 2);
+    return lower(s);
+}
+
+std::string literalText(const Token& t) {
+    std::string inner = t.text.substr(1, t.text.size() - 2);
+    std::string out;
+    for (size_t i = 0; i < inner.size(); ++i) {
+        out += inner[i];
+        if (inner[i] == '\'' && i + 1 < inner.size() && inner[i + 1] == '\'') ++i;
+    }
+    return out;
+}
+
+class Rewriter {
+public:
+    Rewriter(std::vector<Token>& toks, const std::function<bool(const std::string&)>& isDate)
+        : t_(toks), isDate_(isDate) {
+        for (size_t i = 0; i < t_.size(); ++i)
+            if (t_[i].kind != Tok::Space && t_[i].kind != Tok::Comment) sig_.push_back(i);
+    }
+
+    AdaptedStatement run() {
+        AdaptedStatement a;
+        if (sig_.empty()) return a;
+        const std::string first = lower(t_[sig_[0]].text);
+        if (t_[sig_[0]].kind == Tok::Ident && (first == "exec" || first == "execute")) return parseExec();
+        a.changesSchema = first == "create" || first == "drop" || first == "alter";
+        rewriteFunctions();
+        markInsertColumns();
+        for (size_t k = 0; k < sig_.size(); ++k) {
+            Token& tok = t_[sig_[k]];
+            if (tok.kind == Tok::Param) {
+                a.dateParams.push_back(meetsDateColumn(k));
+            } else if (tok.kind == Tok::String) {
+                auto d = common::parseDate(literalText(tok));
+                if (d && meetsDateColumn(k)) tok.text = "'" + common::isoDate(*d) + "'";
+            }
+        }
+        for (const Token& tok : t_) a.sql += tok.text;
+        return a;
+    }
+
+private:
+    const Token& at(size_t k) const { return t_[sig_[k]]; }
+    bool has(size_t k) const { return k < sig_.size(); }
+
+    // Index (into sig_) of the parenthesis that matches the one at k, going forward or back.
+    size_t matchForward(size_t k) const {
+        int depth = 0;
+        for (size_t j = k; j < sig_.size(); ++j) {
+            if (at(j).kind == Tok::LParen) ++depth;
+            if (at(j).kind == Tok::RParen && --depth == 0) return j;
+        }
+        common::raise(common::err::Database, kErrorSource, "Incorrect syntax: a parenthesis is not closed.");
+    }
+    long matchBackward(size_t k) const {
+        int depth = 0;
+        for (long j = static_cast<long>(k); j >= 0; --j) {
+            if (at(static_cast<size_t>(j)).kind == Tok::RParen) ++depth;
+            if (at(static_cast<size_t>(j)).kind == Tok::LParen && --depth == 0) return j;
+        }
+        return -1;
+    }
+
+    bool identIsDate(const Token& tok) const {
+        return (tok.kind == Tok::Ident || tok.kind == Tok::Quoted) && isDate_(columnName(tok));
+    }
+
+    bool rangeHasDateColumn(size_t from, size_t to) const {
+        for (size_t j = from; j <= to && j < sig_.size(); ++j)
+            if (identIsDate(at(j)) && !(has(j + 1) && at(j + 1).kind == Tok::LParen)) return true;
+        return false;
+    }
+
+    // A parenthesised operand counts as a date when it is a plain group or one of the
+    // functions that pass a date through (max, min, isnull, coalesce) over a date column.
+    bool groupIsDate(long open, size_t close) const {
+        if (open < 0) return false;
+        if (open > 0) {
+            const Token& fn = at(static_cast<size_t>(open) - 1);
+            if (fn.kind == Tok::Ident) {
+                static const std::set<std::string> passThrough = {"max", "min", "ifnull", "isnull", "coalesce"};
+                if (!passThrough.count(lower(fn.text)) && !isSqlKeyword(fn)) return false;
+            }
+        }
+        return rangeHasDateColumn(static_cast<size_t>(open) + 1, close);
+    }
+
+    static bool isSqlKeyword(const Token& t) {
+        static const std::set<std::string> kws = {"and", "or", "not", "where", "on", "when", "then", "else", "select", "in", "between"};
+        return kws.count(lower(t.text)) > 0;
+    }
+
+    bool operandBeforeIsDate(long k) const {
+        if (k < 0) return false;
+        const Token& tok = at(static_cast<size_t>(k));
+        if (tok.kind == Tok::RParen) return groupIsDate(matchBackward(static_cast<size_t>(k)), static_cast<size_t>(k));
+        return identIsDate(tok);
+    }
+
+    bool operandAfterIsDate(size_t k) const {
+        if (!has(k)) return false;
+        const Token& tok = at(k);
+        if (tok.kind == Tok::Ident && has(k + 1) && at(k + 1).kind == Tok::LParen)
+            return groupIsDate(static_cast<long>(k) + 1, matchForward(k + 1));
+        if (tok.kind == Tok::LParen) return groupIsDate(static_cast<long>(k), matchForward(k));
+        // A qualified name: alias, dot, column.
+        size_t j = k;
+        while (has(j + 2) && at(j + 1).kind == Tok::Op && at(j + 1).text == ".") j += 2;
+        return identIsDate(at(j));
+    }
+
+    // Whether the literal or "?" at k meets a date column: compared with one, a bound of a
+    // BETWEEN or an IN list on one, an alternative of isnull/coalesce over one, or an
+    // inserted value of one.
+    bool meetsDateColumn(size_t k) const {
+        if (insertDates_.count(k)) return true;
+        long p = static_cast<long>(k) - 1;
+        if (p >= 0 && isComparison(at(static_cast<size_t>(p)))) return operandBeforeIsDate(p - 1);
+        if (has(k + 1) && isComparison(at(k + 1))) return operandAfterIsDate(k + 2);
+        if (p >= 0 && isKeyword(at(static_cast<size_t>(p)), "between")) return operandBeforeIsDate(p - 1);
+        if (p >= 2 && isKeyword(at(static_cast<size_t>(p)), "and") && isKeyword(at(static_cast<size_t>(p) - 2), "between"))
+            return operandBeforeIsDate(p - 3);
+        // Inside a parenthesis: an IN list or a function's arguments.
+        int depth = 0;
+        for (long j = p; j >= 0; --j) {
+            const Token& tok = at(static_cast<size_t>(j));
+            if (tok.kind == Tok::RParen) ++depth;
+            if (tok.kind == Tok::LParen) {
+                if (depth-- > 0) continue;
+                if (j == 0) return false;
+                const Token& before = at(static_cast<size_t>(j) - 1);
+                if (isKeyword(before, "in")) {
+                    long operand = j - 2;
+                    if (operand >= 0 && isKeyword(at(static_cast<size_t>(operand)), "not")) --operand;
+                    return operandBeforeIsDate(operand);
+                }
+                std::string fn = lower(before.text);
+                if (before.kind == Tok::Ident && (fn == "ifnull" || fn == "isnull" || fn == "coalesce"))
+                    return rangeHasDateColumn(static_cast<size_t>(j) + 1, matchForward(static_cast<size_t>(j)));
+                return false;
+            }
+        }
+        return false;
+    }
+
+    // insert into T (c1, c2, ...) values (v1, v2, ...), (...): a lone literal or "?" under a
+    // date column is a date.
+    void markInsertColumns() {
+        if (!isKeyword(at(0), "insert")) return;
+        size_t k = 1;
+        if (has(k) && isKeyword(at(k), "into")) ++k;
+        while (has(k) && at(k).kind != Tok::LParen && !isKeyword(at(k), "values") && !isKeyword(at(k), "select")) ++k;
+        if (!has(k) || at(k).kind != Tok::LParen) return;
+        std::vector<bool> dateCols;
+        size_t close = matchForward(k);
+        bool lastWasName = false;
+        for (size_t j = k + 1; j < close; ++j) {
+            if (at(j).kind == Tok::Comma) {
+                lastWasName = false;
+                continue;
+            }
+            if (at(j).kind == Tok::Op && at(j).text == ".") continue;
+            if (lastWasName) dateCols.pop_back();  // qualified column: the last part counts
+            dateCols.push_back(identIsDate(at(j)));
+            lastWasName = true;
+        }
+        k = close + 1;
+        if (!has(k) || !isKeyword(at(k), "values")) return;
+        ++k;
+        while (has(k) && at(k).kind == Tok::LParen) {
+            size_t end = matchForward(k);
+            size_t col = 0, start = k + 1;
+            int depth = 0;
+            for (size_t j = k + 1; j <= end; ++j) {
+                if (at(j).kind == Tok::LParen) ++depth;
+                if (at(j).kind == Tok::RParen && j != end) --depth;
+                if ((at(j).kind == Tok::Comma && depth == 0) || j == end) {
+                    if (j == start + 1 && col < dateCols.size() && dateCols[col] &&
+                        (at(start).kind == Tok::Param || at(start).kind == Tok::String))
+                        insertDates_.insert(start);
+                    ++col;
+                    start = j + 1;
+                }
+            }
+            k = end + 1;
+            if (has(k) && at(k).kind == Tok::Comma) ++k;
+        }
+    }
+
+    void rewriteFunctions() {
+        for (size_t k = 0; k < sig_.size(); ++k) {
+            Token& tok = t_[sig_[k]];
+            if (tok.kind == Tok::Op && (tok.text == "*=" || tok.text == "=*"))
+                unsupported("The old outer join operator '" + tok.text + "' (use LEFT or RIGHT OUTER JOIN)");
+            if (tok.kind != Tok::Ident) continue;
+            std::string name = lower(tok.text);
+            if (name == "top" && k > 0 && (isKeyword(at(k - 1), "select") || isKeyword(at(k - 1), "distinct")))
+                unsupported("SELECT TOP");
+            bool call = has(k + 1) && at(k + 1).kind == Tok::LParen &&
+                        !(k > 0 && at(k - 1).kind == Tok::Op && at(k - 1).text == ".");
+            if (!call) continue;
+            static const std::pair<const char*, const char*> renames[] = {
+                {"isnull", "ifnull"},        {"len", "tsql_len"},     {"right", "tsql_right"},
+                {"left", "tsql_left"},       {"isnumeric", "tsql_isnumeric"}, {"month", "tsql_month"},
+                {"year", "tsql_year"},       {"day", "tsql_day"},     {"getdate", "tsql_getdate"},
+            };
+            for (const auto& [from, to] : renames)
+                if (name == from) tok.text = to;
+            if (name == "convert") rewriteConvert(k);
+            static const std::set<std::string> unsupportedFns = {"dateadd", "datediff", "datepart", "charindex",
+                                                                  "patindex", "stuff", "datename"};
+            if (unsupportedFns.count(name)) unsupported("The function " + name + "()");
+        }
+    }
+
+    // convert(int, x) becomes tsql_int(x), which fails as the server does on a text that is
+    // not a whole number; other target types are refused by name.
+    void rewriteConvert(size_t k) {
+        size_t open = k + 1, close = matchForward(open);
+        size_t comma = open + 1;
+        while (comma < close && at(comma).kind != Tok::Comma) ++comma;
+        std::string type;
+        for (size_t j = open + 1; j < comma; ++j) type += lower(at(j).text);
+        if (type != "int" && type != "integer") unsupported("convert(" + type + ", ...)");
+        int depth = 0;
+        for (size_t j = comma + 1; j < close; ++j) {
+            if (at(j).kind == Tok::LParen) ++depth;
+            if (at(j).kind == Tok::RParen) --depth;
+            if (at(j).kind == Tok::Comma && depth == 0) unsupported("convert with a style");
+        }
+        t_[sig_[k]].text = "tsql_int";
+        for (size_t j = open + 1; j <= comma; ++j) t_[sig_[j]].text.clear();
+        // Blanks between the removed type and the value stay harmless.
+    }
+
+    AdaptedStatement parseExec() {
+        AdaptedStatement a;
+        a.isExec = true;
+        size_t k = 1;
+        if (!has(k)) common::raise(common::err::Database, kErrorSource, "Incorrect syntax near 'exec'.");
+        // The name may be qualified (dbo.spName); the last part names the procedure.
+        for (;;) {
+            const Token& n = at(k);
+            if (n.kind != Tok::Ident && n.kind != Tok::Quoted)
+                common::raise(common::err::Database, kErrorSource, "Incorrect syntax near '" + n.text + "'.");
+            a.procedure = n.kind == Tok::Quoted ? n.text.substr(1, n.text.size() - 2) : n.text;
+            ++k;
+            if (has(k + 1) && at(k).kind == Tok::Op && at(k).text == ".") {
+                ++k;
+                continue;
+            }
+            break;
+        }
+        while (has(k)) {
+            if (at(k).kind == Tok::Op && at(k).text == ";") {
+                ++k;
+                continue;
+            }
+            ExecArgument arg;
+            if (at(k).kind == Tok::Variable && has(k + 1) && at(k + 1).kind == Tok::Op && at(k + 1).text == "=") {
+                arg.name = at(k).text;
+                k += 2;
+            }
+            if (!has(k)) common::raise(common::err::Database, kErrorSource, "Incorrect syntax near the end of the exec statement.");
+            const Token& v = at(k);
+            std::string sign;
+            if (v.kind == Tok::Op && (v.text == "-" || v.text == "+") && has(k + 1) && at(k + 1).kind == Tok::Number) {
+                sign = v.text == "-" ? "-" : "";
+                ++k;
+            }
+            const Token& val = at(k);
+            if (val.kind == Tok::String) {
+                arg.value = Value(literalText(val));
+            } else if (val.kind == Tok::Number) {
+                std::string num = sign + val.text;
+                if (num.find_first_of(".eE") == std::string::npos)
+                    arg.value = Value(static_cast<int64_t>(std::strtoll(num.c_str(), nullptr, 10)));
+                else
+                    arg.value = Value(std::strtod(num.c_str(), nullptr));
+            } else if (val.kind == Tok::Param) {
+                arg.placeholder = true;
+            } else if (isKeyword(val, "null") || isKeyword(val, "default")) {
+                arg.value = Value();
+            } else {
+                common::raise(common::err::Database, kErrorSource,
+                              "Incorrect syntax near '" + val.text + "' in the arguments of " + a.procedure + ".");
+            }
+            ++k;
+            if (has(k) && (isKeyword(at(k), "output") || isKeyword(at(k), "out"))) ++k;
+            a.arguments.push_back(std::move(arg));
+            if (has(k)) {
+                if (at(k).kind == Tok::Comma) {
+                    ++k;
+                } else if (!(at(k).kind == Tok::Op && at(k).text == ";")) {
+                    common::raise(common::err::Database, kErrorSource, "Incorrect syntax near '" + at(k).text + "'.");
+                }
+            }
+        }
+        return a;
+    }
+
+    std::vector<Token>& t_;
+    const std::function<bool(const std::string&)>& isDate_;
+    std::vector<size_t> sig_;
+    std::set<size_t> insertDates_;
+};
+
+// ---- registered functions -------------------------------------------------------------
+
+std::string textArg(sqlite3_value* v) {
+    const unsigned char* p = sqlite3_value_text(v);
+    return p ? std::string(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v))) : std::string();
+}
+
+// Characters, not bytes: UTF-8 continuation bytes are not counted.
+size_t charCount(std::string_view s) {
+    size_t n = 0;
+    for (char c : s)
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++n;
+    return n;
+}
+
+// Byte offset of the character with the given index.
+size_t byteOffset(std::string_view s, size_t chars) {
+    size_t n = 0;
+    for (size_t i = 0; i < s.size(); ++i) {
+        if ((static_cast<unsigned char>(s[i]) & 0xC0) != 0x80) {
+            if (n == chars) return i;
+            ++n;
+        }
+    }
+    return s.size();
+}
+
+void fnLen(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return sqlite3_result_null(ctx);
+    sqlite3_result_int64(ctx, tsqlLen(textArg(argv[0])));
+}
+
+void fnRightLeft(sqlite3_context* ctx, sqlite3_value** argv, bool right) {
+    if (sqlite3_value_type(argv[0]) == SQLITE_NULL || sqlite3_value_type(argv[1]) == SQLITE_NULL)
+        return sqlite3_result_null(ctx);
+    std::string s = textArg(argv[0]);
+    sqlite3_int64 n = sqlite3_value_int64(argv[1]);
+    size_t len = charCount(s);
+    std::string r;
+    if (n > 0) {
+        size_t take = static_cast<size_t>(std::min<sqlite3_int64>(n, static_cast<sqlite3_int64>(len)));
+        r = right ? s.substr(byteOffset(s, len - take)) : s.substr(0, byteOffset(s, take));
+    }
+    sqlite3_result_text(ctx, r.c_str(), static_cast<int>(r.size()), SQLITE_TRANSIENT);
+}
+void fnRight(sqlite3_context* ctx, int, sqlite3_value** argv) { fnRightLeft(ctx, argv, true); }
+void fnLeft(sqlite3_context* ctx, int, sqlite3_value** argv) { fnRightLeft(ctx, argv, false); }
+
+void fnIsNumeric(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    switch (sqlite3_value_type(argv[0])) {
+        case SQLITE_NULL:
+            return sqlite3_result_int(ctx, 0);
+        case SQLITE_INTEGER:
+        case SQLITE_FLOAT:
+            return sqlite3_result_int(ctx, 1);
+        default:
+            return sqlite3_result_int(ctx, tsqlIsNumeric(textArg(argv[0])) ? 1 : 0);
+    }
+}
+
+void fnDatePart(sqlite3_context* ctx, sqlite3_value** argv, int part) {
+    if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return sqlite3_result_null(ctx);
+    auto d = common::parseDate(textArg(argv[0]));
+    if (!d) {
+        sqlite3_result_error(ctx, "Conversion failed when converting date and/or time from character string.", -1);
+        return;
+    }
+    sqlite3_result_int(ctx, part == 0 ? d->year : part == 1 ? d->month : d->day);
+}
+void fnYear(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, argv, 0); }
+void fnMonth(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, argv, 1); }
+void fnDay(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, argv, 2); }
+
+void fnInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    constexpr sqlite3_int64 lo = -2147483648LL, hi = 2147483647LL;
+    switch (sqlite3_value_type(argv[0])) {
+        case SQLITE_NULL:
+            return sqlite3_result_null(ctx);
+        case SQLITE_INTEGER: {
+            sqlite3_int64 v = sqlite3_value_int64(argv[0]);
+            if (v < lo || v > hi) return sqlite3_result_error(ctx, "Arithmetic overflow error converting expression to data type int.", -1);
+            return sqlite3_result_int64(ctx, v);
+        }
+        case SQLITE_FLOAT: {
+            double v = std::trunc(sqlite3_value_double(argv[0]));  // the server truncates
+            if (!(v >= static_cast<double>(lo) && v <= static_cast<double>(hi)))
+                return sqlite3_result_error(ctx, "Arithmetic overflow error converting expression to data type int.", -1);
+            return sqlite3_result_int64(ctx, static_cast<sqlite3_int64>(v));
+        }
+        default: {
+            std::string s = textArg(argv[0]);
+            size_t b = 0, e = s.size();
+            while (b < e && std::isspace(static_cast<unsigned char>(s[b]))) ++b;
+            while (e > b && std::isspace(static_cast<unsigned char>(s[e - 1]))) --e;
+            size_t i = b;
+            bool negative = false;
+            if (i < e && (s[i] == '+' || s[i] == '-')) negative = s[i++] == '-';
+            bool ok = i < e;
+            sqlite3_int64 v = 0;
+            bool overflow = false;
+            for (; i < e && ok; ++i) {
+                if (!digit(s[i])) {
+                    ok = false;
+                    break;
+                }
+                if (!overflow) {
+                    v = v * 10 + (s[i] - '0');
+                    if (v > hi + 1) overflow = true;
+                }
+            }
+            if (b == e) ok = true, v = 0;  // an empty or blank text converts to 0 on the server
+            if (!ok) {
+                std::string msg = "Conversion failed when converting the varchar value '" + s + "' to data type int.";
+                return sqlite3_result_error(ctx, msg.c_str(), -1);
+            }
+            if (negative) v = -v;
+            if (overflow || v < lo || v > hi) {
+                std::string msg = "The conversion of the varchar value '" + s + "' overflowed an int column.";
+                return sqlite3_result_error(ctx, msg.c_str(), -1);
+            }
+            return sqlite3_result_int64(ctx, v);
+        }
+    }
+}
+
+void fnGetDate(sqlite3_context* ctx, int, sqlite3_value**) {
+    std::time_t t = std::time(nullptr);
+    std::tm tm{};
+    localtime_r(&t, &tm);
+    common::DateTime d{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
+    std::string s = common::isoDate(d);
+    sqlite3_result_text(ctx, s.c_str(), static_cast<int>(s.size()), SQLITE_TRANSIENT);
+}
+
+void registerOne(sqlite3* db, const char* name, int args, void (*fn)(sqlite3_context*, int, sqlite3_value**),
+                 bool deterministic = true) {
+    int flags = SQLITE_UTF8 | (deterministic ? SQLITE_DETERMINISTIC : 0);
+    if (sqlite3_create_function_v2(db, name, args, flags, nullptr, fn, nullptr, nullptr, nullptr) != SQLITE_OK)
+        common::raise(common::err::Database, kErrorSource, sqlite3_errmsg(db));
+}
+
+}  // namespace
+
+AdaptedStatement TsqlAdapter::adapt(std::string_view tsql) const {
+    std::vector<Token> toks = tokenize(tsql);
+    Rewriter r(toks, isDateColumn_);
+    return r.run();
+}
+
+bool tsqlIsNumeric(std::string_view text) {
+    // The server answers 1 when the text converts to any numeric type, money included: blanks
+    // around, a currency sign, a sign, digits with thousands commas, a point, an exponent.
+    size_t b = 0, e = text.size();
+    auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    while (b < e && blank(text[b])) ++b;
+    while (e > b && blank(text[e - 1])) --e;
+    std::string_view s = text.substr(b, e - b);
+    if (s.empty()) return false;
+    size_t i = 0;
+    auto currency = [&] {
+        if (i < s.size() && s[i] == '$') {
+            ++i;
+            return true;
+        }
+        return false;
+    };
+    bool cur = currency();
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+    if (!cur) cur = currency();
+    while (i < s.size() && blank(s[i])) ++i;
+    size_t digits = 0;
+    bool commas = false, point = false;
+    while (i < s.size() && (digit(s[i]) || s[i] == ',')) {
+        if (s[i] == ',') commas = true;
+        else ++digits;
+        ++i;
+    }
+    if (i < s.size() && s[i] == '.') {
+        point = true;
+        ++i;
+        while (i < s.size() && digit(s[i])) ++digits, ++i;
+    }
+    if (i == s.size()) return true;  // "+", "$", "." and "1,2" convert to money
+    if (commas || digits == 0) return false;
+    if (s[i] == 'e' || s[i] == 'E' || s[i] == 'd' || s[i] == 'D') {
+        ++i;
+        if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+        while (i < s.size() && digit(s[i])) ++i;
+        return i == s.size();
+    }
+    (void)point;
+    return false;
+}
+
+long tsqlLen(std::string_view text) {
+    size_t e = text.size();
+    while (e > 0 && text[e - 1] == ' ') --e;
+    return static_cast<long>(charCount(text.substr(0, e)));
+}
+
+void registerFunctions(sqlite3* db) {
+    registerOne(db, "tsql_len", 1, fnLen);
+    registerOne(db, "tsql_right", 2, fnRight);
+    registerOne(db, "tsql_left", 2, fnLeft);
+    registerOne(db, "tsql_isnumeric", 1, fnIsNumeric);
+    registerOne(db, "tsql_month", 1, fnMonth);
+    registerOne(db, "tsql_year", 1, fnYear);
+    registerOne(db, "tsql_day", 1, fnDay);
+    registerOne(db, "tsql_int", 1, fnInt);
+    registerOne(db, "tsql_getdate", 0, fnGetDate, false);
+    // Plain names for the procedure catalog's statements, which SQLite reads as written.
+    registerOne(db, "len", 1, fnLen);
+    registerOne(db, "isnumeric", 1, fnIsNumeric);
+    registerOne(db, "month", 1, fnMonth);
+    registerOne(db, "year", 1, fnYear);
+    registerOne(db, "day", 1, fnDay);
+}
+
+}  // namespace data::sqlite
