@@ -1,0 +1,404 @@
+#include "data/sqlite/Generator.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "common/Error.h"
+
+namespace data::sqlite {
+
+namespace {
+
+constexpr int kInterfaceId = 60;
+
+// The order in which gathering lists a run's lines; saved details keep it.
+constexpr const char* kComponentOrder =
+    "CASE v.sacComponent WHEN 'B' THEN 1 WHEN 'A' THEN 2 WHEN 'D' THEN 3 ELSE 4 END";
+
+std::string quote(const std::string& s) {
+    std::string out = "'";
+    for (char ch : s) {
+        out += ch;
+        if (ch == '\'') out += '\'';
+    }
+    return out + "'";
+}
+
+std::string num(int64_t v) { return std::to_string(v); }
+
+// Amounts are kept to the cent and written with exactly two decimals, as the suite keys them.
+double cents(double x) { return static_cast<double>(std::llround(x * 100.0)) / 100.0; }
+std::string money(double x) {
+    char buf[40];
+    std::snprintf(buf, sizeof buf, "%.2f", x);
+    return buf;
+}
+
+int64_t scalarInt(Connection& c, const std::string& sql) {
+    auto rs = c.open(sql);
+    if (rs->eof() || rs->field(0).isNull()) return 0;
+    return rs->field(0).toInt64();
+}
+
+bool exists(Connection& c, const std::string& table, const std::string& where) {
+    return scalarInt(c, "select count(*) from " + table + " where " + where) > 0;
+}
+
+// Multi-row inserts of a few hundred rows each: far fewer statements than rows, and each
+// statement stays small enough to adapt and parse quickly.
+class BulkInsert {
+public:
+    BulkInsert(Connection& c, std::string head) : c_(c), head_(std::move(head)) {}
+    ~BulkInsert() = default;
+    void add(const std::string& tuple) {
+        buf_ += rows_ ? ",(" : "(";
+        buf_ += tuple;
+        buf_ += ')';
+        if (++rows_ == 400) flush();
+    }
+    void flush() {
+        if (rows_ == 0) return;
+        c_.execute(head_ + " values " + buf_);
+        buf_.clear();
+        rows_ = 0;
+    }
+
+private:
+    Connection& c_;
+    std::string head_;
+    std::string buf_;
+    int rows_ = 0;
+};
+
+struct Tables {
+    std::string department, header, details, posting;
+};
+
+// Where linktable is empty the database was made without demo data; the screens need the
+// mapping, so it gets the one the schema was made for.
+void ensureLinkTable(Connection& c) {
+    if (scalarInt(c, "select count(*) from linktable") > 0) return;
+    static const std::array<std::array<const char*, 2>, 15> rows{{
+        {"pusers", "pusers"},
+        {"ptables", "ptables"},
+        {"ptablecolumns", "ptablecolumns"},
+        {"puserrights", "puserrights"},
+        {"pEmployee", "pemployee"},
+        {"pLoans", "pLoansIssue"},
+        {"pprefix", "pprefix"},
+        {"pCurrencyMaster", "pCurrencyMaster"},
+        {"pSettings", "psettings"},
+        {"aAccountMaster", "aAccountMaster"},
+        {"paPayAccLinkPostingDetails", "paPayAccLinkPostingDetails"},
+        {"paPayAccLinkDetails", "paPayAccLinkDetails"},
+        {"paPayAccLinkHeader", "paPayAccLinkHeader"},
+        {"pDepartment", "pDepartmentMaster"},
+        {"pCompanyMaster", "pCompanyMaster"},
+    }};
+    BulkInsert ins(c, "insert into linktable (tablename, linktablename)");
+    for (const auto& r : rows) ins.add(quote(r[0]) + "," + quote(r[1]));
+    ins.flush();
+}
+
+std::string physical(Connection& c, const std::string& logical) {
+    auto rs = c.open("select linktablename from linktable where tablename = " + quote(logical));
+    std::string name = logical;
+    for (; !rs->eof(); rs->moveNext())
+        if (!rs->field(0).isNull()) name = rs->field(0).toText();  // the last row wins
+    return name;
+}
+
+int64_t nextAccountId(Connection& c, int company) {
+    return std::max<int64_t>(
+        scalarInt(c, "select max(AccountID) from aAccountMaster where CompanyID = " + num(company)) + 1,
+        1001);
+}
+
+void ensureCurrency(Connection& c, int company, int64_t currency) {
+    if (exists(c, "pCurrencyMaster",
+               "CompanyID = " + num(company) + " and CurrencyID = " + num(currency)))
+        return;
+    c.execute("insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol, CurrencyName) values (" +
+              num(company) + "," + num(currency) + "," + quote("CU" + num(currency)) + "," +
+              quote("Currency " + num(currency)) + ")");
+}
+
+// Company, currencies, department, salary accounts, link settings and the browser's own
+// rows: whatever the database lacks for the screens to work on the generated department.
+// Returns the currency the department's staff are paid in.
+int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables& t) {
+    const int k = o.companyId;
+    const std::string company = num(k);
+    if (!exists(c, "pCompanyMaster", "CompanyID = " + company))
+        c.execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" +
+                  company + "," + quote("Company " + company) + ",1)");
+    int64_t companyCurrency =
+        scalarInt(c, "select coalesce(CurrencyID, 1) from pCompanyMaster where CompanyID = " + company);
+    ensureCurrency(c, k, companyCurrency);
+
+    const std::string dept = num(o.departmentId);
+    if (!exists(c, t.department, "CompanyID = " + company + " and DepartmentID = " + dept))
+        c.execute("insert into " + t.department +
+                  " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company +
+                  "," + dept + "," + quote("Department " + dept) + "," + num(companyCurrency) + ")");
+    int64_t payCurrency = scalarInt(c, "select coalesce(DepCurrencyID, " + num(companyCurrency) +
+                                           ") from " + t.department + " where CompanyID = " +
+                                           company + " and DepartmentID = " + dept);
+    ensureCurrency(c, k, payCurrency);
+
+    if (!exists(c, "paSalaryAccountsConfig",
+                "sacCompanyID = " + company + " and sacCurrencyID = " + num(payCurrency))) {
+        struct Component {
+            const char* code;
+            const char* account;
+            int credit;
+        };
+        static const Component components[] = {{"B", "Basic Salaries", 0},
+                                               {"A", "Allowances", 0},
+                                               {"D", "Salary Deductions Payable", 1},
+                                               {"N", "Net Salaries Payable", 1}};
+        int64_t id = nextAccountId(c, k);
+        for (const auto& comp : components) {
+            c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
+                      company + "," + num(id) + "," +
+                      quote(std::string(comp.account) + " - CU" + num(payCurrency)) + "," +
+                      num(payCurrency) + ")");
+            c.execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
+                      "sacSalaryaccID, sacCredit) values (" +
+                      company + "," + num(payCurrency) + "," + quote(comp.code) + "," + num(id) +
+                      "," + num(comp.credit) + ")");
+            ++id;
+        }
+    }
+
+    static const std::array<std::array<const char*, 2>, 7> settings{{{"A", "Salary Advances"},
+                                                                     {"R", "Reimbursements"},
+                                                                     {"S", "Savings"},
+                                                                     {"E", "Leave Encashments"},
+                                                                     {"H", "Holded Salaries"},
+                                                                     {"O", "Others"},
+                                                                     {"CASH", "Cash"}}};
+    for (const auto& s : settings) {
+        if (exists(c, "paPayAccLinkSettings",
+                   "CompanyID = " + company + " and SettingCode = " + quote(s[0])))
+            continue;
+        int64_t id = nextAccountId(c, k);
+        c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
+                  company + "," + num(id) + "," + quote(s[1]) + "," + num(companyCurrency) + ")");
+        c.execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
+                  "values (" +
+                  company + "," + quote(s[0]) + "," + quote(s[1]) + "," + num(id) + ")");
+    }
+
+    if (!exists(c, "psettings", "companyid = " + company))
+        c.execute("insert into psettings (companyid, noofpreviousdays) values (" + company + ",90)");
+    if (!exists(c, "pusers", "userid = 1"))
+        c.execute("insert into pusers (userid, username) values (1, 'admin')");
+    if (!exists(c, "puserrights",
+                "companyid = " + company + " and userid = 1 and interfaceid = " + num(kInterfaceId)))
+        c.execute("insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (" +
+                  company + ",1," + num(kInterfaceId) + ",'NEDP')");
+    if (!exists(c, "pprefix", "companyid = " + company + " and InterfaceID = " + num(kInterfaceId)))
+        c.execute("insert into pprefix (companyid, InterfaceID, Prefix) values (" + company + "," +
+                  num(kInterfaceId) + ",'PAL/')");
+    if (!exists(c, "ptables", "tableid = 60")) {
+        c.execute("insert into ptables (tableid, tablename) values (60, 'paPayAccLinkHeader')");
+        c.execute(
+            "insert into ptablecolumns (tableid, columnid, columnheader, columnname) values "
+            "(60,1,'Trans ID','TransID'),(60,2,'Trans No','TransNo'),(60,3,'Trans Date','TransDate'),"
+            "(60,4,'Type','TransType'),(60,5,'Department','DepartmentName'),"
+            "(60,6,'Cancelled','cancel'),(60,7,'Posted','Posted')");
+    }
+    return payCurrency;
+}
+
+// The 28th of the month `back` months before October 2026, as ISO text, and its "yyyymm".
+std::pair<std::string, std::string> processingMonth(int back) {
+    int month = 10 - back % 12;
+    int year = 2026 - back / 12;
+    if (month < 1) {
+        month += 12;
+        --year;
+    }
+    char iso[32], tag[32];
+    std::snprintf(iso, sizeof iso, "%04d-%02d-28", year, month);
+    std::snprintf(tag, sizeof tag, "%04d%02d", year, month);
+    return {iso, tag};
+}
+
+void generate(Connection& c, const GeneratorOptions& o) {
+    ensureLinkTable(c);
+    Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
+             physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
+    const int64_t payCurrency = ensureMasterData(c, o, t);
+    const std::string company = num(o.companyId);
+    std::mt19937 rng(o.seed);
+    auto pick = [&rng](int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); };
+
+    static const char* firsts[] = {"Ahmed", "Fatima", "Rajesh", "Priya",   "Mohammed", "Aisha",
+                                   "John",  "Maria",  "Suresh", "Anita",   "Omar",     "Layla",
+                                   "David", "Sarah",  "Vikram", "Deepa",   "Khalid",   "Noura",
+                                   "Grace", "Arjun",  "Kavya",  "Hassan",  "Mariam",   "Peter"};
+    static const char* lasts[] = {"Al Mansoori", "Sharma", "Khan",   "Fernandes", "Pillai",
+                                  "Haddad",      "Thomas", "Nair",   "Rahman",    "Menon",
+                                  "Siddiqui",    "Joseph", "Kapoor", "Iyer",      "Mathew",
+                                  "Qureshi",     "Reddy",  "Saleh",  "George",    "Patel"};
+    const int nFirst = static_cast<int>(std::size(firsts));
+    const int nLast = static_cast<int>(std::size(lasts));
+
+    // Employees.
+    const int64_t firstEmp =
+        scalarInt(c, "select max(eEmployeeID) from pemployee where eCompanyID = " + company) + 1;
+    std::vector<double> basic(static_cast<size_t>(o.employees));
+    {
+        BulkInsert ins(c, "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
+                          "eDepartmentID, ecurrencyid)");
+        char empNo[24];
+        for (int i = 0; i < o.employees; ++i) {
+            int64_t id = firstEmp + i;
+            std::snprintf(empNo, sizeof empNo, "G%06lld", static_cast<long long>(id));
+            std::string name = std::string(firsts[pick(nFirst)]) + " " + lasts[pick(nLast)];
+            basic[static_cast<size_t>(i)] = 2000.0 + 250.0 * pick(49);
+            ins.add(company + "," + num(id) + "," + quote(empNo) + "," + quote(name) + "," +
+                    num(o.departmentId) + "," + num(payCurrency));
+        }
+        ins.flush();
+    }
+
+    // Payroll: run (month j, employee i) gets id firstProc + j * employees + i, so entries
+    // can be matched to runs by arithmetic below.
+    const int64_t firstProc =
+        scalarInt(c, "select max(mppProcessID) from pMonthlyPayRollProcessing where mppCompanyID = " +
+                         company) +
+        1;
+    const int64_t runs = static_cast<int64_t>(o.employees) * o.months;
+    std::vector<std::string> runDates;
+    {
+        BulkInsert ins(c, "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
+                          "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
+                          "mppAllowances, mppDeductions, mppNetPay, mppPosted)");
+        for (int j = 0; j < o.months; ++j) {
+            auto [date, tag] = processingMonth(o.months - 1 - j);
+            runDates.push_back(date);
+            for (int i = 0; i < o.employees; ++i) {
+                double b = basic[static_cast<size_t>(i)];
+                double a = cents(b * 0.35 + 25.0 * pick(21));
+                double d = cents(b * 0.04 + 10.25 * pick(31));
+                double n = cents(b + a - d);
+                int64_t id = firstProc + static_cast<int64_t>(j) * o.employees + i;
+                ins.add(company + "," + num(id) + "," + quote("GP" + tag + "/" + num(firstEmp + i)) +
+                        "," + quote(date) + "," + num(o.departmentId) + "," + num(firstEmp + i) + "," +
+                        money(b) + "," + money(a) + "," + money(d) + "," + money(n) + ",0");
+            }
+        }
+        ins.flush();
+    }
+
+    if (o.savedEntries == 0) return;
+    if (runs == 0)
+        common::raise(common::err::InvalidProcedureCall, "Generator",
+                      "Saved entries need processed payroll to link.");
+
+    // Entry headers, numbered on from the highest number the prefix has given so far.
+    const int64_t firstTrans =
+        scalarInt(c, "select max(TransID) from " + t.header + " where CompanyID = " + company) + 1;
+    std::string prefix;
+    {
+        auto rs = c.open("select Prefix from pprefix where companyid = " + company +
+                         " and InterfaceID = " + num(kInterfaceId));
+        if (!rs->eof()) prefix = rs->field(0).joinText();
+    }
+    int64_t lastNo = 0;
+    {
+        auto rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company);
+        for (; !rs->eof(); rs->moveNext()) {
+            std::string no = rs->field(0).joinText();
+            if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
+                no.compare(0, prefix.size(), prefix) != 0)
+                continue;
+            std::string rest = no.substr(prefix.size());
+            if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
+                lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
+        }
+    }
+    {
+        BulkInsert ins(c, "insert into " + t.header +
+                              " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+                              "Remarks, Cancelled, cancelremarks, Posted)");
+        for (int64_t k = 0; k < o.savedEntries; ++k) {
+            int64_t run = k % runs;
+            const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
+            bool active = k < runs;
+            ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
+                    quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
+                    quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
+                    (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
+        }
+        ins.flush();
+    }
+
+    // Details, straight from the lines that gathering shows for each run; one statement per
+    // pass over the runs.
+    for (int64_t pass = 0; pass * runs < o.savedEntries; ++pass) {
+        int64_t count = std::min<int64_t>(runs, o.savedEntries - pass * runs);
+        c.execute("insert into " + t.details +
+                  " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, "
+                  "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, "
+                  "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, "
+                  "AccountAmount, DeptAmount, CompAmount, Credit) "
+                  "select v.mppCompanyID, v.mppProcessID - " + num(firstProc) + " + " +
+                  num(firstTrans + pass * runs) + ", row_number() over (partition by v.mppProcessID order by " +
+                  kComponentOrder +
+                  "), v.mppDepartmentID, v.mppProcessID, v.mppProcessNo, v.Type, v.mppProcessedDate, "
+                  "v.mppEmpID, v.eName, v.eEmpNo, v.sacSalaryaccID, v.AccountDesc, v.ResSymbol, "
+                  "v.AccSymbol, v.sacCurrencyID, v.CurrencyID, v.netPay, v.AccExRate, v.DepExRate, "
+                  "v.CompExRate, v.Credit from vwPayrollAccountLines v where v.mppCompanyID = " +
+                  company + " and v.mppProcessID >= " + num(firstProc) +
+                  " and v.mppProcessID < " + num(firstProc + count));
+    }
+
+    // Journal lines: one per account and transaction currency, as the posting builder groups.
+    c.execute("insert into " + t.posting +
+              " (CompanyID, TransID, DetailID, DepartmentID, AccountID, AccountDesc, Description, "
+              "AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount, "
+              "RefTransAmount, DeptAmount, CompAmount, Editable) "
+              "select CompanyID, TransID, row_number() over (partition by TransID order by min(DetailID)), "
+              "min(DepartmentID), AccountID, min(AccountDesc), '', min(AccCurrID), min(AccCurrSymbol), "
+              "TransCurrID, min(TransCurrSymbol), "
+              "round(sum(case when Credit = 1 then 0 else AccountAmount end), 2), "
+              "round(sum(case when Credit = 1 then AccountAmount else 0 end), 2), "
+              "round(sum(case when Credit = 1 then -RefTransAmount else RefTransAmount end), 2), "
+              "round(sum(case when Credit = 1 then -DeptAmount else DeptAmount end), 2), "
+              "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' "
+              "from " + t.details + " where CompanyID = " + company + " and TransID >= " +
+              num(firstTrans) + " and TransID < " + num(firstTrans + o.savedEntries) +
+              " group by CompanyID, TransID, AccountID, TransCurrID");
+
+    // The runs of the entries that stand are linked; cancelled entries released theirs.
+    c.execute("update pMonthlyPayRollProcessing set mppPosted = 1 where mppCompanyID = " + company +
+              " and mppProcessID >= " + num(firstProc) + " and mppProcessID < " +
+              num(firstProc + std::min<int64_t>(runs, o.savedEntries)));
+}
+
+}  // namespace
+
+void generateLarge(Connection& c, const GeneratorOptions& o) {
+    if (o.employees < 0 || o.months < 0 || o.savedEntries < 0)
+        common::raise(common::err::InvalidProcedureCall, "Generator",
+                      "Counts of employees, months and entries cannot be negative.");
+    c.beginTrans();
+    try {
+        generate(c, o);
+        c.commitTrans();
+    } catch (...) {
+        if (c.inTransaction()) c.rollbackTrans();
+        throw;
+    }
+}
+
+}  // namespace data::sqlite

@@ -1,0 +1,26 @@
+#pragma once
+// Large data sets for benchmarks and load tests: many employees of one department with
+// processed payroll, and optionally many saved link entries, written quickly into a database
+// that already holds the schema (and perhaps the demo data).
+#include "data/Connection.h"
+
+namespace data::sqlite {
+
+struct GeneratorOptions {
+    int employees = 10000;
+    int months = 1;
+    int companyId = 1;
+    int departmentId = 1;
+    int savedEntries = 0;
+    unsigned seed = 1;
+};
+
+// Adds the company, its currency, the department, the salary accounts and the settings when
+// they are missing, then the employees (paid in the department's currency), one processed
+// payroll per employee and month (the 28th of the months up to October 2026) and the saved
+// entries. Entry k links run k with the details and journal lines that gathering would have
+// produced and flags it posted; once every run is linked, further entries are cancelled
+// earlier attempts at the same runs. All of it in one transaction.
+void generateLarge(Connection& c, const GeneratorOptions& o);
+
+}  // namespace data::sqlite
