@@ -1,0 +1,78 @@
+#pragma once
+// ui::Toolkit on Qt Widgets: each form shown modally becomes a dialog built from its
+// Designer file and bound to the form's control models.
+#include <QDialog>
+#include <QEventLoop>
+#include <QPointer>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ui/Form.h"
+#include "ui/Toolkit.h"
+
+namespace qtui {
+
+class Binder;
+
+// The window of one shown form. The frame's close button asks the form (which may refuse);
+// the dialog itself ends only when the form has been unloaded.
+class FormDialog : public QDialog {
+    Q_OBJECT
+public:
+    FormDialog(ui::Form& form, QWidget* parent);
+    ~FormDialog() override;
+
+    ui::Form& form() const { return form_; }
+    Binder& binder() const { return *binder_; }
+    bool formUnloaded() const { return unloaded_; }
+    void markUnloaded();
+    // The nested loop of a modal form: returns when the form has been unloaded.
+    void runModalLoop();
+    // Moves the focus on as the Tab key does.
+    void tabForward() { focusNextChild(); }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    // Escape is no close key on these screens.
+    void reject() override {}
+    void showEvent(QShowEvent* event) override;
+
+private:
+    ui::Form& form_;
+    std::unique_ptr<Binder> binder_;
+    bool unloaded_ = false;
+    QEventLoop* loop_ = nullptr;
+};
+
+class QtToolkit : public ui::Toolkit {
+public:
+    QtToolkit();
+    ~QtToolkit() override;
+    QtToolkit(const QtToolkit&) = delete;
+    QtToolkit& operator=(const QtToolkit&) = delete;
+
+    int msgBox(const ui::MessageBoxRequest& request) override;
+    void showModal(ui::Form& form) override;
+    void formLoaded(ui::Form& form) override;
+    void formUnloaded(ui::Form& form) override;
+    void sendKeys(const std::string& keys) override;
+    void setBusy(bool busy) override;
+    void showHelp(const std::string& helpFile) override;
+    void popupMenu(ui::Form& form, ui::Menu& menu) override;
+    void showError(const common::Error& error) override;
+    void focusChanged(ui::Control& control) override;
+
+    // The window of a shown form, or nullptr.
+    FormDialog* windowOf(const ui::Form& form) const;
+    // The innermost shown form's window, or nullptr.
+    FormDialog* topWindow() const;
+    // The help file that F1 opens.
+    static std::string moduleHelpFile();
+
+private:
+    std::vector<QPointer<FormDialog>> stack_;  // shown forms, innermost last
+    bool busy_ = false;
+};
+
+}  // namespace qtui
