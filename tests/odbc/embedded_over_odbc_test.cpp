@@ -1,0 +1,377 @@
+// The embedded database's T-SQL adapter and procedure catalog above a real ODBC connection
+// to the same SQLite file, so the suite's own statements, procedure calls and parameter
+// refreshes travel through the ODBC backend and the driver.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "../TestSupport.h"
+#include "common/Conv.h"
+#include "common/Error.h"
+#include "data/ErrorLog.h"
+#include "data/TableNames.h"
+#include "data/odbc/OdbcConnection.h"
+#include "data/sqlite/ProcedureCatalog.h"
+#include "data/sqlite/SqliteConnection.h"
+#include "data/sqlite/TsqlAdapter.h"
+
+namespace {
+
+using common::Value;
+using data::CommandPtr;
+using data::CommandType;
+using data::ConnectionPtr;
+using data::CursorType;
+using data::LockType;
+using data::ParamDirection;
+using data::Parameter;
+using data::RecordsetPtr;
+
+// The driver and this program share the system's SQLite library, so an automatic extension
+// gives every database the driver opens the T-SQL functions the adapted statements call.
+int addTsqlFunctions(sqlite3* db, char**, const void*) {
+    try {
+        data::sqlite::registerFunctions(db);
+        return SQLITE_OK;
+    } catch (...) {
+        return SQLITE_ERROR;
+    }
+}
+
+std::string sqliteDriverPath() {
+    if (const char* p = std::getenv("PAYACC_SQLITE_ODBC_DRIVER")) return p;
+    std::error_code ec;
+    for (const auto& dir : std::filesystem::directory_iterator("/usr/lib", ec)) {
+        auto candidate = dir.path() / "odbc" / "libsqlite3odbc.so";
+        if (std::filesystem::exists(candidate)) return candidate.string();
+    }
+    return "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
+}
+
+// A procedure body with each "@Name" outside literals replaced by "?" and its comments left
+// out (the driver splits statements at any ";", also inside one); names gets the parameter
+// named at each marker, in order.
+std::string markParameters(const std::string& body, std::vector<std::string>& names) {
+    std::string out;
+    for (size_t i = 0; i < body.size();) {
+        char ch = body[i];
+        if (ch == '\'' || ch == '"') {
+            size_t end = body.find(ch, i + 1);
+            end = end == std::string::npos ? body.size() : end + 1;
+            out.append(body, i, end - i);
+            i = end;
+        } else if (ch == '-' && i + 1 < body.size() && body[i + 1] == '-') {
+            size_t end = body.find('\n', i);
+            i = end == std::string::npos ? body.size() : end;
+        } else if (ch == '@') {
+            size_t end = i + 1;
+            while (end < body.size() && (std::isalnum(static_cast<unsigned char>(body[end])) || body[end] == '_')) ++end;
+            names.push_back(body.substr(i, end - i));
+            out += '?';
+            i = end;
+        } else {
+            out += ch;
+            ++i;
+        }
+    }
+    return out;
+}
+
+class AdaptedOdbc;
+
+class AdaptedCommand : public data::Command {
+public:
+    AdaptedCommand(std::shared_ptr<AdaptedOdbc> conn, std::string text, CommandType type)
+        : conn_(std::move(conn)), text_(std::move(text)), type_(type) {}
+    void refreshParameters() override;
+    std::vector<Parameter>& parameters() override {
+        if (!refreshed_) refreshParameters();
+        return params_;
+    }
+    void setParameter(size_t pos, Value v) override { at(pos).value = std::move(v); }
+    const Value& parameter(size_t pos) override { return at(pos).value; }
+    RecordsetPtr execute() override;
+    RecordsetPtr execute(const std::vector<Value>& args) override;
+    const std::string& text() const override { return text_; }
+
+private:
+    Parameter& at(size_t pos) {
+        if (pos >= parameters().size())
+            common::raise(common::err::ItemNotFound, "ODBC", "Item cannot be found in the collection.");
+        return params_[pos];
+    }
+    std::shared_ptr<AdaptedOdbc> conn_;
+    std::string text_;
+    CommandType type_;
+    CommandPtr inner_;  // the ODBC command of the adapted text
+    std::vector<Parameter> params_;
+    bool refreshed_ = false;
+};
+
+class AdaptedOdbc : public data::Connection, public std::enable_shared_from_this<AdaptedOdbc> {
+public:
+    explicit AdaptedOdbc(ConnectionPtr odbc)
+        : odbc_(std::move(odbc)),
+          catalog_(data::sqlite::defaultDbDir() + "/sqlite/procedures"),
+          adapter_([this](const std::string& column) { return dateColumns_.count(column) > 0; }) {
+        loadDateColumns();
+    }
+
+    bool isOpen() const override { return odbc_->isOpen(); }
+    long execute(const std::string& sql) override {
+        auto a = adapter_.adapt(sql);
+        if (a.isExec) {
+            runExec(a, {});
+            return -1;
+        }
+        long n = odbc_->execute(a.sql);
+        if (a.changesSchema) loadDateColumns();
+        return n;
+    }
+    RecordsetPtr open(const std::string& sql, CursorType cursor, LockType lock) override {
+        auto a = adapter_.adapt(sql);
+        if (a.isExec) return runExec(a, {});
+        return odbc_->open(a.sql, cursor, lock);
+    }
+    CommandPtr command(const std::string& text, CommandType type) override {
+        return std::make_unique<AdaptedCommand>(shared_from_this(), text, type);
+    }
+    void beginTrans() override { odbc_->beginTrans(); }
+    void commitTrans() override { odbc_->commitTrans(); }
+    void rollbackTrans() override { odbc_->rollbackTrans(); }
+    bool inTransaction() const override { return odbc_->inTransaction(); }
+
+    data::ConnectionPtr odbc() const { return odbc_; }
+    data::sqlite::AdaptedStatement adapt(const std::string& sql) const { return adapter_.adapt(sql); }
+    const data::sqlite::Procedure& procedure(const std::string& name) { return catalog_.find(name); }
+
+    // The suite's date texts become dates where the adapter found a date column, so the
+    // driver receives them in the stored ISO form.
+    static std::vector<Value> withDates(const data::sqlite::AdaptedStatement& a, std::vector<Value> args) {
+        for (size_t i = 0; i < args.size() && i < a.dateParams.size(); ++i)
+            if (a.dateParams[i] && args[i].asText())
+                if (auto d = common::parseDate(*args[i].asText())) args[i] = Value(*d);
+        return args;
+    }
+
+    // "exec NAME args": arguments by position, then by name, as the server matches them.
+    RecordsetPtr runExec(const data::sqlite::AdaptedStatement& a, const std::vector<Value>& args) {
+        const auto& proc = catalog_.find(a.procedure);
+        std::vector<Value> values(proc.parameters.size());
+        size_t nextArg = 0, position = 0;
+        for (const auto& arg : a.arguments) {
+            Value v = arg.placeholder ? args.at(nextArg++) : arg.value;
+            size_t slot = position;
+            if (!arg.name.empty()) {
+                for (size_t i = 0; i < proc.parameters.size(); ++i)
+                    if (common::EqualsNoCase(proc.parameters[i].name, arg.name)) slot = i;
+            } else {
+                ++position;
+            }
+            values.at(slot) = v;
+        }
+        return call(proc, values, nullptr);
+    }
+
+    // Runs the procedure's statement through an ODBC text command; outputs come from the
+    // same-named columns of its first row.
+    RecordsetPtr call(const data::sqlite::Procedure& proc, const std::vector<Value>& values,
+                      std::vector<Value>* outputs) {
+        std::vector<std::string> names;
+        std::string sql = markParameters(proc.body, names);
+        // The driver takes one statement: no trailing separator.
+        while (!sql.empty() && (std::isspace(static_cast<unsigned char>(sql.back())) || sql.back() == ';')) sql.pop_back();
+        std::vector<Value> bound;
+        for (const std::string& n : names) {
+            size_t slot = 0;
+            while (slot < proc.parameters.size() && !common::EqualsNoCase(proc.parameters[slot].name, n)) ++slot;
+            if (slot == proc.parameters.size()) ADD_FAILURE() << proc.name << " uses undeclared " << n;
+            bound.push_back(data::sqlite::convertArgument(proc.parameters.at(slot), values.at(slot)));
+        }
+        RecordsetPtr rs = odbc_->command(sql, CommandType::Text)->execute(bound);
+        if (outputs) {
+            outputs->assign(proc.parameters.size(), Value());
+            for (size_t j = 0; j < proc.parameters.size(); ++j) {
+                if (!proc.parameters[j].output || rs->rows().empty()) continue;
+                int col = rs->fieldIndex(proc.parameters[j].name.substr(1));
+                if (col >= 0) (*outputs)[j] = rs->rows().front()[static_cast<size_t>(col)];
+            }
+        }
+        return rs;
+    }
+
+private:
+    void loadDateColumns() {
+        dateColumns_.clear();
+        auto tables = odbc_->open("select name from sqlite_schema where type in ('table','view')",
+                                  CursorType::ForwardOnly, LockType::ReadOnly);
+        for (const auto& t : tables->rows()) {
+            auto cols = odbc_->open("select name, type from pragma_table_info('" + t[0].toText() + "')",
+                                    CursorType::ForwardOnly, LockType::ReadOnly);
+            for (const auto& c : cols->rows())
+                if (common::ContainsNoCase(c[1].joinText(), "DATE")) dateColumns_.insert(common::LCase(c[0].toText()));
+        }
+    }
+
+    ConnectionPtr odbc_;
+    data::sqlite::ProcedureCatalog catalog_;
+    std::unordered_set<std::string> dateColumns_;
+    data::sqlite::TsqlAdapter adapter_;
+};
+
+void AdaptedCommand::refreshParameters() {
+    params_.clear();
+    if (type_ == CommandType::StoredProc) {
+        const auto& proc = conn_->procedure(text_);
+        params_.push_back({"@RETURN_VALUE", ParamDirection::ReturnValue, Value::Type::Integer, Value()});
+        for (const auto& p : proc.parameters)
+            params_.push_back({p.name, p.output ? ParamDirection::InputOutput : ParamDirection::Input,
+                               Value::Type::Null, Value()});
+    } else {
+        auto a = conn_->adapt(text_);
+        if (!a.isExec) {
+            // The driver describes the adapted statement's markers.
+            inner_ = conn_->odbc()->command(a.sql, CommandType::Text);
+            inner_->refreshParameters();
+            params_ = inner_->parameters();
+        }
+    }
+    refreshed_ = true;
+}
+
+RecordsetPtr AdaptedCommand::execute() {
+    if (type_ == CommandType::StoredProc) {
+        auto& ps = parameters();
+        const auto& proc = conn_->procedure(text_);
+        std::vector<Value> values, outputs;
+        for (size_t i = 1; i < ps.size(); ++i) values.push_back(ps[i].value);
+        RecordsetPtr rs = conn_->call(proc, values, &outputs);
+        ps[0].value = Value(0);
+        for (size_t j = 0; j < proc.parameters.size(); ++j)
+            if (proc.parameters[j].output) ps[j + 1].value = outputs[j];
+        return rs;
+    }
+    std::vector<Value> values;
+    for (const auto& p : parameters()) values.push_back(p.value);
+    return execute(values);
+}
+
+RecordsetPtr AdaptedCommand::execute(const std::vector<Value>& args) {
+    auto a = conn_->adapt(text_);
+    if (a.isExec) return conn_->runExec(a, args);
+    if (!refreshed_) refreshParameters();
+    return inner_->execute(AdaptedOdbc::withDates(a, args));
+}
+
+// A demo database made by the embedded backend, opened again through the driver.
+class EmbeddedOverOdbcTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        static bool registered = false;
+        if (!registered) {
+            sqlite3_auto_extension(reinterpret_cast<void (*)()>(&addTsqlFunctions));
+            registered = true;
+        }
+        dbPath = tmp.file("demo.db");
+        std::filesystem::copy_file(testsupport::demoTemplate(), dbPath);
+        odbc = data::odbc::open("DRIVER=" + sqliteDriverPath() + ";Database=" + dbPath);
+        db = std::make_shared<AdaptedOdbc>(odbc);
+    }
+
+    testsupport::TempDir tmp;
+    std::string dbPath;
+    ConnectionPtr odbc;
+    std::shared_ptr<AdaptedOdbc> db;
+};
+
+}  // namespace
+
+namespace {
+
+TEST_F(EmbeddedOverOdbcTest, SharedQueriesAndProceduresGiveWhatTheEmbeddedBackendGives) {
+    data::TableNames names;
+    data::AssignTableName(*db, names);
+    EXPECT_EQ(names.pDepartment, "pDepartmentMaster");
+    EXPECT_EQ(names.paPayAccLinkHeader, "paPayAccLinkHeader");
+    EXPECT_TRUE(names.pLoans.empty());
+
+    // The exchange rate: a stored-procedure command whose output parameter is read back.
+    EXPECT_DOUBLE_EQ(data::GetExchangeRate(*db, 1, 1, 2), 3.6725);
+    EXPECT_DOUBLE_EQ(data::GetExchangeRate(*db, 1, 4, 4), 1.0);
+    try {
+        data::GetExchangeRate(*db, 1, 1, 4);
+        ADD_FAILURE() << "a missing rate must not read as a number";
+    } catch (const common::Error& e) {
+        EXPECT_EQ(e.number(), common::err::InvalidUseOfNull);
+    }
+
+    // A gathering procedure run as "exec" text: the same rows as on the embedded backend.
+    const std::string exec = "exec spPAGetPayrollAccountDetails 1, '20260801', '20261031', 1";
+    auto viaOdbc = db->open(exec, CursorType::Static, LockType::ReadOnly);
+    auto embedded = data::sqlite::open(dbPath);
+    auto direct = embedded->open(exec, CursorType::Static, LockType::ReadOnly);
+    ASSERT_GT(direct->rows().size(), 0u);
+    ASSERT_EQ(viaOdbc->rows().size(), direct->rows().size());
+    ASSERT_EQ(viaOdbc->names(), direct->names());
+    for (size_t r = 0; r < direct->rows().size(); ++r) {
+        for (const char* column : {"mppProcessID", "eName", "sacSalaryaccID", "netPay", "Credit"}) {
+            int c = direct->fieldIndex(column);
+            EXPECT_EQ(viaOdbc->rows()[r][c].joinText(), direct->rows()[r][c].joinText()) << column << " row " << r;
+        }
+        int d = direct->fieldIndex("mppProcessedDate");
+        EXPECT_EQ(viaOdbc->rows()[r][d].toDate(), direct->rows()[r][d].toDate());
+    }
+}
+
+TEST_F(EmbeddedOverOdbcTest, HeaderWritesAsTheSaveDoesAreUndoneByRollback) {
+    const std::string insert =
+        " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ";
+    auto count = [&] {
+        return db->open("select count(*) from paPayAccLinkHeader where TransID=9001", CursorType::ForwardOnly,
+                        LockType::ReadOnly)
+            ->field(0);
+    };
+    std::vector<Value> values{Value(1), Value(9001), Value(1), Value("PAY9001"), Value("28/Oct/2026"),
+                              Value("P"), Value("October run"), Value(0)};
+
+    db->beginTrans();
+    auto cmd = db->command(insert, CommandType::Text);
+    cmd->refreshParameters();
+    EXPECT_EQ(cmd->parameters().size(), 8u);
+    cmd->execute(values);
+    EXPECT_EQ(count(), Value(1));
+    db->rollbackTrans();
+    EXPECT_EQ(count(), Value(0));
+
+    db->beginTrans();
+    cmd = db->command(insert, CommandType::Text);
+    cmd->refreshParameters();
+    cmd->execute(values);
+    db->execute("update pMonthlyPayRollProcessing set mppPosted=1 where mppCompanyID=1 and mppProcessID=1");
+    db->commitTrans();
+
+    // The edit's update binds the date value itself.
+    auto update = db->command(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=9001",
+                              CommandType::Text);
+    update->refreshParameters();
+    update->execute({Value(common::DateTime::ymd(2026, 10, 29)), Value("moved")});
+
+    auto rs = data::sqlite::open(dbPath)->open(
+        "select TransNo, TransDate, Remarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID=9001",
+        CursorType::ForwardOnly, LockType::ReadOnly);
+    ASSERT_FALSE(rs->eof());
+    EXPECT_EQ(rs->field("TransNo"), Value("PAY9001"));
+    EXPECT_EQ(rs->field("TransDate").toDate(), common::DateTime::ymd(2026, 10, 29));
+    EXPECT_EQ(rs->field("Remarks"), Value("moved"));
+    EXPECT_NE(rs->field("Posted").joinText(), "1");
+}
+
+}  // namespace
