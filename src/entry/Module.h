@@ -49,6 +49,10 @@ public:
     // Shows a form modally through the toolkit; returns when it is unloaded.
     void showModal(ui::Form& form);
 
+    // Destroys the forms unloaded so far. Front ends call it when no event is running, since
+    // a handler of an unloaded form may still be on the stack until then.
+    void collect();
+
     // MsgBox titled with the session title.
     int MsgBox(const std::string& text, int style);
     // The error log: writes the line, then shows the description (exclamation, OK) when

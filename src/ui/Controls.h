@@ -319,6 +319,8 @@ public:
     Handler<> RowColChange, Click, DblClick;
     Handler<int16_t&, int16_t> KeyDown;
     void userSelectCell(int row, int col);
+    void userDblClick();
+    void userKeyDown(int16_t keyCode);
     void clearStructure();  // the fixed Ctrl+D command: clears the data rows' selection
 
 private:

@@ -33,6 +33,10 @@ public:
 
     Form* topForm() const { return stack_.empty() ? nullptr : stack_.back(); }
     const std::vector<Form*>& stack() const { return stack_; }
+    // Forms told loaded and not yet unloaded, in load order.
+    const std::vector<Form*>& loadedForms() const { return loaded_; }
+    // The loaded (or shown) form of that name, innermost modal form first; nullptr if none.
+    Form* findForm(const std::string& name) const;
     bool busy() const { return busy_; }
     std::string lastHelpFile;
     Menu* openMenu = nullptr;
@@ -53,6 +57,8 @@ public:
 
 private:
     std::vector<Form*> stack_;  // modal forms, innermost last
+    std::vector<Form*> loaded_;
+    Form* focusForm_ = nullptr;  // form of the control that took the focus last
     bool busy_ = false;
 };
 

@@ -1,0 +1,978 @@
+#include "ui/Controls.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+#include "common/Conv.h"
+#include "common/Error.h"
+#include "ui/Form.h"
+
+namespace ui {
+
+namespace {
+
+// The errors the classic controls raised for a bad index or value.
+[[noreturn]] void invalidValue(const std::string& source) {
+    throw common::Error(380, source, "Invalid property value");
+}
+[[noreturn]] void invalidIndex(const std::string& source) {
+    throw common::Error(381, source, "Invalid property array index");
+}
+[[noreturn]] void outOfBounds(const std::string& source) {
+    throw common::Error(35600, source, "Index out of bounds");
+}
+
+// The key code that goes with a typed character (KeyDown/KeyUp see codes, KeyPress sees
+// characters): letters are their capital, the period and minus keys their own codes.
+int16_t keyCodeOf(int16_t ascii, int16_t& shift) {
+    shift = 0;
+    if (ascii >= 'a' && ascii <= 'z') return static_cast<int16_t>(ascii - 32);
+    if (ascii >= 'A' && ascii <= 'Z') {
+        shift = 1;
+        return ascii;
+    }
+    if (ascii == '.') return 190;
+    if (ascii == '-') return 189;
+    return ascii;
+}
+
+const std::string& emptyText() {
+    static const std::string empty;
+    return empty;
+}
+
+bool isCharacterKey(int16_t k) { return k == vbKeyBack || k == vbKeyReturn || k == 27 || k == 32; }
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// Control
+
+Control::Control(Form& form, std::string name, std::string typeName, Control* container)
+    : form_(form), name_(std::move(name)), typeName_(std::move(typeName)), container_(container) {}
+
+Control::~Control() = default;
+
+void Control::setEnabled(bool v) {
+    if (enabled_ == v) return;
+    enabled_ = v;
+    changed(Change::Property);
+}
+
+void Control::setVisible(bool v) {
+    if (visible_ == v) return;
+    visible_ = v;
+    changed(Change::Property);
+}
+
+bool Control::reachable() const {
+    for (const Control* c = this; c; c = c->container_)
+        if (!c->enabled_ || !c->visible_) return false;
+    return true;
+}
+
+void Control::setCaption(std::string v) {
+    if (caption_ == v) return;
+    caption_ = std::move(v);
+    changed(Change::Property);
+}
+
+void Control::setToolTipText(std::string v) {
+    if (toolTip_ == v) return;
+    toolTip_ = std::move(v);
+    changed(Change::Property);
+}
+
+void Control::setFocus() {
+    // A control the user cannot reach cannot hold the focus; the request is dropped rather
+    // than raised so that a handler's last "put the focus back" step never fails.
+    if (!reachable()) return;
+    Control* previous = form_.activeControl();
+    if (previous == this) return;
+    form_.setActiveControl(this);
+    if (previous && previous->LostFocus) previous->LostFocus();
+    form_.toolkit().focusChanged(*this);
+    if (GotFocus) GotFocus();
+}
+
+bool Control::hasFocus() const { return form_.activeControl() == this; }
+
+int Control::addListener(Listener l) {
+    int id = nextListener_++;
+    listeners_.emplace_back(id, std::move(l));
+    return id;
+}
+
+void Control::removeListener(int id) {
+    auto it = std::find_if(listeners_.begin(), listeners_.end(), [id](auto& p) { return p.first == id; });
+    if (it != listeners_.end()) listeners_.erase(it);
+}
+
+void Control::changed(Change c, int row, int col) {
+    // By index: a listener may add or remove listeners while being told.
+    for (size_t i = 0; i < listeners_.size(); ++i) {
+        auto l = listeners_[i].second;
+        if (l) l(*this, c, row, col);
+    }
+}
+
+void Control::userEvent(const std::function<void()>& fn) { form_.userEvent(fn); }
+
+namespace {
+// A user action first moves the focus to the control, as a click or a keystroke does.
+void takeFocus(Control& c) {
+    if (!c.hasFocus() && c.tabStop()) c.setFocus();
+}
+// With KeyPreview the form sees a key press before the control; 0 cancels it.
+bool previewKeyPress(Form& f, int16_t& k) {
+    if (f.keyPreview) f.Form_KeyPress(k);
+    return k != 0;
+}
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// Simple controls
+
+Label::Label(Form& f, std::string name, std::string caption, Control* container)
+    : Control(f, std::move(name), "Label", container) {
+    setCaption(std::move(caption));
+    setTabStop(false);
+}
+
+Frame::Frame(Form& f, std::string name, std::string caption, Control* container)
+    : Control(f, std::move(name), "Frame", container) {
+    setCaption(std::move(caption));
+    setTabStop(false);
+}
+
+CommandButton::CommandButton(Form& f, std::string name, std::string caption, Control* container)
+    : Control(f, std::move(name), "CommandButton", container) {
+    setCaption(std::move(caption));
+}
+
+void CommandButton::userClick() {
+    if (!reachable()) return;
+    userEvent([this] {
+        takeFocus(*this);
+        if (Click) Click();
+    });
+}
+
+// ---------------------------------------------------------------------------------------
+// TextBox
+
+TextBox::TextBox(Form& f, std::string name, Control* container)
+    : Control(f, std::move(name), "TextBox", container) {}
+
+void TextBox::setText(std::string v) {
+    if (v == text_) return;
+    text_ = std::move(v);
+    selStart_ = 0;
+    selLength_ = 0;
+    changed(Change::Text);
+    if (Change) Change();
+}
+
+void TextBox::setLocked(bool v) {
+    if (locked_ == v) return;
+    locked_ = v;
+    changed(Change::Property);
+}
+
+void TextBox::setSelStart(int v) {
+    selStart_ = std::clamp(v, 0, static_cast<int>(text_.size()));
+    selLength_ = std::min(selLength_, static_cast<int>(text_.size()) - selStart_);
+    changed(Change::Selection);
+}
+
+void TextBox::setSelLength(int v) {
+    selLength_ = std::clamp(v, 0, static_cast<int>(text_.size()) - selStart_);
+    changed(Change::Selection);
+}
+
+void TextBox::userKey(int16_t keyAscii) {
+    if (!reachable()) return;
+    userEvent([this, keyAscii] {
+        if (!hasFocus()) {
+            // Clicking into a box puts the caret after its text; GotFocus may select it all.
+            selStart_ = static_cast<int>(text_.size());
+            selLength_ = 0;
+            setFocus();
+        }
+        int16_t shift = 0;
+        int16_t code = keyCodeOf(keyAscii, shift);
+        if (KeyDown) KeyDown(code, shift);
+        int16_t k = keyAscii;
+        if (previewKeyPress(form(), k) && KeyPress) KeyPress(k);
+        if (k != 0 && k != vbKeyReturn && k != vbKeyTab && !locked_) {
+            std::string next = text_;
+            int start = std::clamp(selStart_, 0, static_cast<int>(next.size()));
+            int len = std::clamp(selLength_, 0, static_cast<int>(next.size()) - start);
+            if (k == vbKeyBack) {
+                if (len > 0) {
+                    next.erase(start, len);
+                } else if (start > 0) {
+                    next.erase(--start, 1);
+                }
+            } else {
+                next.replace(start, len, 1, static_cast<char>(k));
+                ++start;
+            }
+            bool fits = maxLength <= 0 || static_cast<int>(next.size()) <= maxLength || k == vbKeyBack;
+            if (fits && next != text_) {
+                text_ = std::move(next);
+                selStart_ = start;
+                selLength_ = 0;
+                changed(Change::Text);
+                if (Change) Change();
+            }
+        }
+        if (KeyUp) KeyUp(code, shift);
+    });
+}
+
+void TextBox::userType(const std::string& text) {
+    for (char c : text) userKey(static_cast<int16_t>(static_cast<unsigned char>(c)));
+}
+
+void TextBox::userPaste(const std::string& text) {
+    if (!reachable()) return;
+    userEvent([this, &text] {
+        takeFocus(*this);
+        if (locked_) return;
+        std::string v = text;
+        if (maxLength > 0 && static_cast<int>(v.size()) > maxLength) v.resize(maxLength);
+        if (v == text_) return;
+        text_ = std::move(v);
+        selStart_ = static_cast<int>(text_.size());
+        selLength_ = 0;
+        changed(Change::Text);
+        if (Change) Change();
+    });
+}
+
+void TextBox::userKeyDown(int16_t keyCode) {
+    if (!reachable()) return;
+    userEvent([this, keyCode] {
+        takeFocus(*this);
+        int16_t code = keyCode;
+        if (KeyDown) KeyDown(code, 0);
+        if (code == vbKeyDelete && !locked_) {
+            int start = std::clamp(selStart_, 0, static_cast<int>(text_.size()));
+            int len = std::clamp(selLength_, 0, static_cast<int>(text_.size()) - start);
+            if (len == 0 && start < static_cast<int>(text_.size())) len = 1;
+            if (len > 0) {
+                text_.erase(start, len);
+                selStart_ = start;
+                selLength_ = 0;
+                changed(Change::Text);
+                if (Change) Change();
+            }
+        }
+        if (KeyUp) KeyUp(code, 0);
+    });
+}
+
+// ---------------------------------------------------------------------------------------
+// ComboBox
+
+ComboBox::ComboBox(Form& f, std::string name, Control* container, Style style)
+    : Control(f, std::move(name), "ComboBox", container), style_(style) {}
+
+void ComboBox::addItem(std::string text) {
+    items_.push_back(Item{std::move(text), 0});
+    changed(Change::Items, newIndex());
+}
+
+void ComboBox::clear() {
+    items_.clear();
+    listIndex_ = -1;
+    text_.clear();
+    changed(Change::Items);
+}
+
+const std::string& ComboBox::list(int index) const {
+    if (index < 0 || index >= listCount()) {
+        // Reading past the list gives an empty text, as the classic List property did.
+        if (index >= -1) return emptyText();
+        invalidIndex(typeName());
+    }
+    return items_[index].text;
+}
+
+int64_t ComboBox::itemData(int index) const {
+    if (index < 0 || index >= listCount()) invalidIndex(typeName());
+    return items_[index].data;
+}
+
+void ComboBox::setItemData(int index, int64_t data) {
+    if (index < 0 || index >= listCount()) invalidIndex(typeName());
+    items_[index].data = data;
+    changed(Change::Items, index);
+}
+
+void ComboBox::setListIndex(int index) {
+    if (index < -1 || index >= listCount()) invalidValue(typeName());
+    if (index == listIndex_) return;
+    listIndex_ = index;
+    text_ = index >= 0 ? items_[index].text : std::string();
+    changed(Change::Index, index);
+    if (Click) Click();
+}
+
+void ComboBox::setText(std::string v) {
+    if (style_ == Style::DropDownList) {
+        // A drop-down list shows only its items: the text picks one, or none when empty.
+        if (v.empty()) {
+            setListIndex(-1);
+            return;
+        }
+        for (int i = 0; i < listCount(); ++i)
+            if (common::EqualsNoCase(items_[i].text, v)) {
+                setListIndex(i);
+                return;
+            }
+        throw common::Error(383, typeName(), "'Text' property is read-only");
+    }
+    if (v == text_) return;
+    text_ = std::move(v);
+    if (listIndex_ >= 0 && items_[listIndex_].text != text_) listIndex_ = -1;
+    changed(Change::Text);
+    if (Change) Change();
+}
+
+void ComboBox::setLocked(bool v) {
+    if (locked_ == v) return;
+    locked_ = v;
+    changed(Change::Property);
+}
+
+void ComboBox::userSelect(int index) {
+    if (!reachable() || locked_ || index < 0 || index >= listCount()) return;
+    userEvent([this, index] {
+        takeFocus(*this);
+        listIndex_ = index;
+        text_ = items_[index].text;
+        changed(Change::Index, index);
+        if (Click) Click();
+    });
+}
+
+bool ComboBox::userSelectText(const std::string& text) {
+    int found = -1;
+    for (int i = 0; i < listCount() && found < 0; ++i)
+        if (items_[i].text == text) found = i;
+    for (int i = 0; i < listCount() && found < 0; ++i)
+        if (common::EqualsNoCase(common::Trim(items_[i].text), common::Trim(text))) found = i;
+    if (found < 0) return false;
+    userSelect(found);
+    return true;
+}
+
+void ComboBox::userKey(int16_t keyAscii) {
+    if (!reachable()) return;
+    userEvent([this, keyAscii] {
+        takeFocus(*this);
+        int16_t shift = 0;
+        int16_t code = keyCodeOf(keyAscii, shift);
+        if (KeyDown) KeyDown(code, shift);
+        int16_t k = keyAscii;
+        if (!previewKeyPress(form(), k)) return;
+        if (KeyPress) KeyPress(k);
+        if (k == 0 || k == vbKeyReturn || k == vbKeyTab || locked_) return;
+        if (style_ == Style::DropDownList) {
+            // A letter moves to the next item that starts with it.
+            if (k < 32) return;
+            int n = listCount();
+            for (int step = 1; step <= n; ++step) {
+                int i = (listIndex_ + step + n) % n;
+                if (!items_[i].text.empty() &&
+                    std::toupper(static_cast<unsigned char>(items_[i].text[0])) == std::toupper(k)) {
+                    if (i != listIndex_) {
+                        listIndex_ = i;
+                        text_ = items_[i].text;
+                        changed(Change::Index, i);
+                        if (Click) Click();
+                    }
+                    break;
+                }
+            }
+            return;
+        }
+        std::string next = text_;
+        if (k == vbKeyBack) {
+            if (!next.empty()) next.pop_back();
+        } else {
+            next.push_back(static_cast<char>(k));
+        }
+        if (next == text_) return;
+        text_ = std::move(next);
+        if (listIndex_ >= 0 && items_[listIndex_].text != text_) listIndex_ = -1;
+        changed(Change::Text);
+        if (Change) Change();
+    });
+}
+
+// ---------------------------------------------------------------------------------------
+// CheckBox, OptionButton, DatePicker
+
+CheckBox::CheckBox(Form& f, std::string name, std::string caption, Control* container)
+    : Control(f, std::move(name), "CheckBox", container) {
+    setCaption(std::move(caption));
+}
+
+void CheckBox::setValue(int v) {
+    if (v < 0 || v > 2) invalidValue(typeName());
+    if (v == value_) return;
+    value_ = v;
+    changed(Change::Value);
+    if (Click) Click();
+}
+
+void CheckBox::userSet(int v) {
+    if (!reachable() || v < 0 || v > 1) return;
+    userEvent([this, v] {
+        takeFocus(*this);
+        setValue(v);
+    });
+}
+
+void CheckBox::userKey(int16_t keyAscii) {
+    if (!reachable()) return;
+    userEvent([this, keyAscii] {
+        takeFocus(*this);
+        int16_t k = keyAscii;
+        if (!previewKeyPress(form(), k)) return;
+        if (KeyPress) KeyPress(k);
+        if (k == 32) setValue(value_ == 1 ? 0 : 1);
+    });
+}
+
+OptionButton::OptionButton(Form& f, std::string name, std::string caption, Control* container)
+    : Control(f, std::move(name), "OptionButton", container) {
+    setCaption(std::move(caption));
+}
+
+void OptionButton::setValue(bool v) {
+    if (v == value_) return;
+    value_ = v;
+    changed(Change::Value);
+    if (!v) return;
+    // Option buttons of one container form a group: one selected at a time.
+    for (Control* c : form().controls()) {
+        if (c == this || c->typeName() != "OptionButton" || c->container() != container()) continue;
+        auto* other = static_cast<OptionButton*>(c);
+        if (other->value_) {
+            other->value_ = false;
+            other->changed(Change::Value);
+        }
+    }
+    if (Click) Click();
+}
+
+void OptionButton::userSet(bool v) {
+    // The user can select an option button, never clear one.
+    if (!reachable() || !v) return;
+    userEvent([this] {
+        takeFocus(*this);
+        setValue(true);
+    });
+}
+
+void OptionButton::userKey(int16_t keyAscii) {
+    if (!reachable()) return;
+    userEvent([this, keyAscii] {
+        takeFocus(*this);
+        int16_t k = keyAscii;
+        if (!previewKeyPress(form(), k)) return;
+        if (KeyPress) KeyPress(k);
+        if (k == 32) setValue(true);
+    });
+}
+
+DatePicker::DatePicker(Form& f, std::string name, Control* container)
+    : Control(f, std::move(name), "DTPicker", container) {}
+
+void DatePicker::setValue(const common::DateTime& v) {
+    if (v == value_) return;
+    value_ = v;
+    changed(Change::Value);
+    if (Change) Change();
+}
+
+void DatePicker::userSet(const common::DateTime& v) {
+    if (!reachable()) return;
+    userEvent([this, v] {
+        takeFocus(*this);
+        setValue(v);
+    });
+}
+
+void DatePicker::userKeyDown(int16_t keyCode) {
+    if (!reachable()) return;
+    userEvent([this, keyCode] {
+        takeFocus(*this);
+        int16_t code = keyCode;
+        if (KeyDown) KeyDown(code, 0);
+    });
+}
+
+// ---------------------------------------------------------------------------------------
+// ListView
+
+ListView::ListView(Form& f, std::string name, Control* container)
+    : Control(f, std::move(name), "ListView", container) {}
+
+void ListView::addColumn(std::string header, int width) {
+    headers_.push_back(std::move(header));
+    widths_.push_back(width);
+    changed(Change::Columns, -1, columnCount() - 1);
+}
+
+const std::string& ListView::columnHeader(int col) const {
+    if (col < 0 || col >= columnCount()) outOfBounds("ColumnHeaders");
+    return headers_[col];
+}
+
+void ListView::setColumnHeader(int col, std::string text) {
+    if (col < 0 || col >= columnCount()) outOfBounds("ColumnHeaders");
+    headers_[col] = std::move(text);
+    changed(Change::Columns, -1, col);
+}
+
+int ListView::columnWidth(int col) const {
+    if (col < 0 || col >= columnCount()) outOfBounds("ColumnHeaders");
+    return widths_[col];
+}
+
+int ListView::add(std::string text) {
+    Row r;
+    // One allocation per row: room for every column, filled as sub-items are set.
+    r.cells.reserve(std::max(1, columnCount()));
+    r.cells.push_back(std::move(text));
+    rows_.push_back(std::move(r));
+    changed(Change::Rows, count());
+    return count();
+}
+
+void ListView::remove(int row) {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    rows_.erase(rows_.begin() + (row - 1));
+    if (selected_ == row)
+        selected_ = 0;
+    else if (selected_ > row)
+        --selected_;
+    changed(Change::Rows, row);
+}
+
+void ListView::clear() {
+    rows_.clear();
+    selected_ = 0;
+    changed(Change::Rows);
+}
+
+const std::string& ListView::cell(int row, int col) const {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    if (col < 0 || (col > 0 && col >= columnCount())) invalidValue("ListSubItems");
+    const auto& cells = rows_[row - 1].cells;
+    return col < static_cast<int>(cells.size()) ? cells[col] : emptyText();
+}
+
+void ListView::setCell(int row, int col, std::string v) {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    if (col < 0 || (col > 0 && col >= columnCount())) invalidValue("ListSubItems");
+    auto& cells = rows_[row - 1].cells;
+    if (col >= static_cast<int>(cells.size())) cells.resize(col + 1);
+    cells[col] = std::move(v);
+    changed(Change::Cell, row, col);
+}
+
+bool ListView::checked(int row) const {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    return rows_[row - 1].checked;
+}
+
+void ListView::setChecked(int row, bool v) {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    if (rows_[row - 1].checked == v) return;
+    rows_[row - 1].checked = v;
+    changed(Change::Check, row);
+}
+
+void ListView::setSelectedIndex(int row) {
+    if (row < 0 || row > count()) outOfBounds("ListItems");
+    if (row == selected_) return;
+    selected_ = row;
+    changed(Change::Selection, row);
+}
+
+void ListView::ensureVisible(int row) {
+    if (row < 1 || row > count()) outOfBounds("ListItems");
+    changed(Change::Property, row);
+}
+
+void ListView::userToggle(int row) {
+    if (!reachable() || !checkboxes || row < 1 || row > count()) return;
+    userEvent([this, row] {
+        takeFocus(*this);
+        rows_[row - 1].checked = !rows_[row - 1].checked;
+        changed(Change::Check, row);
+        if (ItemCheck) ItemCheck(row);
+    });
+}
+
+void ListView::userSelectRow(int row) {
+    if (!reachable() || row < 1 || row > count()) return;
+    userEvent([this, row] {
+        takeFocus(*this);
+        if (selected_ != row) {
+            selected_ = row;
+            changed(Change::Selection, row);
+        }
+        if (Click) Click();
+    });
+}
+
+void ListView::userDblClick() {
+    if (!reachable()) return;
+    userEvent([this] {
+        takeFocus(*this);
+        if (DblClick) DblClick();
+    });
+}
+
+void ListView::userRightClick() {
+    if (!reachable()) return;
+    userEvent([this] {
+        takeFocus(*this);
+        if (MouseDown) MouseDown(vbRightButton, 0, 0.0f, 0.0f);
+    });
+}
+
+void ListView::userKeyDown(int16_t keyCode) {
+    if (!reachable()) return;
+    userEvent([this, keyCode] {
+        takeFocus(*this);
+        int16_t code = keyCode;
+        if (KeyDown) KeyDown(code, 0);
+        if (isCharacterKey(keyCode)) {
+            int16_t k = keyCode;
+            if (previewKeyPress(form(), k) && KeyPress) KeyPress(k);
+        }
+    });
+}
+
+// ---------------------------------------------------------------------------------------
+// FlexGrid
+
+FlexGrid::FlexGrid(Form& f, std::string name, Control* container)
+    : Control(f, std::move(name), "MSHFlexGrid", container),
+      cells_(2, std::vector<std::string>(2)), colors_(2), widths_(2, -1) {}
+
+namespace {
+[[noreturn]] void badRow() { throw common::Error(30009, "MSHFlexGrid", "Invalid Row value"); }
+[[noreturn]] void badCol() { throw common::Error(30010, "MSHFlexGrid", "Invalid Col value"); }
+}  // namespace
+
+void FlexGrid::setRows(int n) {
+    if (n < 0) invalidValue(typeName());
+    if (n == rows_) return;
+    cells_.resize(n, std::vector<std::string>(cols_));
+    colors_.resize(n);
+    rows_ = n;
+    int last = std::max(0, n - 1);
+    row_ = std::min(row_, last);
+    rowSel_ = std::min(rowSel_, last);
+    topRow_ = std::clamp(topRow_, std::min(fixedRows, last), last);
+    changed(Change::Rows);
+}
+
+void FlexGrid::setCols(int n) {
+    if (n < 0) invalidValue(typeName());
+    if (n == cols_) return;
+    for (auto& r : cells_) r.resize(n);
+    for (auto& r : colors_)
+        if (!r.empty()) r.resize(n, kDefaultColor);
+    widths_.resize(n, -1);
+    cols_ = n;
+    int last = std::max(0, n - 1);
+    col_ = std::min(col_, last);
+    colSel_ = std::min(colSel_, last);
+    changed(Change::Columns);
+}
+
+void FlexGrid::setData(std::vector<std::vector<std::string>> dataRows) {
+    int fixed = std::clamp(fixedRows, 0, rows_);
+    cells_.resize(fixed);
+    cells_.reserve(fixed + dataRows.size());
+    for (auto& r : dataRows) {
+        r.resize(cols_);
+        cells_.push_back(std::move(r));
+    }
+    rows_ = static_cast<int>(cells_.size());
+    // Row colours are kept only for rows that have one; a fresh fill has none.
+    colors_.assign(rows_, {});
+    int last = std::max(0, rows_ - 1);
+    row_ = std::min(std::max(row_, std::min(fixed, last)), last);
+    rowSel_ = row_;
+    topRow_ = std::min(fixed, last);
+    changed(Change::Rows);
+}
+
+const std::string& FlexGrid::textMatrix(int row, int col) const {
+    if (row < 0 || row >= rows_) badRow();
+    if (col < 0 || col >= cols_) badCol();
+    return cells_[row][col];
+}
+
+void FlexGrid::setTextMatrix(int row, int col, std::string v) {
+    if (row < 0 || row >= rows_) badRow();
+    if (col < 0 || col >= cols_) badCol();
+    cells_[row][col] = std::move(v);
+    changed(Change::Cell, row, col);
+}
+
+uint32_t FlexGrid::cellBackColor(int row, int col) const {
+    if (row < 0 || row >= rows_) badRow();
+    if (col < 0 || col >= cols_) badCol();
+    const auto& r = colors_[row];
+    return col < static_cast<int>(r.size()) ? r[col] : kDefaultColor;
+}
+
+void FlexGrid::setCellBackColor(int row, int col, uint32_t bgr) {
+    if (row < 0 || row >= rows_) badRow();
+    if (col < 0 || col >= cols_) badCol();
+    auto& r = colors_[row];
+    if (r.empty()) {
+        if (bgr == kDefaultColor) return;
+        r.assign(cols_, kDefaultColor);
+    }
+    r[col] = bgr;
+    changed(Change::Colors, row, col);
+}
+
+void FlexGrid::setRow(int r) {
+    if (r < 0 || r >= rows_) badRow();
+    rowSel_ = r;
+    if (r == row_) {
+        changed(Change::Selection, r, col_);
+        return;
+    }
+    row_ = r;
+    changed(Change::Selection, r, col_);
+    if (RowColChange) RowColChange();
+}
+
+void FlexGrid::setCol(int c) {
+    if (c < 0 || c >= cols_) badCol();
+    colSel_ = c;
+    if (c == col_) {
+        changed(Change::Selection, row_, c);
+        return;
+    }
+    col_ = c;
+    changed(Change::Selection, row_, c);
+    if (RowColChange) RowColChange();
+}
+
+void FlexGrid::setColSel(int c) {
+    if (c < 0 || c >= cols_) badCol();
+    colSel_ = c;
+    changed(Change::Selection, row_, col_);
+}
+
+void FlexGrid::setRowSel(int r) {
+    if (r < 0 || r >= rows_) badRow();
+    rowSel_ = r;
+    changed(Change::Selection, row_, col_);
+}
+
+void FlexGrid::setTopRow(int r) {
+    if (r < 0 || r >= rows_) badRow();
+    topRow_ = std::max(r, std::min(fixedRows, rows_ - 1));
+    changed(Change::Property, topRow_);
+}
+
+int FlexGrid::colWidth(int col) const {
+    if (col < 0 || col >= cols_) badCol();
+    return widths_[col];
+}
+
+void FlexGrid::setColWidth(int col, int width) {
+    if (col < 0 || col >= cols_) badCol();
+    widths_[col] = width;
+    changed(Change::Columns, -1, col);
+}
+
+namespace {
+
+int compareNoCase(const std::string& a, const std::string& b) {
+    size_t n = std::min(a.size(), b.size());
+    for (size_t i = 0; i < n; ++i) {
+        int x = std::tolower(static_cast<unsigned char>(a[i]));
+        int y = std::tolower(static_cast<unsigned char>(b[i]));
+        if (x != y) return x < y ? -1 : 1;
+    }
+    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
+}
+
+// The number a numeric cell stands for; thousands separators are part of a number's text.
+double numberOf(const std::string& s) {
+    if (s.find(',') == std::string::npos) return common::Val(s);
+    std::string t;
+    t.reserve(s.size());
+    for (char c : s)
+        if (c != ',') t.push_back(c);
+    return common::Val(t);
+}
+
+// A merge sort on row positions: stable, and safe even when the comparison is not a strict
+// order (generic mode mixes number and text comparisons, which need not be transitive).
+template <class Less>
+void mergeSort(std::vector<int>& v, Less less) {
+    std::vector<int> tmp(v.size());
+    for (size_t width = 1; width < v.size(); width *= 2) {
+        for (size_t lo = 0; lo < v.size(); lo += 2 * width) {
+            size_t mid = std::min(lo + width, v.size()), hi = std::min(lo + 2 * width, v.size());
+            size_t i = lo, j = mid, k = lo;
+            while (i < mid && j < hi) tmp[k++] = less(v[j], v[i]) ? v[j++] : v[i++];
+            while (i < mid) tmp[k++] = v[i++];
+            while (j < hi) tmp[k++] = v[j++];
+        }
+        v.swap(tmp);
+    }
+}
+
+}  // namespace
+
+void FlexGrid::sort(Sort mode) {
+    if (mode == flexSortNone) return;
+    int first = std::clamp(fixedRows, 0, rows_);
+    int n = rows_ - first;
+    if (n < 2 || cols_ == 0) return;
+    int c1 = std::min(col_, colSel_), c2 = std::min(std::max(col_, colSel_), cols_ - 1);
+    int keys = c2 - c1 + 1;
+
+    bool generic = mode == flexSortGenericAscending || mode == flexSortGenericDescending;
+    bool numeric = mode == flexSortNumericAscending || mode == flexSortNumericDescending;
+    bool noCase = mode == flexSortStringNoCaseAscending || mode == flexSortStringNoCaseDescending;
+    bool descending = mode == flexSortGenericDescending || mode == flexSortNumericDescending ||
+                      mode == flexSortStringNoCaseDescending || mode == flexSortStringDescending;
+
+    // Numbers are read once per cell rather than at every comparison.
+    std::vector<double> num;
+    std::vector<char> isNum;
+    if (generic || numeric) {
+        num.resize(static_cast<size_t>(n) * keys);
+        isNum.resize(num.size());
+        for (int r = 0; r < n; ++r)
+            for (int k = 0; k < keys; ++k) {
+                const std::string& s = cells_[first + r][c1 + k];
+                size_t i = static_cast<size_t>(r) * keys + k;
+                isNum[i] = numeric || common::IsNumeric(s);
+                num[i] = isNum[i] ? numberOf(s) : 0.0;
+            }
+    }
+
+    auto compare = [&](int a, int b) {
+        for (int k = 0; k < keys; ++k) {
+            const std::string& x = cells_[first + a][c1 + k];
+            const std::string& y = cells_[first + b][c1 + k];
+            int c;
+            size_t ia = static_cast<size_t>(a) * keys + k, ib = static_cast<size_t>(b) * keys + k;
+            if ((generic || numeric) && isNum[ia] && isNum[ib]) {
+                c = num[ia] < num[ib] ? -1 : (num[ia] > num[ib] ? 1 : 0);
+            } else if (generic || noCase) {
+                c = compareNoCase(x, y);
+            } else {
+                c = x.compare(y);
+                c = c < 0 ? -1 : (c > 0 ? 1 : 0);
+            }
+            if (c != 0) return c;
+        }
+        return 0;
+    };
+
+    std::vector<int> order(n);
+    for (int i = 0; i < n; ++i) order[i] = i;
+    mergeSort(order, [&](int a, int b) { return descending ? compare(a, b) > 0 : compare(a, b) < 0; });
+
+    // Rows (and their colours) move as wholes: no cell is copied.
+    std::vector<std::vector<std::string>> sortedCells;
+    std::vector<std::vector<uint32_t>> sortedColors;
+    sortedCells.reserve(n);
+    sortedColors.reserve(n);
+    for (int i : order) {
+        sortedCells.push_back(std::move(cells_[first + i]));
+        sortedColors.push_back(std::move(colors_[first + i]));
+    }
+    for (int i = 0; i < n; ++i) {
+        cells_[first + i] = std::move(sortedCells[i]);
+        colors_[first + i] = std::move(sortedColors[i]);
+    }
+    changed(Change::Sort);
+}
+
+void FlexGrid::userSelectCell(int row, int col) {
+    if (!reachable() || row < 0 || row >= rows_ || col < 0 || col >= cols_) return;
+    userEvent([this, row, col] {
+        takeFocus(*this);
+        bool moved = row != row_ || col != col_;
+        row_ = row;
+        col_ = col;
+        rowSel_ = row;
+        colSel_ = col;
+        changed(Change::Selection, row, col);
+        if (moved && RowColChange) RowColChange();
+        if (Click) Click();
+    });
+}
+
+void FlexGrid::userDblClick() {
+    if (!reachable()) return;
+    userEvent([this] {
+        takeFocus(*this);
+        if (DblClick) DblClick();
+    });
+}
+
+void FlexGrid::userKeyDown(int16_t keyCode) {
+    if (!reachable()) return;
+    userEvent([this, keyCode] {
+        takeFocus(*this);
+        int16_t code = keyCode;
+        if (KeyDown) KeyDown(code, 0);
+    });
+}
+
+void FlexGrid::clearStructure() {
+    rowSel_ = row_;
+    colSel_ = col_;
+    changed(Change::Selection, row_, col_);
+}
+
+// ---------------------------------------------------------------------------------------
+// Menus
+
+MenuItem::MenuItem(Form& f, Menu& menu, std::string name, std::string caption)
+    : Control(f, std::move(name), "Menu", &menu), menu_(menu) {
+    setCaption(std::move(caption));
+    setTabStop(false);
+    menu.items.push_back(this);
+}
+
+void MenuItem::userClick() {
+    menu_.open = false;
+    if (!visible() || !enabled()) return;
+    userEvent([this] {
+        if (Click) Click();
+    });
+}
+
+Menu::Menu(Form& f, std::string name, std::string caption) : Control(f, std::move(name), "Menu", nullptr) {
+    setCaption(std::move(caption));
+    setTabStop(false);
+}
+
+}  // namespace ui
