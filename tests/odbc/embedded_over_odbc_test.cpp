@@ -12,7 +12,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "../TestSupport.h"
+#include "OdbcTestSupport.h"
 #include "common/Conv.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
@@ -43,16 +43,6 @@ int addTsqlFunctions(sqlite3* db, char**, const void*) {
     } catch (...) {
         return SQLITE_ERROR;
     }
-}
-
-std::string sqliteDriverPath() {
-    if (const char* p = std::getenv("PAYACC_SQLITE_ODBC_DRIVER")) return p;
-    std::error_code ec;
-    for (const auto& dir : std::filesystem::directory_iterator("/usr/lib", ec)) {
-        auto candidate = dir.path() / "odbc" / "libsqlite3odbc.so";
-        if (std::filesystem::exists(candidate)) return candidate.string();
-    }
-    return "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
 }
 
 // A procedure body with each "@Name" outside literals replaced by "?" and its comments left
@@ -281,7 +271,7 @@ protected:
         }
         dbPath = tmp.file("demo.db");
         std::filesystem::copy_file(testsupport::demoTemplate(), dbPath);
-        odbc = data::odbc::open("DRIVER=" + sqliteDriverPath() + ";Database=" + dbPath);
+        odbc = data::odbc::open(odbctest::Registry::connectionString(dbPath));
         db = std::make_shared<AdaptedOdbc>(odbc);
     }
 

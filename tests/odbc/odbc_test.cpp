@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "../TestSupport.h"
+#include "OdbcTestSupport.h"
 #include "common/Error.h"
 #include "data/odbc/OdbcConnection.h"
 
@@ -24,36 +24,7 @@ using data::CursorType;
 using data::LockType;
 using data::ParamDirection;
 
-std::string sqliteDriverPath() {
-    if (const char* p = std::getenv("PAYACC_SQLITE_ODBC_DRIVER")) return p;
-    std::error_code ec;
-    for (const auto& dir : std::filesystem::directory_iterator("/usr/lib", ec)) {
-        auto candidate = dir.path() / "odbc" / "libsqlite3odbc.so";
-        if (std::filesystem::exists(candidate)) return candidate.string();
-    }
-    return "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
-}
-
-// The driver registry of this test process: ODBCSYSINI points the driver manager at it. The
-// driver manager reads its trace setting once per process, so the trace is on throughout;
-// the stored-procedure test reads it to see what reached the driver.
-class Registry {
-public:
-    static Registry& get() {
-        static Registry r;
-        return r;
-    }
-    std::string traceFile() const { return dir_.file("trace.log"); }
-
-private:
-    Registry() {
-        std::ofstream ini(dir_.file("odbcinst.ini"));
-        ini << "[ODBC]\nTrace=Yes\nTraceFile=" << traceFile() << "\n\n"
-            << "[PayaccSQLite]\nDescription=SQLite for the tests\nDriver=" << sqliteDriverPath() << "\n";
-        ::setenv("ODBCSYSINI", dir_.path().c_str(), 1);
-    }
-    testsupport::TempDir dir_;
-};
+using odbctest::Registry;
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path);
@@ -101,10 +72,9 @@ std::string databaseError(const std::function<void()>& f) {
 class OdbcTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        Registry::get();
         db = data::odbc::open(connectionString());
     }
-    std::string connectionString() const { return "DRIVER={PayaccSQLite};Database=" + tmp.file("odbc.db"); }
+    std::string connectionString() const { return Registry::connectionString(tmp.file("odbc.db")); }
     Value scalar(const std::string& sql) {
         auto rs = db->open(sql, CursorType::ForwardOnly, LockType::ReadOnly);
         return rs->eof() ? Value() : rs->field(0);
@@ -172,7 +142,6 @@ TEST_F(OdbcTest, StatementsReportRowsAffectedAndPassThroughUnchanged) {
 }
 
 TEST(OdbcOpen, FailuresCarryTheDriverText) {
-    Registry::get();
     testsupport::TempDir tmp;
 
     std::string missingLib = databaseError([] { data::odbc::open("DRIVER=/nonexistent/libnothing.so;Database=x"); });
@@ -186,11 +155,11 @@ TEST(OdbcOpen, FailuresCarryTheDriverText) {
 
     // The driver itself refuses: a database in a folder that does not exist.
     std::string unreachable = databaseError(
-        [&] { data::odbc::open("DRIVER={PayaccSQLite};Database=" + tmp.file("missing/dir/x.db")); });
+        [&] { data::odbc::open(Registry::connectionString(tmp.file("missing/dir/x.db"))); });
     EXPECT_NE(unreachable.find("[SQLite]"), std::string::npos) << unreachable;
 
     // The same registered driver connects once the database can be made.
-    auto c = data::odbc::open("DRIVER={PayaccSQLite};Database=" + tmp.file("x.db"));
+    auto c = data::odbc::open(Registry::connectionString(tmp.file("x.db")));
     EXPECT_TRUE(c->isOpen());
 }
 
