@@ -157,6 +157,7 @@ public:
         a.changesSchema = first == "create" || first == "drop" || first == "alter";
         rewriteFunctions();
         markInsertColumns();
+        const bool ddl = a.changesSchema || first == "pragma";
         for (size_t k = 0; k < sig_.size(); ++k) {
             Token& tok = t_[sig_[k]];
             if (tok.kind == Tok::Param) {
@@ -164,6 +165,9 @@ public:
             } else if (tok.kind == Tok::String) {
                 auto d = common::parseDate(literalText(tok));
                 if (d && meetsDateColumn(k)) tok.text = "'" + common::isoDate(*d) + "'";
+                // The server compares text without regard to case also where one side is an
+                // expression (substring(TransNo,1,1)='x'), which SQLite would compare binary.
+                if (!ddl && compared(k)) tok.text += " COLLATE NOCASE";
             }
         }
         for (const Token& tok : t_) a.sql += tok.text;
@@ -190,6 +194,10 @@ private:
             if (at(static_cast<size_t>(j)).kind == Tok::LParen && --depth == 0) return j;
         }
         return -1;
+    }
+
+    bool compared(size_t k) const {
+        return (k > 0 && isComparison(at(k - 1))) || (has(k + 1) && isComparison(at(k + 1)));
     }
 
     bool identIsDate(const Token& tok) const {

@@ -1,0 +1,233 @@
+// The classic conversions, dates and values that every screen relies on.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "common/Conv.h"
+#include "common/DateTime.h"
+#include "common/Error.h"
+#include "common/Value.h"
+
+using namespace common;
+
+namespace {
+
+int errorNumber(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const Error& e) {
+        return e.number();
+    }
+    return 0;
+}
+
+}  // namespace
+
+TEST(Conv, ValReadsTheLeadingNumber) {
+    EXPECT_EQ(Val("abc"), 0);
+    EXPECT_EQ(Val("12abc"), 12);
+    EXPECT_EQ(Val(""), 0);
+    EXPECT_EQ(Val(" 1 2 3"), 123);
+    EXPECT_EQ(Val("-12.5e1x"), -125);
+    EXPECT_EQ(Val("1,000"), 1);
+    EXPECT_EQ(Val("0042"), 42);
+    EXPECT_EQ(Val("3.14.15"), 3.14);
+    EXPECT_EQ(Val("1e"), 1);
+    EXPECT_EQ(Val("&HFF"), 255);
+    EXPECT_EQ(Val("&HFFFF"), -1);
+    EXPECT_EQ(Val("&O17"), 15);
+    EXPECT_EQ(Val("-"), 0);
+}
+
+TEST(Conv, IsNumericAnswersAsTheClassicFunction) {
+    for (const char* yes : {"12", " 12 ", "1,000", "1e5", "-3.5", "+.5", "&H1F", "1D2"}) EXPECT_TRUE(IsNumeric(yes)) << yes;
+    for (const char* no : {"", " ", ".", "X1", "1e", "12abc", "-", "1.2.3", "&HZ"}) EXPECT_FALSE(IsNumeric(no)) << no;
+    EXPECT_EQ(CDbl("1,234.5"), 1234.5);
+    EXPECT_EQ(errorNumber([] { CDbl("abc"); }), err::TypeMismatch);
+}
+
+TEST(Conv, FormatRoundsHalfAwayFromZeroAfterFifteenDigits) {
+    EXPECT_EQ(Format2(2.345), "2.35");
+    EXPECT_EQ(Format2(1.005), "1.01");  // 1.00499999999999989... reduced to 15 digits first
+    EXPECT_EQ(Format2(-2.345), "-2.35");
+    EXPECT_EQ(Format2(0), "0.00");
+    EXPECT_EQ(Format2(-0.001), "0.00");
+    EXPECT_EQ(Format2(-0.0), "0.00");
+    EXPECT_EQ(Format2(-0.005), "-0.01");
+    EXPECT_EQ(Format2(0.1 + 0.2), "0.30");
+    EXPECT_EQ(Format2(1234.5), "1234.50");
+    EXPECT_EQ(Format2(99.995), "100.00");
+    EXPECT_EQ(Format2(0.004), "0.00");
+    EXPECT_EQ(Format2(1e20), "100000000000000000000.00");
+    EXPECT_EQ(Format(2.5, "0"), "3");
+    EXPECT_EQ(Format(-2.5, "0"), "-3");
+    const char* tip = "###,###,##0.00######";
+    EXPECT_EQ(Format(1234567.5, tip), "1,234,567.50");
+    EXPECT_EQ(Format(0.123456789, tip), "0.12345679");
+    EXPECT_EQ(Format(-1234.5, tip), "-1,234.50");
+    EXPECT_EQ(Format(100, tip), "100.00");
+    EXPECT_EQ(Format(-0.000000001, tip), "0.00");
+    EXPECT_EQ(Format(999.999999999, tip), "1,000.00");
+    EXPECT_EQ(errorNumber([] { Format(1, "0.0x"); }), err::InvalidProcedureCall);
+}
+
+TEST(Conv, NumberTextIsTheShortestTextUpToFifteenDigits) {
+    EXPECT_EQ(NumberText(0.1), "0.1");
+    EXPECT_EQ(NumberText(150), "150");
+    EXPECT_EQ(NumberText(-12.5), "-12.5");
+    EXPECT_EQ(NumberText(1e20), "1E+20");
+    EXPECT_EQ(NumberText(0.1 + 0.2), "0.3");
+    EXPECT_EQ(NumberText(1e-5), "1E-05");
+    EXPECT_EQ(NumberText(0.0001), "0.0001");
+    EXPECT_EQ(NumberText(123456789012345.0), "123456789012345");
+    EXPECT_EQ(NumberText(1e15), "1E+15");
+    EXPECT_EQ(NumberText(0), "0");
+    EXPECT_EQ(NumberText(-1.5e-7), "-1.5E-07");
+}
+
+TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {
+    EXPECT_EQ(CInt(2.5), 2);
+    EXPECT_EQ(CInt(3.5), 4);
+    EXPECT_EQ(CInt(-2.5), -2);
+    EXPECT_EQ(CInt(-2.6), -3);
+    EXPECT_EQ(CInt(32767.4), 32767);
+    EXPECT_EQ(CInt(-32768.5), -32768);
+    EXPECT_EQ(errorNumber([] { CInt(32767.5); }), err::Overflow);
+    EXPECT_EQ(errorNumber([] { CInt(-32769); }), err::Overflow);
+    EXPECT_EQ(errorNumber([] { CInt(NAN); }), err::Overflow);
+    EXPECT_EQ(CLng(2147483647.4), 2147483647);
+    EXPECT_EQ(errorNumber([] { CLng(2147483647.5); }), err::Overflow);
+    EXPECT_EQ(CByte(254.5), 254);
+    EXPECT_EQ(CByte(-0.5), 0);
+    EXPECT_EQ(errorNumber([] { CByte(255.5); }), err::Overflow);
+    EXPECT_EQ(errorNumber([] { CByte(-1); }), err::Overflow);
+    try {
+        CInt(1e9);
+        FAIL();
+    } catch (const Error& e) {
+        EXPECT_EQ(e.description(), "Overflow");
+    }
+}
+
+TEST(Conv, TextHelpers) {
+    EXPECT_EQ(Trim("  a b \t"), "a b \t");  // blanks only, as the classic Trim
+    EXPECT_EQ(LTrim("  a "), "a ");
+    EXPECT_EQ(RTrim("  a "), "  a");
+    EXPECT_EQ(UCase("pSettings"), "PSETTINGS");
+    EXPECT_EQ(LCase("PUsers"), "pusers");
+    EXPECT_TRUE(ContainsNoCase("Trans Date", "date"));
+    EXPECT_FALSE(ContainsNoCase("Trans No", "date"));
+    EXPECT_TRUE(ContainsNoCase("abc", ""));
+    EXPECT_FALSE(ContainsNoCase("", ""));
+    EXPECT_TRUE(EqualsNoCase("PUSERS", "pusers"));
+}
+
+TEST(Errors, ClassicDescriptions) {
+    struct Case {
+        void (*raiser)();
+        int number;
+        const char* text;
+    } cases[] = {{raiseOverflow, 6, "Overflow"},
+                 {raiseTypeMismatch, 13, "Type mismatch"},
+                 {raiseInvalidUseOfNull, 94, "Invalid use of Null"}};
+    for (const Case& c : cases) {
+        try {
+            c.raiser();
+            FAIL();
+        } catch (const Error& e) {
+            EXPECT_EQ(e.number(), c.number);
+            EXPECT_EQ(e.description(), c.text);
+            EXPECT_STREQ(e.what(), c.text);
+        }
+    }
+}
+
+TEST(DateTime, FormatsTheComponentUses) {
+    DateTime d = DateTime::ymd(2004, 2, 9);
+    EXPECT_EQ(formatDate(d, "dd/MMM/yyyy"), "09/Feb/2004");
+    EXPECT_EQ(formatDate(d, "yyyymmdd"), "20040209");
+    EXPECT_EQ(formatDate(d, "yyyy/mm/dd"), "2004/02/09");
+    EXPECT_EQ(formatDate(d, "dd/MM/yyyy"), "09/02/2004");
+    EXPECT_EQ(formatDate(d, "yyyy-mm-dd"), "2004-02-09");
+    DateTime t{2004, 12, 31, 7, 5, 3};
+    EXPECT_EQ(formatDate(t, "HH:mm:ss"), "07:05:03");
+    EXPECT_EQ(generalDate(t), "31/12/2004 07:05:03");
+    EXPECT_EQ(generalDate(d), "09/02/2004");
+    EXPECT_EQ(isoDate(d), "2004-02-09");
+    EXPECT_EQ(isoDate(t), "2004-12-31 07:05:03");
+    EXPECT_EQ(errorNumber([&] { formatDate(d, "dd/qq"); }), err::InvalidProcedureCall);
+}
+
+TEST(DateTime, ParsesEveryFormItWrites) {
+    const DateTime feb14 = DateTime::ymd(2004, 2, 14);
+    for (const char* s : {"14/Feb/2004", "14-feb-2004", "14 February 2004", "20040214", "2004/02/14", "14/02/2004",
+                          "2004-02-14", " 2004-02-14 ", "Feb 14 2004"}) {
+        auto d = parseDate(s);
+        ASSERT_TRUE(d) << s;
+        EXPECT_EQ(*d, feb14) << s;
+    }
+    DateTime withTime{2004, 2, 14, 10, 20, 30};
+    EXPECT_EQ(parseDate("2004-02-14 10:20:30"), withTime);
+    EXPECT_EQ(parseDate("2004-02-14T10:20:30.250"), withTime);
+    EXPECT_EQ(parseDate("14/02/2004 10:20:30"), withTime);
+    EXPECT_EQ(parseDate("14/02/2004 10:20:30 PM")->hour, 22);
+    for (const char* bad : {"", "abc", "2004", "31/02/2004", "2004-13-01", "14/Fbx/2004", "1/2/3", "20041"})
+        EXPECT_FALSE(parseDate(bad)) << bad;
+    for (const DateTime& d : {feb14, withTime, DateTime::ymd(1999, 12, 31)}) {
+        EXPECT_EQ(parseDate(generalDate(d)), d);
+        EXPECT_EQ(parseDate(isoDate(d)), d);
+        EXPECT_EQ(parseDate(formatDate(d, "dd/MMM/yyyy")), d.dateOnly());
+    }
+    EXPECT_EQ(errorNumber([] { toDate("not a date"); }), err::TypeMismatch);
+}
+
+TEST(DateTime, CalendarArithmetic) {
+    EXPECT_EQ(DateTime::ymd(1899, 12, 30).dayNumber(), 0);
+    EXPECT_EQ(DateTime::ymd(1900, 1, 1).dayNumber(), 2);
+    EXPECT_EQ(DateTime::ymd(2004, 2, 14).dayNumber(), 38031);
+    EXPECT_EQ(DateTime::fromDayNumber(38031), DateTime::ymd(2004, 2, 14));
+    EXPECT_EQ(addDays(DateTime::ymd(2004, 2, 28), 1), DateTime::ymd(2004, 2, 29));
+    EXPECT_EQ(addDays(DateTime::ymd(2003, 2, 28), 1), DateTime::ymd(2003, 3, 1));
+    EXPECT_EQ(addDays(DateTime::ymd(2026, 10, 15), -90), DateTime::ymd(2026, 7, 17));
+    EXPECT_EQ(addMonths(DateTime::ymd(2004, 1, 31), 1), DateTime::ymd(2004, 2, 29));
+    EXPECT_EQ(addMonths(DateTime::ymd(2003, 3, 31), -1), DateTime::ymd(2003, 2, 28));
+    EXPECT_EQ(addMonths(DateTime::ymd(2004, 12, 15), 1), DateTime::ymd(2005, 1, 15));
+    EXPECT_EQ(addMonths(DateTime::ymd(2005, 1, 15), -13), DateTime::ymd(2003, 12, 15));
+    // First of the month plus a month less a day: the month's last day.
+    EXPECT_EQ(addDays(addMonths(DateTime::ymd(2004, 2, 1), 1), -1), DateTime::ymd(2004, 2, 29));
+    EXPECT_TRUE(isLeapYear(2000));
+    EXPECT_FALSE(isLeapYear(1900));
+    EXPECT_EQ(daysInMonth(2004, 2), 29);
+}
+
+TEST(Value, ConversionsBehaveAsTheClassicLanguage) {
+    Value null;
+    EXPECT_EQ(errorNumber([&] { null.toText(); }), err::InvalidUseOfNull);
+    EXPECT_EQ(errorNumber([&] { null.toDouble(); }), err::InvalidUseOfNull);
+    EXPECT_EQ(errorNumber([&] { null.toInt16(); }), err::InvalidUseOfNull);
+    EXPECT_EQ(errorNumber([&] { null.toDate(); }), err::InvalidUseOfNull);
+    EXPECT_EQ(null.joinText(), "");
+
+    EXPECT_EQ(Value(42).toText(), "42");
+    EXPECT_EQ(Value(12.5).toText(), "12.5");
+    EXPECT_EQ(Value(DateTime::ymd(2004, 2, 14)).toText(), "14/02/2004");
+    EXPECT_EQ(Value("1,234.5").toDouble(), 1234.5);
+    EXPECT_EQ(errorNumber([] { Value("abc").toDouble(); }), err::TypeMismatch);
+    EXPECT_EQ(Value(2.5).toInt16(), 2);
+    EXPECT_EQ(Value("3.5").toInt32(), 4);
+    EXPECT_EQ(errorNumber([] { Value(40000).toInt16(); }), err::Overflow);
+    EXPECT_EQ(errorNumber([] { Value(int64_t{3000000000}).toInt32(); }), err::Overflow);
+    EXPECT_EQ(Value(int64_t{3000000000}).toInt64(), 3000000000);
+    EXPECT_EQ(Value("14/Feb/2004").toDate(), DateTime::ymd(2004, 2, 14));
+    EXPECT_EQ(Value(38031.5).toDate(), (DateTime{2004, 2, 14, 12, 0, 0}));
+    EXPECT_EQ(Value(DateTime::ymd(2004, 2, 14)).toDouble(), 38031);
+
+    EXPECT_TRUE(Value(1).isOne());
+    EXPECT_TRUE(Value(1.0).isOne());
+    EXPECT_TRUE(Value("1").isOne());
+    EXPECT_FALSE(Value(2).isOne());
+    EXPECT_FALSE(Value().isOne());
+    EXPECT_FALSE(Value("Y").isOne());
+    EXPECT_EQ(Value("a").type(), Value::Type::Text);
+    EXPECT_FALSE(Value(1) == Value(1.0));  // types differ, as the variant's do
+}
