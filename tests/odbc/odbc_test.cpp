@@ -296,8 +296,18 @@ TEST_F(OdbcTest, StoredProcedureCallsReachTheDriverAsCallEscapes) {
     std::string full = databaseError([&] { cmd->execute(); });
     EXPECT_NE(full.find("[SQLite]"), std::string::npos) << full;
 
+    // A qualified, bracketed name reaches the catalog as schema and name, "_" matching itself.
+    auto qualified = db->command("[dbo].[sp_Rate]", CommandType::StoredProc);
+    EXPECT_TRUE(qualified->parameters().empty());
+
     std::string trace = readFile(Registry::get().traceFile());
-    EXPECT_NE(trace.find("SQLProcedureColumns"), std::string::npos);
+    auto catalog = trace.rfind("[SQLProcedureColumns.c]");
+    ASSERT_NE(catalog, std::string::npos);
+    catalog = trace.rfind("[SQLProcedureColumns.c]", catalog - 1);  // the call's entry, before its exit
+    ASSERT_NE(catalog, std::string::npos);
+    std::string call = trace.substr(catalog, 600);
+    EXPECT_NE(call.find("Schema Name = [dbo]"), std::string::npos) << call;
+    EXPECT_NE(call.find("Proc Name = [sp\\_Rate]"), std::string::npos) << call;
     EXPECT_NE(trace.find("SQL = [{call spGetExchangeRate}]"), std::string::npos);
     EXPECT_NE(trace.find("SQL = [{? = call spGetExchangeRate(?, ?, ?, ?)}]"), std::string::npos);
     // Number, direction (1 input, 2 input-output, 4 output) and C type of the last five bound.

@@ -556,19 +556,26 @@ private:
 
     // The procedure's own parameter list from the catalog; the return value comes first.
     void describeProcedure(std::vector<Parameter>& params, std::vector<Description>& described) {
+        // "[db].[schema].[name]": the catalog wants the schema and the name apart, unquoted.
         std::string schema, name = text_;
         if (auto dot = name.rfind('.'); dot != std::string::npos) {
             schema = name.substr(0, dot);
             name = name.substr(dot + 1);
             if (auto inner = schema.rfind('.'); inner != std::string::npos) schema = schema.substr(inner + 1);
         }
+        schema = catalogPattern(unbracket(schema));
+        name = catalogPattern(unbracket(name));
         Statement s(*link_);
         s.check(SQLProcedureColumns(s.handle(), nullptr, 0, schema.empty() ? nullptr : sqlChars(schema),
                                     schema.empty() ? 0 : SQL_NTS, sqlChars(name), SQL_NTS, nullptr, 0));
+        std::string owner;  // the first procedure answered; a namesake in another schema is not ours
         for (;;) {
             SQLRETURN r = SQLFetch(s.handle());
             if (r == SQL_NO_DATA) break;
             s.check(r);
+            std::string procedure = textOf(s, 2) + "." + textOf(s, 3);
+            if (owner.empty()) owner = procedure;
+            if (procedure != owner) continue;
             // Columns of the catalog result: 4 name, 5 kind, 6 SQL type, 8 size, 10 digits.
             std::string columnName = textOf(s, 4);
             int64_t kind = integerOf(s, 5, SQL_PARAM_TYPE_UNKNOWN);
@@ -593,6 +600,27 @@ private:
                 described.push_back(d);
             }
         }
+    }
+
+    static std::string unbracket(const std::string& part) {
+        if (part.size() >= 2 && part.front() == '[' && part.back() == ']') return part.substr(1, part.size() - 2);
+        return part;
+    }
+
+    // The catalog functions take search patterns: "_" and "%" in a name are escaped so they
+    // match only themselves.
+    std::string catalogPattern(const std::string& name) const {
+        SQLCHAR escape[8] = {};
+        SQLSMALLINT length = 0;
+        if (!SQL_SUCCEEDED(SQLGetInfo(link_->dbc, SQL_SEARCH_PATTERN_ESCAPE, escape, sizeof escape, &length)) ||
+            length == 0)
+            return name;
+        std::string out;
+        for (char ch : name) {
+            if (ch == '_' || ch == '%') out += reinterpret_cast<const char*>(escape);
+            out += ch;
+        }
+        return out;
     }
 
     // The statement the driver runs: the text itself, or the call escape of the procedure
