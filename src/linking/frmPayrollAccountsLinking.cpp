@@ -2,8 +2,6 @@
 // guards. Gathering is in _Gather.cpp, saving in _Save.cpp.
 #include "linking/frmPayrollAccountsLinking.h"
 
-#include <algorithm>
-
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
@@ -17,11 +15,6 @@ namespace {
 
 void AddColumns(ui::ListView& list, std::initializer_list<const char*> headers) {
     for (const char* h : headers) list.addColumn(h);
-}
-
-// The menu keeps its items in order; the items register with it when they are made.
-void InMenu(ui::Menu& menu, ui::MenuItem& item) {
-    if (std::find(menu.items.begin(), menu.items.end(), &item) == menu.items.end()) menu.items.push_back(&item);
 }
 
 }  // namespace
@@ -63,9 +56,6 @@ frmPayrollAccountsLinking::frmPayrollAccountsLinking(entry::Module& module)
       mnuCancel(add<ui::MenuItem>(mnuPopup, "mnuCancel", "&Cancel")),
       mnuSelect(add<ui::MenuItem>(mnuPopup, "mnuSelect", "Select some transactions to continue...")),
       module_(module) {
-    for (ui::MenuItem* item : {&mnuAdd, &mnuEdit, &mnuDelete, &mnuCancel, &mnuSelect}) InMenu(mnuPopup, *item);
-    mnuPopup.setVisible(false);
-
     AddColumns(lvwTransactions, {"Sl No", "Trans No", "Date", "Emp No", "Employee", "Trans ID ", "Dept ID"});
     AddColumns(lvwTransactionDetails,
                {"Sl No", "Trans No", "Date", "Emp No", "Employee", "Amount", "Credit", "Trans ID ",

@@ -1,0 +1,413 @@
+// The linking screen's gathering: settings check, type and department guards, date
+// defaults, retrieval, ticks, Select All and the posting lines.
+#include <algorithm>
+
+#include "ui/Helpers.h"
+
+#include "linking_fixture.h"
+
+namespace linkingtest {
+namespace {
+
+using linking::det::Credit;
+using linking::pst::CompAmount;
+using linking::pst::CreditAmount;
+using linking::pst::DebitAmount;
+using linking::pst::DeptAmount;
+using linking::pst::Editable;
+using linking::pst::TotalAmount;
+using linking::pst::TransAmt;
+
+bool traced(const data::TraceConnection& t, const std::string& sql) {
+    auto s = t.statements();
+    return std::find(s.begin(), s.end(), sql) != s.end();
+}
+
+class GatherTest : public LinkingTest {
+protected:
+    // Three runs: two in dirhams, one in dollars (employee 906).
+    void addThreeRuns() {
+        addRun(9001, 901, 1000, 200, 100);
+        addRun(9002, 902, 2000, 300, 250);
+        addRun(9003, 906, 500, 50, 20);
+    }
+};
+
+TEST_F(GatherTest, SettingsCheckWantsFourSalaryAccountsPerCurrencyInUseAndEveryLinkAccount) {
+    // Company 2 pays in two currencies; finish its link settings so that only the salary
+    // account rows decide.
+    raw->execute("update paPayAccLinkSettings set adcAccountID=2006 where CompanyID=2 and SettingCode='H'");
+    raw->execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
+                 "values (2, 'CASH', 'Cash', 3001)");
+    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+                 "sacCredit) values (2, 2, 'B', 1001, 0), (2, 2, 'A', 1002, 0), (2, 2, 'D', 1003, 1)");
+    module->session.companyId = 2;
+    auto& f = openNew();
+    EXPECT_EQ(lastMessage(), "All the settings are not entered. Set all the settings to continue.");
+    EXPECT_FALSE(f.cmdOk.enabled());
+    EXPECT_FALSE(f.fraLoanApp.enabled());
+    EXPECT_TRUE(traced(*trace, "select count(1) from pCurrencyMaster where companyID= 2 and CurrencyID in(select "
+                               "distinct ecurrencyid from pemployee where eCompanyID=2)"));
+    EXPECT_TRUE(traced(*trace, "select count(1) from paSalaryAccountsConfig where sacCompanyID=2"));
+    EXPECT_FALSE(traced(*trace, "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
+                                "and CompanyID=2"));  // seven rows fail before the last count
+
+    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+                 "sacCredit) values (2, 2, 'N', 1004, 1)");
+    EXPECT_TRUE(f.FnCheckAllSettingsEntered());  // eight
+    EXPECT_TRUE(traced(*trace, "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
+                               "and CompanyID=2"));
+    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+                 "sacCredit) values (2, 2, 'N', 1004, 1)");
+    EXPECT_FALSE(f.FnCheckAllSettingsEntered());  // nine
+    raw->execute("delete from paSalaryAccountsConfig where sacCompanyID=2 and sacCurrencyID=2 and sacComponent='N'");
+    raw->execute("update paPayAccLinkSettings set adcAccountID=NULL where CompanyID=2 and SettingCode='CASH'");
+    EXPECT_FALSE(f.FnCheckAllSettingsEntered());  // a link setting without an account
+}
+
+TEST_F(GatherTest, SetUpOfANewEntry) {
+    auto& f = openNew();
+    EXPECT_TRUE(toolkit.messages.empty());
+    EXPECT_EQ(f.caption(), "Payroll-Accounts Linking");
+    EXPECT_TRUE(f.cmdOk.enabled());
+    EXPECT_EQ(f.cboType.listCount(), 7);
+    EXPECT_EQ(f.cboType.list(4), "Holded Salaries");
+    EXPECT_EQ(f.cboType.list(5), "Leave Encashments");
+    EXPECT_EQ(f.cboType.listIndex(), -1);
+    EXPECT_EQ(f.cboDepartment.listIndex(), -1);
+    EXPECT_EQ(f.cboDepartment.list(0), "Administration");  // by name
+    ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
+    EXPECT_EQ(f.cboDepartment.itemData(f.cboDepartment.listIndex()), kDept);
+    EXPECT_EQ(f.dtpTransDate.value(), DateTime::ymd(2026, 10, 15));
+    EXPECT_EQ(f.lvwTransactions.columnHeader(5), "Trans ID ");
+    EXPECT_EQ(f.lvwTransactionDetails.columnHeader(7), "Trans ID ");
+    EXPECT_EQ(f.lvwPostingDetails.columnHeader(11), "Comp Amount");
+    EXPECT_EQ(f.lvwPostingDetails.columnHeader(12), "Dept amount");
+    EXPECT_EQ(f.marker, "Loaded");
+    EXPECT_FALSE(f.dtpTransDate.Tag.empty());  // snapshot taken on activation
+    ASSERT_EQ(f.mnuPopup.items.size(), 5u);
+    EXPECT_EQ(f.mnuPopup.items[4]->caption(), "Select some transactions to continue...");
+}
+
+TEST_F(GatherTest, DateRangeDefaultsPerType) {
+    auto& f = openNew();
+    f.dtpTransDate.userSet(DateTime::ymd(2004, 2, 15));
+    f.cboType.userSelectText("Savings");
+    EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2004, 2, 1));
+    EXPECT_EQ(f.dtpToDate.value(), DateTime::ymd(2004, 2, 29));
+
+    // No payroll in February 2004: both ends become the transaction date.
+    f.cboType.userSelectText("Payroll");
+    EXPECT_TRUE(traced(*trace, "Select isnull(max(mppProcessedDate), '20040215') from pMonthlyPayRollProcessing "
+                               "where month(mppProcessedDate) = 2 and year(mppProcessedDate) = 2004"));
+    EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2004, 2, 15));
+    EXPECT_EQ(f.dtpToDate.value(), DateTime::ymd(2004, 2, 15));
+
+    // The latest processing date of the month, whichever company processed it.
+    raw->execute("insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, mppProcessedDate, "
+                 "mppDepartmentID, mppEmpID) values (2, 7777, 'X', '2026-10-30', 1, 1)");
+    f.dtpTransDate.userSet(DateTime::ymd(2026, 10, 15));
+    f.cboType.userSelectText("Payroll");
+    EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2026, 10, 30));
+    EXPECT_EQ(f.dtpToDate.value(), DateTime::ymd(2026, 10, 30));
+}
+
+TEST_F(GatherTest, ShowNeedsATypeAndADepartment) {
+    auto& f = openNew();
+    f.cmdShow.userClick();
+    EXPECT_EQ(lastMessage(), "Select a type.");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+    EXPECT_EQ(f.activeControl(), &f.cboType);
+    f.cboType.userSelectText("Payroll");
+    f.cmdShow.userClick();
+    EXPECT_EQ(lastMessage(), "Select a department.");
+    EXPECT_EQ(f.activeControl(), &f.cboDepartment);
+}
+
+TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
+    addThreeRuns();
+    auto& f = openNew();
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+    EXPECT_TRUE(traced(*trace, "exec spPAGetPayrollAccountDetails 1,'20261128','20261128',9"));
+
+    ASSERT_EQ(f.lvwTransactions.count(), 3);
+    // Name under "Emp No", number under "Employee".
+    EXPECT_EQ(rowCells(f.lvwTransactions, 1),
+              (std::vector<std::string>{"1", "PRT/9001", "28/Nov/2026", "Tester 901", "T901", "9001", "9"}));
+    EXPECT_EQ(f.lvwTransactions.text(3), "3");
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 12);
+    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1),
+              (std::vector<std::string>{"1", "PRT/9001", "28/Nov/2026", "T901", "Tester 901", "1000", "0", "9001",
+                                        "1001", "9", "Basic Salaries - AED", "Basic Salary", "1000", "1000.00",
+                                        "1000.00", "AED", "AED", "1", "1", "901"}));
+    EXPECT_EQ(f.lvwTransactionDetails.cell(12, 7), "9003");
+    EXPECT_EQ(f.lvwTransactionDetails.cell(9, linking::det::DepAmount), "1836.25");  // 500 USD at 3.6725
+    EXPECT_EQ(f.lvwTransactionDetails.text(12), "12");
+    EXPECT_EQ(module->DepartmentCurrencyID, 1);
+    EXPECT_EQ(module->CompanyCurrencyID, 1);
+    EXPECT_EQ(f.lvwPostingDetails.columnHeader(11), "Amount(AED)");
+    EXPECT_EQ(f.lvwPostingDetails.columnHeader(12), "Amount(AED)");
+    EXPECT_EQ(f.lvwTransactionDetails.columnHeader(13), "Amount(AED)");
+    EXPECT_EQ(f.lblTotalAmt.caption(), "Balance(AED) :");
+    EXPECT_TRUE(f.lvwTransactions.visible());
+    EXPECT_FALSE(f.lvwTransactionDetails.visible());
+    EXPECT_TRUE(f.cmdShowDetails.visible());
+
+    f.cmdShowDetails.userClick();
+    EXPECT_TRUE(f.lvwTransactionDetails.visible());
+    EXPECT_FALSE(f.lvwTransactions.visible());
+    EXPECT_EQ(f.cmdShowDetails.caption(), "&s");
+    f.cmdShowDetails.userClick();
+    EXPECT_TRUE(f.lvwTransactions.visible());
+    EXPECT_EQ(f.cmdShowDetails.caption(), "&d");
+
+    // Ticking a run ticks exactly its lines and builds one line per account.
+    f.lvwTransactions.userToggle(1);
+    for (int d = 1; d <= 12; ++d) EXPECT_EQ(f.lvwTransactionDetails.checked(d), d <= 4) << d;
+    ASSERT_EQ(f.lvwPostingDetails.count(), 4);
+    EXPECT_EQ(rowCells(f.lvwPostingDetails, 1),
+              (std::vector<std::string>{"1", "Basic Salaries - AED", "", "AED", "1001", "1000.00", "0.00", "9",
+                                        "1000.00", "1000.00", "AED", "1000.00", "1000.00", "1", "1", "N"}));
+    EXPECT_EQ(f.lvwPostingDetails.cell(4, CreditAmount), "1100.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(4, DeptAmount), "-1100.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(4, TotalAmount), "-1100.00");
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    EXPECT_EQ(f.chkSelectAll.value(), 0);
+
+    // A payroll line cannot be ticked on its own.
+    f.cmdShowDetails.userClick();
+    f.lvwTransactionDetails.userToggle(5);
+    EXPECT_FALSE(f.lvwTransactionDetails.checked(5));
+    f.lvwTransactionDetails.userToggle(2);
+    EXPECT_TRUE(f.lvwTransactionDetails.checked(2));
+    EXPECT_EQ(f.lvwPostingDetails.count(), 4);
+
+    // The dollar run: its lines go to the dollar accounts, in the department's dirhams.
+    f.cmdShowDetails.userClick();
+    f.lvwTransactions.userToggle(3);
+    EXPECT_EQ(f.lvwPostingDetails.count(), 8);
+    int basicUsd = lineOf(f, "1011", "2");
+    ASSERT_GT(basicUsd, 0);
+    EXPECT_EQ(f.lvwPostingDetails.cell(basicUsd, DebitAmount), "500.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(basicUsd, DeptAmount), "1836.25");
+    EXPECT_EQ(f.lvwPostingDetails.cell(basicUsd, TransAmt), "500.00");
+
+    // Unticking takes the amounts out again and drops the emptied lines, renumbered.
+    f.lvwTransactions.userToggle(1);
+    EXPECT_EQ(f.lvwPostingDetails.count(), 4);
+    for (int r = 1; r <= 4; ++r) EXPECT_EQ(f.lvwPostingDetails.text(r), std::to_string(r));
+    EXPECT_EQ(lineOf(f, "1001", "1"), 0);
+    for (int d = 1; d <= 4; ++d) EXPECT_FALSE(f.lvwTransactionDetails.checked(d));
+}
+
+TEST_F(GatherTest, SelectAllCountsRowsAlreadyTickedOnceAndAsksBeforeDroppingThem) {
+    addThreeRuns();
+    auto& f = openNew();
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+    f.lvwTransactions.userToggle(2);
+    EXPECT_EQ(f.lvwPostingDetails.cell(lineOf(f, "1001", "1"), DebitAmount), "2000.00");
+
+    f.chkSelectAll.userClick();
+    EXPECT_TRUE(toolkit.messages.empty());
+    for (int r = 1; r <= 3; ++r) EXPECT_TRUE(f.lvwTransactions.checked(r));
+    for (int d = 1; d <= 12; ++d) EXPECT_TRUE(f.lvwTransactionDetails.checked(d));
+    EXPECT_EQ(f.lvwPostingDetails.cell(lineOf(f, "1001", "1"), DebitAmount), "3000.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(lineOf(f, "1004", "1"), CreditAmount), "3150.00");
+    EXPECT_EQ(f.lvwPostingDetails.count(), 8);
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    EXPECT_EQ(f.chkSelectAll.value(), 1);
+
+    // Unticking one run unticks the box without a question; ticking it again ticks the box.
+    f.lvwTransactions.userToggle(3);
+    EXPECT_EQ(f.chkSelectAll.value(), 0);
+    f.lvwTransactions.userToggle(3);
+    EXPECT_EQ(f.chkSelectAll.value(), 1);
+    EXPECT_TRUE(toolkit.messages.empty());
+
+    const std::string before = dump(f.lvwPostingDetails);
+    toolkit.answers.push_back(ui::vbNo);
+    f.chkSelectAll.userClick();
+    ASSERT_EQ(toolkit.messages.size(), 1u);
+    EXPECT_EQ(lastMessage(), "All the selected details will be lost. Do you want to continye?");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
+    EXPECT_EQ(f.chkSelectAll.value(), 1);
+    EXPECT_EQ(dump(f.lvwPostingDetails), before);
+    EXPECT_FALSE(f.SelectingAll);
+
+    toolkit.answers.push_back(ui::vbYes);
+    f.chkSelectAll.userClick();
+    EXPECT_EQ(f.chkSelectAll.value(), 0);
+    for (int r = 1; r <= 3; ++r) EXPECT_FALSE(f.lvwTransactions.checked(r));
+    for (int d = 1; d <= 12; ++d) EXPECT_FALSE(f.lvwTransactionDetails.checked(d));
+    EXPECT_EQ(f.lvwPostingDetails.count(), 0);
+
+    // Ticking again after the drop starts from nothing.
+    f.chkSelectAll.userClick();
+    EXPECT_EQ(f.lvwPostingDetails.cell(lineOf(f, "1001", "1"), DebitAmount), "3000.00");
+}
+
+TEST_F(GatherTest, TypeAndDepartmentGuardsAskBeforeDroppingTheSelection) {
+    addThreeRuns();
+    auto& f = openNew();
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+    f.lvwTransactions.userToggle(1);
+    const std::string details = dump(f.lvwTransactionDetails), postings = dump(f.lvwPostingDetails);
+
+    f.cboType.userSelectText("Payroll");  // the same type asks nothing
+    EXPECT_TRUE(toolkit.messages.empty());
+
+    toolkit.answers.push_back(ui::vbNo);
+    f.cboType.userSelectText("Savings");
+    EXPECT_EQ(lastMessage(), "All the selected details will be lost. Do you want to continue?");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
+    EXPECT_EQ(f.cboType.text(), "Payroll");
+    EXPECT_EQ(toolkit.messages.size(), 1u);  // putting it back asks nothing
+    EXPECT_EQ(dump(f.lvwTransactionDetails), details);
+    EXPECT_EQ(dump(f.lvwPostingDetails), postings);
+    EXPECT_EQ(f.lvwTransactions.count(), 3);
+
+    toolkit.answers.push_back(ui::vbNo);
+    f.cboDepartment.userSelectText("Administration");
+    EXPECT_EQ(lastMessage(), "Al the selected details will be lost. Do you want to continue?");
+    EXPECT_EQ(f.cboDepartment.text(), "Test Lab");
+    EXPECT_EQ(dump(f.lvwPostingDetails), postings);
+
+    // A department change keeps the type.
+    toolkit.answers.push_back(ui::vbYes);
+    f.cboDepartment.userSelectText("Administration");
+    EXPECT_EQ(f.lvwTransactionDetails.count(), 0);
+    EXPECT_EQ(f.lvwTransactions.count(), 0);
+    EXPECT_EQ(f.lvwPostingDetails.count(), 0);
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    EXPECT_EQ(f.cboType.text(), "Payroll");
+
+    // A type change also drops the department.
+    f.cboDepartment.userSelectText("Test Lab");
+    f.cmdShow.userClick();
+    f.lvwTransactions.userToggle(1);
+    toolkit.answers.push_back(ui::vbYes);
+    f.cboType.userSelectText("Savings");
+    EXPECT_EQ(f.lvwTransactionDetails.count(), 0);
+    EXPECT_EQ(f.lvwPostingDetails.count(), 0);
+    EXPECT_EQ(f.cboDepartment.listIndex(), -1);
+    EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2026, 11, 1));
+    EXPECT_EQ(f.dtpToDate.value(), DateTime::ymd(2026, 11, 30));
+}
+
+TEST_F(GatherTest, PaymentsGoStraightToTheDetailList) {
+    addPayment(9101, "H", 901, 1234.5, "2026-11-05");
+    addPayment(9102, "H", 902, 300, "2026-11-06");
+    addPayment(9103, "E", 903, 50, "2026-11-06");
+    auto& f = openNew();
+    gather(f, "Holded Salaries", DateTime::ymd(2026, 11, 20));
+    EXPECT_TRUE(traced(*trace, "exec spPAGetPaymentOthersDetails 1,'20261101','20261130',9,'H'"));
+    EXPECT_EQ(f.lvwTransactions.count(), 0);
+    EXPECT_FALSE(f.lvwTransactions.visible());
+    EXPECT_TRUE(f.lvwTransactionDetails.visible());
+    EXPECT_FALSE(f.cmdShowDetails.visible());
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 4);  // a debit and a cash credit per payment
+    for (int d = 1; d <= 4; ++d) EXPECT_EQ(f.lvwTransactionDetails.cell(d, linking::det::Type), "Holded Salary");
+    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1),
+              (std::vector<std::string>{"1", "PAY/9101", "05/Nov/2026", "T901", "Tester 901", "1234.5", "0",
+                                        "9101", "2005", "9", "Held Salaries Payable", "Holded Salary", "1234.5",
+                                        "1234.5", "1234.5", "AED", "AED", "1", "1", "901"}));
+    EXPECT_EQ(f.lvwTransactionDetails.cell(2, Credit), "1");
+    EXPECT_EQ(f.lvwPostingDetails.columnHeader(12), "Amount(AED)");
+    EXPECT_EQ(f.lblTotalAmt.caption(), "Balance :");  // payments leave the label alone
+
+    // Ticked one by one; the box follows when every line is ticked, and Select All itself
+    // does nothing for payments.
+    for (int d = 1; d <= 4; ++d) f.lvwTransactionDetails.userToggle(d);
+    EXPECT_EQ(f.lvwPostingDetails.count(), 2);
+    EXPECT_EQ(f.lvwPostingDetails.cell(1, DebitAmount), "1534.50");
+    EXPECT_EQ(f.lvwPostingDetails.cell(2, CreditAmount), "1534.50");
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    f.chkSelectAll.userClick();
+    EXPECT_EQ(f.lvwPostingDetails.count(), 2);
+    EXPECT_TRUE(toolkit.messages.empty());
+
+    // Show again starts afresh.
+    f.cmdShow.userClick();
+    EXPECT_EQ(f.lvwPostingDetails.count(), 0);
+    for (int d = 1; d <= 4; ++d) EXPECT_FALSE(f.lvwTransactionDetails.checked(d));
+}
+
+TEST_F(GatherTest, PostingLinesGroupByAccountAndTransactionCurrency) {
+    // Other payments post to the cash account itself, so both sides of one payment meet on
+    // one line.
+    raw->execute("update paPayAccLinkSettings set adcAccountID=3001 where CompanyID=1 and SettingCode='O'");
+    addPayment(9201, "O", 901, 100, "2026-11-05");
+    addPayment(9202, "O", 902, 40, "2026-11-06");
+    addPayment(9203, "O", 906, 50, "2026-11-07", 2);  // dollars
+    auto& f = openNew();
+    gather(f, "Others", DateTime::ymd(2026, 11, 20));
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 6);
+    auto& d = f.lvwTransactionDetails;
+    auto& p = f.lvwPostingDetails;
+
+    d.userToggle(1);  // debit 100
+    d.userToggle(4);  // credit 40
+    ASSERT_EQ(p.count(), 1);
+    EXPECT_EQ(p.cell(1, DebitAmount), "100.00");
+    EXPECT_EQ(p.cell(1, CreditAmount), "40.00");
+    EXPECT_EQ(p.cell(1, TotalAmount), "60.00");
+    EXPECT_EQ(p.cell(1, CompAmount), "60.00");
+    EXPECT_EQ(p.cell(1, Editable), "N");
+    EXPECT_EQ(f.txtTotDepAmount.text(), "60.00");
+
+    // The same account in dollars is a line of its own.
+    d.userToggle(5);
+    ASSERT_EQ(p.count(), 2);
+    EXPECT_EQ(p.cell(2, linking::pst::ResCurrID), "2");
+    EXPECT_EQ(p.cell(2, DebitAmount), "183.63");  // 50 USD on the dirham account
+    EXPECT_EQ(p.cell(2, TransAmt), "50.00");
+
+    // Emptying the first line removes it and renumbers.
+    d.userToggle(1);
+    d.userToggle(4);
+    ASSERT_EQ(p.count(), 1);
+    EXPECT_EQ(p.text(1), "1");
+    EXPECT_EQ(p.cell(1, linking::pst::ResCurrID), "2");
+
+    // A line keeps both sides: ticking both rows of one payment leaves debit and credit.
+    d.userToggle(6);
+    EXPECT_EQ(p.cell(1, DebitAmount), "183.63");
+    EXPECT_EQ(p.cell(1, CreditAmount), "183.63");
+    EXPECT_EQ(p.cell(1, TotalAmount), "0.00");
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+}
+
+TEST_F(GatherTest, OnlyACreditOfOneIsACredit) {
+    addRun(9001, 901, 1000, 200, 100);
+    auto& f = openNew();
+    raw->execute("update paSalaryAccountsConfig set sacCredit=2 where sacCompanyID=1 and sacCurrencyID=1 "
+                 "and sacComponent='D'");
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+    f.lvwTransactions.userToggle(1);
+    int deductions = lineOf(f, "1003", "1");
+    ASSERT_GT(deductions, 0);
+    EXPECT_EQ(f.lvwPostingDetails.cell(deductions, DebitAmount), "100.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(deductions, CreditAmount), "0.00");
+    EXPECT_EQ(f.lvwPostingDetails.cell(deductions, DeptAmount), "100.00");
+    EXPECT_EQ(f.txtTotDepAmount.text(), "200.00");
+}
+
+TEST_F(GatherTest, LinesEditedByTheLineEditorAreFoundAgain) {
+    addThreeRuns();
+    auto& f = openNew();
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+    f.lvwTransactions.userToggle(1);
+    // As the line editor or the menu may: a line moved to another account, one removed.
+    auto& p = f.lvwPostingDetails;
+    p.setCell(lineOf(f, "1002", "1"), linking::pst::DebitAccountID, "1011");
+    p.remove(1);
+    ui::RenumberRows(p);
+    f.lvwTransactions.userToggle(2);
+    EXPECT_EQ(p.cell(lineOf(f, "1001", "1"), DebitAmount), "2000.00");
+    EXPECT_EQ(p.cell(lineOf(f, "1002", "1"), DebitAmount), "300.00");
+    EXPECT_EQ(p.cell(lineOf(f, "1011", "1"), DebitAmount), "200.00");
+    EXPECT_EQ(p.cell(lineOf(f, "1004", "1"), CreditAmount), "3150.00");
+}
+
+}  // namespace
+}  // namespace linkingtest
