@@ -346,26 +346,107 @@ TEST(SqliteOpen, ErrorsCarrySqlitesOwnMessage) {
     EXPECT_TRUE(db->isOpen());
 }
 
-// The project's own schema, procedures and demo data, once they are in the tree.
+// The suite's statements, text for text, on the project's own schema, procedures and demo data.
 TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
-    const std::string dir = data::sqlite::defaultDbDir() + "/sqlite/";
-    if (!std::filesystem::exists(dir + "schema.sql") || !std::filesystem::exists(dir + "demo.sql"))
-        GTEST_SKIP() << "no schema in " << dir;
     TempDir tmp;
     data::sqlite::OpenOptions o;
     o.create = true;
     auto db = data::sqlite::open(tmp.file("demo.db"), o);
     data::sqlite::initialise(*db, true);
-    data::TableNames names;
-    data::AssignTableName(*db, names);
-    EXPECT_FALSE(names.pusers.empty());
-    EXPECT_FALSE(names.paPayAccLinkHeader.empty());
-    EXPECT_TRUE(names.pLoans.empty());
-    auto rs = db->open("select count(1) from " + names.paPayAccLinkHeader + " where CompanyID=1 and TransDate>='" +
-                       common::formatDate(DateTime::ymd(2000, 1, 1), "yyyy/mm/dd") + "'");
-    EXPECT_GE(rs->field(0).toInt32(), 1);
-    rs = db->open("select TransDate from " + names.paPayAccLinkHeader + " where CompanyID=1");
+    data::TableNames n;
+    data::AssignTableName(*db, n);
+    EXPECT_EQ(n.pDepartment, "pDepartmentMaster");
+    EXPECT_TRUE(n.pLoans.empty());
+
+    // The browser's list, limited to a date window given as "yyyy/mm/dd".
+    std::string list = std::string("select TransID, TransNo, TransDate, Case ") + "when TransType='P' then '" +
+                       "Payroll" + "' when TransType='A' then '" + "Salary Advances" + "' when TransType='R' then '" +
+                       "Reimbursements" + "' when TransType='S' then '" + "Savings" + "' when TransType='E' then '" +
+                       "Leave Encashments" + "' when TransType='H' then '" + "Holded Salaries" +
+                       "' when TransType='O' then '" + "Others" + "' End Type, dm.DepartmentName,  " +
+                       " case when Cancelled=1 then 'Yes' else 'No' end cancel, " +
+                       " case when Posted=1 then 'Yes' else 'No' end Posted " + " From " + n.paPayAccLinkHeader +
+                       " pa, " + n.pDepartment + " dm Where pa.CompanyID = dm.CompanyID and" +
+                       " pa.DepartmentID=dm.DepartmentID and" + " pa.companyid=" + "1";
+    auto rs = db->open(list + " and TransDate>='2026/09/01'", data::CursorType::Keyset, data::LockType::Optimistic);
+    ASSERT_EQ(rs->recordCount(), 2);
+    EXPECT_EQ(rs->field("TransDate").type(), Value::Type::Date);
+    rs = db->open(list + " and transID= 2  and  pa.CompanyID=1");
+    EXPECT_EQ(rs->field("Type"), Value("Payroll"));
+    EXPECT_EQ(rs->field("cancel"), Value("Yes"));
+    EXPECT_EQ(rs->field("Posted"), Value("No"));
+    rs = db->open("select tc.columnheader,tc.columnname from ptables t, " + n.ptablecolumns +
+                  " tc where t.tableid = tc.tableid and tablename ='" + "paPayAccLinkHeader" + "' and tc.tableid=60" +
+                  " order by columnid");
+    EXPECT_EQ(rs->field("columnheader"), Value("Trans ID"));
+
+    // The settings check: four salary accounts per currency in use, every setting with an account.
+    Value a = db->open("select count(1) from pCurrencyMaster where companyID= 1 and CurrencyID in(select distinct "
+                       "ecurrencyid from pemployee where eCompanyID=1)")->field(0);
+    Value b = db->open("select count(1) from paSalaryAccountsConfig where sacCompanyID=1")->field(0);
+    EXPECT_EQ(b.toInt32(), 4 * a.toInt32());
+    EXPECT_EQ(db->open("select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  and CompanyID=1")
+                  ->field(0),
+              Value(0));
+
+    // The latest payroll date of a month, or the transaction date when the month has none.
+    auto latest = [&](const std::string& ymd, int month) {
+        return db->open("Select isnull(max(mppProcessedDate), '" + ymd +
+                        "') from pMonthlyPayRollProcessing where month(mppProcessedDate) = " + std::to_string(month) +
+                        " and year(mppProcessedDate) = 2026")
+            ->field(0);
+    };
+    EXPECT_EQ(latest("20260915", 9), Value(DateTime::ymd(2026, 9, 28)));
+    EXPECT_EQ(latest("20261115", 11), Value(DateTime::ymd(2026, 11, 15)));
+
+    // Gathering through the procedures, as "exec" text.
+    rs = db->open("exec spPAGetPayrollAccountDetails 1,'20260901','20260930',1");
     ASSERT_FALSE(rs->eof());
-    EXPECT_EQ(rs->field(0).type(), Value::Type::Date);
-    EXPECT_NO_THROW(data::GetExchangeRate(*db, 1, 1, 1));
+    EXPECT_EQ(rs->field("mppProcessedDate").type(), Value::Type::Date);
+    EXPECT_NO_THROW(rs->field("CompExRate").toDouble());
+    rs = db->open("exec spPAGetPaymentOthersDetails 1,'20260801','20261031',3,'H'");
+    EXPECT_FALSE(rs->eof());
+    EXPECT_GT(data::GetExchangeRate(*db, 1, 1, 2), 0);
+
+    // The next entry number with the company's prefix.
+    std::string P = db->open("SELECT Prefix FROM " + n.pprefix + " WHERE InterfaceID = 60 and companyid=1")
+                        ->field("Prefix")
+                        .toText();
+    std::string L = std::to_string(P.size());
+    rs = db->open("Select isnull(max(convert(int,right(TransNo,len(TransNo)-" + L + "))),0) from " +
+                  n.paPayAccLinkHeader + " where CompanyID    = 1 and len(TransNo)>len('" + P + "') and " +
+                  " isnumeric(isnull(right(TransNo,len(TransNo)-" + L + "),0)) =1 and substring(TransNo,1,len('" + P +
+                  "'))='" + P + "'");
+    EXPECT_EQ(rs->field(0), Value(5));
+
+    // Reading a saved entry back joins five tables.
+    rs = db->open(std::string("Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo, ") +
+                  " pa.RefTransType, pa.RefTransDate, pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID," +
+                  " pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, pa.TransCurrID," +
+                  " pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount," +
+                  " pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol " + " from " +
+                  n.paPayAccLinkDetails + " pa, " + n.pCompanyMaster + " cm," + n.pDepartment + " dm," +
+                  n.pCurrencyMaster + " dc," + n.pCurrencyMaster + " cc where pa.CompanyID=cm.CompanyID and " +
+                  " pa.CompanyID=dm.CompanyID and pa.DepartmentID = dm.DepartmentID and " +
+                  " dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and " +
+                  " cm.CompanyID=cc.CompanyID and cm.CurrencyID = cc.CurrencyID and " + " pa.CompanyID=1" +
+                  " and pa.TransID=1");
+    ASSERT_FALSE(rs->eof());
+    EXPECT_EQ(rs->field("RefTransDate").type(), Value::Type::Date);
+
+    // A save that fails half-way leaves nothing behind.
+    db->beginTrans();
+    auto ins = db->command(" insert into " + n.paPayAccLinkHeader + " ( CompanyID," +
+                               "TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled) " +
+                               "values (?, ?, ?, ?, ?, ?, ?, ?) ",
+                           data::CommandType::Text);
+    ins->refreshParameters();
+    ins->execute({Value(1), Value(99), Value(1), Value("PAL/99"), Value("15/Oct/2026"), Value("P"), Value(""), Value(0)});
+    db->execute("update pMonthlyPayRollProcessing set mppPosted=1 where mppCompanyID=1");
+    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader + " where CompanyID=1 and TransDate='15/Oct/2026'")
+                  ->field(0),
+              Value(1));
+    db->rollbackTrans();
+    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader + " where TransID=99")->field(0), Value(0));
+    EXPECT_GT(db->open("select count(1) from pMonthlyPayRollProcessing where mppPosted=0")->field(0).toInt32(), 0);
 }

@@ -164,10 +164,13 @@ public:
                 a.dateParams.push_back(meetsDateColumn(k));
             } else if (tok.kind == Tok::String) {
                 auto d = common::parseDate(literalText(tok));
-                if (d && meetsDateColumn(k)) tok.text = "'" + common::isoDate(*d) + "'";
-                // The server compares text without regard to case also where one side is an
-                // expression (substring(TransNo,1,1)='x'), which SQLite would compare binary.
-                if (!ddl && compared(k)) tok.text += " COLLATE NOCASE";
+                if (d && meetsDateColumn(k)) {
+                    tok.text = "'" + common::isoDate(*d) + "'";
+                } else if (!ddl && comparedWithExpression(k)) {
+                    // The server compares text without regard to case also where one side is
+                    // an expression (substring(TransNo,1,1)='x'), which SQLite compares binary.
+                    tok.text += " COLLATE NOCASE";
+                }
             }
         }
         for (const Token& tok : t_) a.sql += tok.text;
@@ -196,8 +199,15 @@ private:
         return -1;
     }
 
-    bool compared(size_t k) const {
-        return (k > 0 && isComparison(at(k - 1))) || (has(k + 1) && isComparison(at(k + 1)));
+    // Whether the literal at k is compared with an expression rather than a plain column (a
+    // column brings its own collation, and keeps its index usable).
+    bool comparedWithExpression(size_t k) const {
+        auto column = [&](size_t j) {
+            return (at(j).kind == Tok::Ident || at(j).kind == Tok::Quoted) && !(has(j + 1) && at(j + 1).kind == Tok::LParen);
+        };
+        if (k >= 2 && isComparison(at(k - 1))) return !column(k - 2);
+        if (has(k + 2) && isComparison(at(k + 1))) return !column(k + 2);
+        return false;
     }
 
     bool identIsDate(const Token& tok) const {
