@@ -354,9 +354,12 @@ INSERT INTO pprefix (companyid, InterfaceID, Prefix) VALUES (1, 60, 'PAL/');
 
 INSERT INTO psettings (companyid, noofpreviousdays) VALUES (1, 90), (2, 30);
 
--- Captions of the entry browser's grid, in grid column order. The employee number caption
--- belongs to a layout that showed it and is left out of the sort and search lists.
-INSERT INTO ptables (tableid, tablename) VALUES (60, 'paPayAccLinkHeader');
+-- Captions of the entry browser's grid, in grid column order. The grid shows exactly these
+-- seven columns; the employee number caption belongs to the details layout (table 61), which
+-- the browser must not pick up.
+INSERT INTO ptables (tableid, tablename) VALUES
+    (60, 'paPayAccLinkHeader'),
+    (61, 'paPayAccLinkDetails');
 INSERT INTO ptablecolumns (tableid, columnid, columnheader, columnname) VALUES
     (60, 1, 'Trans ID', 'TransID'),
     (60, 2, 'Trans No', 'TransNo'),
@@ -365,7 +368,10 @@ INSERT INTO ptablecolumns (tableid, columnid, columnheader, columnname) VALUES
     (60, 5, 'Department', 'DepartmentName'),
     (60, 6, 'Cancelled', 'cancel'),
     (60, 7, 'Posted', 'Posted'),
-    (60, 8, 'Emp No', 'eEmpNo ');
+    (61, 1, 'Trans No', 'RefTransNo'),
+    (61, 2, 'Emp No', 'eEmpNo'),
+    (61, 3, 'Employee', 'EmpName'),
+    (61, 4, 'Account', 'AccountDesc');
 
 -- Physical names of the suite's logical tables. Departments live in pDepartmentMaster.
 -- pLoans is listed as the suite lists it, though this component never asks for it.
