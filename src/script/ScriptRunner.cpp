@@ -497,7 +497,7 @@ void ScriptRunner::dispatch(const Line& line) {
         } else {
             t = resolve(name);
         }
-        expectEqual(a[0], line.text, property(t, prop, name));
+        expectEqual("expect " + a[0], line.text, property(t, prop, name));
         return;
     }
     if (cmd == "expect-cell" || cmd == "expect-checked" || cmd == "expect-header") {
@@ -509,7 +509,7 @@ void ScriptRunner::dispatch(const Line& line) {
             int col = rowArg(a[1]);
             int cols = list ? list->columnCount() : grid->cols();
             if (col < 0 || col >= cols) fail("column " + std::to_string(col) + " out of range");
-            expectEqual(a[0] + " header " + a[1], line.text, list ? list->columnHeader(col) : grid->textMatrix(0, col));
+            expectEqual("expect-header " + a[0] + " " + a[1], line.text, list ? list->columnHeader(col) : grid->textMatrix(0, col));
             return;
         }
         int row = rowArg(a[1]);
@@ -517,7 +517,7 @@ void ScriptRunner::dispatch(const Line& line) {
             if (!list) fail(a[0] + " is not a list");
             int want = rowArg(a[2]);
             if (row < 1 || row > list->count()) fail("row " + std::to_string(row) + " out of range");
-            expectEqual(a[0] + " row " + a[1] + " tick", std::to_string(want), list->checked(row) ? "1" : "0");
+            expectEqual("expect-checked " + a[0] + " " + a[1], std::to_string(want), list->checked(row) ? "1" : "0");
             return;
         }
         int col = rowArg(a[2]);
@@ -531,13 +531,13 @@ void ScriptRunner::dispatch(const Line& line) {
             if (col < 0 || col >= grid->cols()) fail("column " + std::to_string(col) + " out of range");
             actual = grid->textMatrix(row, col);
         }
-        expectEqual(a[0] + " cell " + a[1] + "," + a[2], line.text, actual);
+        expectEqual("expect-cell " + a[0] + " " + a[1] + " " + a[2], line.text, actual);
         return;
     }
     if (cmd == "expect-message") {
         const ui::MessageBoxRequest* m = toolkit_.lastMessage();
         if (!m) fail("no message box was shown");
-        expectEqual("message", line.text, m->text);
+        expectEqual("expect-message", line.text, m->text);
         return;
     }
     if (cmd == "expect-sql") {

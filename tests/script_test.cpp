@@ -1,0 +1,235 @@
+// The script runner on two small forms of the tests' own: commands, nesting of modal forms,
+// the transcript, dumps and how a script fails.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "TestSupport.h"
+#include "common/Error.h"
+#include "script/ScriptRunner.h"
+#include "ui/Form.h"
+#include "ui/Headless.h"
+
+namespace {
+
+using namespace ui;
+
+class ChildForm : public Form {
+public:
+    explicit ChildForm(Toolkit& tk) : Form(tk, "frmChild", "Child form") {
+        cmdDone.Click = [this] { unload(); };
+    }
+    TextBox& txtNote = add<TextBox>("txtNote");
+    CommandButton& cmdDone = add<CommandButton>("cmdDone", "&Done");
+    bool unloadRan = false;
+    void Form_Unload(int&) override { unloadRan = true; }
+};
+
+class MainForm : public Form {
+public:
+    MainForm(Toolkit& tk, ChildForm& child) : Form(tk, "frmMain", "Main form") {
+        cboType.addItem("Payroll");
+        cboType.addItem("Savings");
+        lvwItems.addColumn("Sl No");
+        lvwItems.addColumn("Name");
+        lvwItems.setCell(lvwItems.add("1"), 1, "Apple");
+        lvwItems.setCell(lvwItems.add("2"), 1, "Pear");
+        grid.setTextMatrix(0, 0, "A");
+        grid.setTextMatrix(0, 1, "B");
+        grid.setTextMatrix(1, 0, "x");
+        grid.setTextMatrix(1, 1, "y");
+        cmdDisabled.setEnabled(false);
+        cmdOpen.Click = [this, &child] {
+            toolkit().showModal(child);
+            afterChild = true;  // runs only once the child has gone
+            txtName.setText(child.txtNote.text());
+        };
+        cmdAsk.Click = [this] {
+            int a = toolkit().msgBox({"Continue?", vbYesNo + vbQuestion, "Test"});
+            txtName.setText(a == vbYes ? "yes" : "no");
+        };
+        cmdFail.Click = [] { throw common::Error(5, "frmMain", "Invalid procedure call or argument"); };
+        cmdSql.Click = [this] {
+            if (connection) connection->open("select 1 as one", data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+        };
+        lvwItems.ItemCheck = [this](int row) { lastChecked = row; };
+    }
+    TextBox& txtName = add<TextBox>("txtName");
+    ComboBox& cboType = add<ComboBox>("cboType", nullptr, ComboBox::Style::DropDownList);
+    CheckBox& chkFlag = add<CheckBox>("chkFlag", "Flag");
+    ListView& lvwItems = add<ListView>("lvwItems");
+    FlexGrid& grid = add<FlexGrid>("grid");
+    CommandButton& cmdOpen = add<CommandButton>("cmdOpen", "&Open");
+    CommandButton& cmdAsk = add<CommandButton>("cmdAsk", "&Ask");
+    CommandButton& cmdFail = add<CommandButton>("cmdFail", "&Fail");
+    CommandButton& cmdSql = add<CommandButton>("cmdSql", "&Sql");
+    CommandButton& cmdDisabled = add<CommandButton>("cmdDisabled", "&Never");
+    bool afterChild = false;
+    bool unloadRan = false;
+    int lastChecked = 0;
+    data::ConnectionPtr connection;
+    void Form_Unload(int&) override { unloadRan = true; }
+};
+
+struct Outcome {
+    int status;
+    std::string out;
+};
+
+class ScriptTest : public ::testing::Test {
+protected:
+    ScriptTest() {
+        tk.formLoaded(main);
+        tk.formLoaded(child);
+    }
+    Outcome run(const std::string& script, data::TraceConnection* trace = nullptr) {
+        std::istringstream in(script);
+        std::ostringstream out;
+        script::ScriptRunner runner(tk, out);
+        runner.setTrace(trace);
+        int status = runner.run(in, [&] { tk.showModal(main); });
+        return {status, out.str()};
+    }
+    HeadlessToolkit tk;
+    ChildForm child{tk};
+    MainForm main{tk, child};
+};
+
+TEST_F(ScriptTest, ModalFormsTakeTheLinesUntilTheyUnload) {
+    Outcome r = run(R"(# a comment, then a blank line
+
+expect frmMain "Main form"
+set txtName Alice
+expect txtName Alice
+select cboType Savings
+expect cboType.listindex 1
+check chkFlag 1
+click cmdOpen
+expect frmMain.txtName Alice
+type txtNote   hello there
+click cmdDone
+expect txtName "hello there"
+answer Yes
+click cmdAsk
+expect-message Continue?
+expect txtName yes
+click cmdFail
+expect chkFlag.value 1
+expect cmdDisabled.enabled false
+close
+)");
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.out,
+              "SHOW frmMain: Main form\n"
+              "SHOW frmChild: Child form\n"
+              "UNLOAD frmChild\n"
+              "MSGBOX \"Test\" \"Continue?\" [Yes/No] -> Yes\n"
+              "ERROR 5: Invalid procedure call or argument\n"
+              "UNLOAD frmMain\n"
+              "OK\n");
+    EXPECT_TRUE(main.afterChild);
+    EXPECT_TRUE(main.unloadRan);
+}
+
+TEST_F(ScriptTest, ListsAndGridsAreDrivenAndDumped) {
+    Outcome r = run(R"(tick lvwItems 1
+expect-checked lvwItems 1 1
+expect-checked lvwItems 2 0
+row lvwItems 2
+expect lvwItems.row 2
+expect lvwItems 2
+expect-cell lvwItems 2 1 Pear
+expect-cell lvwItems 0 1 Name
+expect-header lvwItems 0 "Sl No"
+row grid 1
+expect grid.rows 2
+expect-cell grid 1 1 y
+expect-header grid 1 B
+dump lvwItems
+dump grid
+)");
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(main.lastChecked, 1);
+    EXPECT_EQ(r.out,
+              "SHOW frmMain: Main form\n"
+              "DUMP lvwItems\n"
+              "0\t[-]\tSl No\tName\n"
+              "1\t[x]\t1\tApple\n"
+              "2\t[ ]\t2\tPear\n"
+              "DUMP grid\n"
+              "0\tA\tB\n"
+              "1\tx\ty\n"
+              "OK\n");
+}
+
+TEST_F(ScriptTest, AtTheEndFormsStillOpenAreDroppedWithoutUnloadEvents) {
+    Outcome r = run("click cmdOpen\nset txtNote left open\n");
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.out, "SHOW frmMain: Main form\nSHOW frmChild: Child form\nOK\n");
+    EXPECT_FALSE(child.unloadRan);
+    EXPECT_FALSE(main.unloadRan);
+    EXPECT_FALSE(main.afterChild) << "the handler that showed the child does not go on";
+    EXPECT_EQ(child.txtNote.text(), "left open");
+}
+
+TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
+    struct Case {
+        const char* script;
+        const char* lastLine;
+    };
+    const Case cases[] = {
+        {"set txtName Alice\n\nclik cmdOpen\n", "FAIL line 3: unknown command 'clik'"},
+        {"check chkFlag\n", "FAIL line 1: 'check' needs more words"},
+        {"close now\n", "FAIL line 1: 'close' takes nothing after 'close'"},
+        {"set txtName Alice\nexpect txtName Bob\nclick cmdOpen\n",
+         "FAIL line 2: expect txtName: expected \"Bob\", got \"Alice\""},
+        {"click cmdMissing\n", "FAIL line 1: no control cmdMissing on frmMain"},
+        {"expect frmNone.txtName x\n", "FAIL line 1: no form frmNone is loaded"},
+        {"expect txtName.listindex 0\n", "FAIL line 1: txtName has no property listindex"},
+        {"tick lvwItems 3\n", "FAIL line 1: row 3 out of range (lvwItems has 2 rows)"},
+        {"row grid 2\n", "FAIL line 1: row 2 out of range (grid has data rows 1 to 1)"},
+        {"select cboType Others\n", "FAIL line 1: no item \"Others\" in cboType"},
+        {"click cmdDisabled\n", "FAIL line 1: cmdDisabled cannot be reached (disabled or hidden)"},
+        {"# asks with no answer\nclick cmdAsk\n", "FAIL line 2: no answer for the message box \"Continue?\""},
+        {"set txtName a\nexpect-message Continue?\n", "FAIL line 2: no message box was shown"},
+        {"click cmdSql\nexpect-sql select\n", "FAIL line 2: no statement trace for expect-sql"},
+        {"close\nclick cmdOpen\n", "FAIL line 2: no form is open (for cmdOpen)"},
+    };
+    for (const Case& c : cases) {
+        HeadlessToolkit fresh;
+        ChildForm ch(fresh);
+        MainForm m(fresh, ch);
+        fresh.formLoaded(m);
+        std::istringstream in(c.script);
+        std::ostringstream out;
+        script::ScriptRunner runner(fresh, out);
+        EXPECT_EQ(runner.run(in, [&] { fresh.showModal(m); }), 1) << c.script;
+        std::string text = out.str();
+        ASSERT_FALSE(text.empty());
+        std::string last = text.substr(text.rfind('\n', text.size() - 2) + 1);
+        EXPECT_EQ(last, std::string(c.lastLine) + "\n") << c.script;
+        EXPECT_FALSE(m.afterChild) << "nothing runs after the failing line: " << c.script;
+    }
+    // A malformed script runs nothing at all.
+    Outcome r = run("set txtName Alice\nfrobnicate\n");
+    EXPECT_EQ(r.out, "FAIL line 2: unknown command 'frobnicate'\n");
+    EXPECT_EQ(main.txtName.text(), "");
+}
+
+TEST_F(ScriptTest, ExpectSqlLooksAtTheStatementsSinceTheLastOne) {
+    testsupport::TempDir dir;
+    data::sqlite::OpenOptions o;
+    o.create = true;
+    auto trace = std::make_shared<data::TraceConnection>(data::sqlite::open(dir.file("s.db"), o));
+    main.connection = trace;
+    Outcome ok = run("click cmdSql\nexpect-sql select 1 as\n", trace.get());
+    EXPECT_EQ(ok.status, 0) << ok.out;
+    Outcome again = run("click cmdSql\nexpect-sql select 1\nexpect-sql select 1\n", trace.get());
+    EXPECT_EQ(again.status, 1);
+    EXPECT_NE(again.out.find("FAIL line 3: no statement since the last expect-sql contains \"select 1\""),
+              std::string::npos)
+        << again.out;
+}
+
+}  // namespace
