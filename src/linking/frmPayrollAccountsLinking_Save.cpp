@@ -320,6 +320,8 @@ void frmPayrollAccountsLinking::Form_QueryUnload(int& cancel, int unloadMode) {
         if (module_.MsgBox("Save Changes?", ui::vbYesNo + ui::vbInformation) == ui::vbYes) {
             cmdOk_Click();
             if (cmdOk.Tag != "Success") cancel = 1;
+            // A save that went through has unloaded the screen already.
+            if (!loaded) cancel = 1;
         }
     }
 }

@@ -1,0 +1,324 @@
+// Saving an entry: the checks and their order, numbering, what a save writes, closing with
+// unsaved changes, and that a save is all or nothing (injected faults, a concurrent writer).
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "common/Error.h"
+#include "linking_fixture.h"
+
+namespace linkingtest {
+namespace {
+
+class SaveTest : public LinkingTest {
+protected:
+    // Three runs of the test department on 28/11/2026; runs 1 and 3 ticked.
+    frmPayrollAccountsLinking& payrollEntry() {
+        addRun(9001, 901, 1000, 200, 100);
+        addRun(9002, 902, 2000, 300, 250);
+        addRun(9003, 906, 500, 50, 20);
+        auto& f = openNew();
+        gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+        f.lvwTransactions.userToggle(1);
+        f.lvwTransactions.userToggle(3);
+        f.txtRemarks.userType("  November wages  ");
+        return f;
+    }
+
+    std::string dbState() {
+        return rows("select * from paPayAccLinkHeader order by CompanyID, TransID") +
+               rows("select * from paPayAccLinkDetails order by CompanyID, TransID, DetailID") +
+               rows("select * from paPayAccLinkPostingDetails order by CompanyID, TransID, DetailID") +
+               rows("select mppCompanyID, mppProcessID from pMonthlyPayRollProcessing where mppPosted=1 order by 1, 2") +
+               rows("select phCompanyID, phPaymentID from pPaymentHeader where phPosted=1 order by 1, 2");
+    }
+    static std::string screenState(const frmPayrollAccountsLinking& f) {
+        return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
+               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" + f.txtTotDepAmount.text() +
+               "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) + dump(f.lvwPostingDetails);
+    }
+    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
+
+    // Presses Ok once for every call the save makes, failing the k-th call each time: the
+    // database and the screen must come out as they went in. Stops when a press saves
+    // (a fault after the commit, in the browser's refresh, no longer undoes the save).
+    void faultEveryCall(frmPayrollAccountsLinking& f) {
+        const std::string db0 = dbState(), screen0 = screenState(f);
+        for (int k = 1;; ++k) {
+            ASSERT_LT(k, 500);
+            int calls = 0, commitAt = 0;
+            trace->beforeEach = [&](const data::TraceEntry& e) {
+                ++calls;
+                if (e.kind == data::TraceEntry::Kind::Commit) commitAt = calls;
+                if (calls == k) throw common::Error(-2147467259, "test", "fault at call " + std::to_string(k));
+            };
+            f.cmdOk.userClick();
+            trace->beforeEach = nullptr;
+            if (!linkingOpen()) {
+                EXPECT_GT(k, commitAt) << "saved although call " << k << " failed before the commit";
+                return;
+            }
+            EXPECT_EQ(lastMessage(), "fault at call " + std::to_string(k));
+            EXPECT_EQ(dbState(), db0) << "after a fault at call " << k;
+            EXPECT_EQ(screenState(f), screen0) << "after a fault at call " << k;
+            EXPECT_TRUE(toolkit.errors.empty());
+        }
+    }
+};
+
+TEST_F(SaveTest, ChecksComeInOrderWithTheirMessagesAndFocus) {
+    addPayment(9201, "O", 901, 100, "2026-10-20");
+    auto& f = openNew();
+    const std::string before = dbState();
+    auto press = [&] {
+        toolkit.messages.clear();
+        f.cmdOk.userClick();
+        EXPECT_EQ(toolkit.messages.size(), 1u);
+        EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+        return lastMessage();
+    };
+
+    EXPECT_EQ(press(), "Select a type.");
+    EXPECT_EQ(f.activeControl(), &f.cboType);
+    f.dtpTransDate.userSet(DateTime::ymd(2026, 10, 14));
+    f.cboType.userSelectText("Others");
+    EXPECT_EQ(press(), "Select a department.");
+    EXPECT_EQ(f.activeControl(), &f.cboDepartment);
+    f.cboDepartment.userSelectText("Test Lab");
+    EXPECT_EQ(press(), "Date cannot be less than today.");
+    EXPECT_EQ(f.activeControl(), &f.dtpTransDate);
+    f.dtpTransDate.userSet(DateTime::ymd(2026, 10, 15));  // the process date itself passes
+    EXPECT_EQ(press(), "Select at least one details.");
+    EXPECT_EQ(f.activeControl(), &f.lvwPostingDetails);
+
+    f.cmdShow.userClick();
+    f.lvwTransactionDetails.userToggle(1);  // the debit without its cash credit
+    EXPECT_EQ(f.txtTotDepAmount.text(), "100.00");
+    EXPECT_EQ(press(), "Debit total and Credit total must be same");
+    EXPECT_EQ(f.activeControl(), &f.lvwPostingDetails);
+    f.txtTotDepAmount.setText("0.001");
+    EXPECT_EQ(press(), "Debit total and Credit total must be same");
+    EXPECT_EQ(dbState(), before);
+    EXPECT_TRUE(linkingOpen());
+
+    // Only the balance text counts: an empty one passes.
+    f.txtTotDepAmount.setText("");
+    toolkit.messages.clear();
+    f.cmdOk.userClick();
+    EXPECT_TRUE(toolkit.messages.empty());
+    EXPECT_FALSE(linkingOpen());
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1 and TransNo='PAL/6'"), 1);
+}
+
+TEST_F(SaveTest, EntryNumberIsThePrefixAndTheNextNumberOfThatPrefix) {
+    auto& f = openNew();
+    raw->execute("update pprefix set Prefix='X' where companyid=1 and InterfaceID=60");
+    for (auto [id, no] : {std::pair{101, "X9"}, {102, "X10"}, {103, "XA1"}, {104, "Y50"}})
+        raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+                     "Cancelled) values (1, " + std::to_string(id) + ", 1, '" + no + "', '2026-10-01', 'P', 0)");
+    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
+                 "values (2, 101, 1, 'X40', '2026-10-01', 'P')");
+    trace->clear();
+    EXPECT_EQ(f.Generateappno(), "X11");
+    EXPECT_EQ(trace->statements(),
+              (std::vector<std::string>{
+                  "SELECT Prefix FROM pprefix WHERE InterfaceID = 60 and companyid=1",
+                  "Select isnull(max(convert(int,right(TransNo,len(TransNo)-1))),0) from paPayAccLinkHeader "
+                  "where CompanyID    = 1 and len(TransNo)>len('X') and  isnumeric(isnull(right(TransNo,"
+                  "len(TransNo)-1),0)) =1 and substring(TransNo,1,len('X'))='X'"}));
+
+    // Without a prefix only all-digit numbers count.
+    raw->execute("delete from pprefix where companyid=1");
+    EXPECT_EQ(f.Generateappno(), "1");
+    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
+                 "values (1, 105, 1, '7', '2026-10-01', 'P')");
+    EXPECT_EQ(f.Generateappno(), "8");
+}
+
+TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
+    auto& f = payrollEntry();
+    browser();  // the list the save refreshes
+    const int browserRows = browser().flexMaster.rows();
+    trace->clear();
+    f.cmdOk.userClick();
+    ASSERT_TRUE(toolkit.errors.empty());
+    EXPECT_FALSE(linkingOpen());
+
+    EXPECT_EQ(rows("select CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
+                   "cancelremarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID=6"),
+              "1|6|9|PAL/6|20/11/2026|P|November wages|0||0|\n");
+    bool headerTraced = false;
+    for (const auto& e : trace->entries()) {
+        if (e.kind != data::TraceEntry::Kind::Command || e.text.find("paPayAccLinkHeader") == std::string::npos)
+            continue;
+        headerTraced = true;
+        EXPECT_EQ(e.text, " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
+                          "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ");
+        EXPECT_EQ(e.values, (std::vector<common::Value>{1, 6, 9, "PAL/6", "20/Nov/2026", "P", "November wages", 0}));
+    }
+    EXPECT_TRUE(headerTraced);
+
+    EXPECT_EQ(rows("select DetailID, RefTransID, AccountID, Credit from paPayAccLinkDetails where CompanyID=1 and "
+                   "TransID=6 order by DetailID"),
+              "1|9001|1001|0|\n2|9001|1002|0|\n3|9001|1003|1|\n4|9001|1004|1|\n"
+              "5|9003|1011|0|\n6|9003|1012|0|\n7|9003|1013|1|\n8|9003|1014|1|\n");
+    EXPECT_EQ(rows("select DepartmentID, RefTransNo, RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountDesc, "
+                   "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, "
+                   "CompAmount from paPayAccLinkDetails where CompanyID=1 and TransID=6 and DetailID=5"),
+              "9|PRT/9003|Basic Salary|28/11/2026|906|Tester 906|T906|Basic Salaries - USD|USD|USD|2|2|500|500|"
+              "1836.25|1836.25|\n");
+    EXPECT_EQ(rows("select DetailID, AccountID, AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, "
+                   "RefCurrSymbol, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable "
+                   "from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 and DetailID in (1, 8) "
+                   "order by DetailID"),
+              "1|1001|Basic Salaries - AED||1|AED|1|AED|1000|0|1000|1000|1000|N|\n"
+              "8|1014|Net Salaries Payable - USD||2|USD|2|USD|0|530|-530|-1946.43|-1946.43|N|\n");
+    EXPECT_EQ(count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6"), 8);
+    EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
+                   "(9001, 9002, 9003) order by 1"),
+              "9001|1|\n9002|0|\n9003|1|\n");
+
+    // The browser shows the new entry as its current row.
+    auto& g = browser().flexMaster;
+    EXPECT_EQ(g.rows(), browserRows + 1);
+    ASSERT_EQ(g.row(), g.rows() - 1);
+    std::vector<std::string> cells;
+    for (int c = 0; c < 7; ++c) cells.push_back(g.textMatrix(g.row(), c));
+    EXPECT_EQ(cells, (std::vector<std::string>{"6", "PAL/6", "20/11/2026", "Payroll", "Test Lab", "No", "No"}));
+}
+
+TEST_F(SaveTest, DetailsAreNumberedOverTheTickedRowsOnly) {
+    addPayment(9201, "O", 901, 100, "2026-11-05");
+    addPayment(9202, "O", 902, 70, "2026-11-06");
+    addPayment(9203, "O", 903, 100, "2026-11-07");
+    auto& f = openNew();
+    gather(f, "Others", DateTime::ymd(2026, 11, 20));
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 6);
+    f.lvwTransactionDetails.userToggle(2);  // cash credit of the first payment
+    f.lvwTransactionDetails.userToggle(5);  // debit of the third
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen());
+    EXPECT_EQ(rows("select DetailID, RefTransID, AccountID, Credit, RefTransType from paPayAccLinkDetails "
+                   "where CompanyID=1 and TransID=6 order by DetailID"),
+              "1|9201|3001|1|Others|\n2|9203|2006|0|Others|\n");
+    EXPECT_EQ(rows("select DetailID, AccountID, DebitAmount, CreditAmount from paPayAccLinkPostingDetails "
+                   "where CompanyID=1 and TransID=6 order by DetailID"),
+              "1|3001|0|100|\n2|2006|100|0|\n");
+    EXPECT_EQ(rows("select TransType from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "O|\n");
+}
+
+TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
+    auto& f = openNew();
+    f.cmdClose.userClick();  // nothing changed
+    EXPECT_TRUE(toolkit.messages.empty());
+    EXPECT_FALSE(linkingOpen());
+
+    auto& g = openNew();
+    g.txtRemarks.userType("draft");
+    toolkit.answers.push_back(ui::vbNo);
+    g.cmdClose.userClick();
+    EXPECT_EQ(lastMessage(), "Save Changes?");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbYesNo + ui::vbInformation);
+    EXPECT_FALSE(linkingOpen());
+
+    // Yes runs the save; a failing check keeps the screen open.
+    auto& h = openNew();
+    h.txtRemarks.userType("draft");
+    toolkit.answers.push_back(ui::vbYes);
+    h.cmdClose.userClick();
+    EXPECT_EQ(lastMessage(), "Select a type.");
+    EXPECT_TRUE(linkingOpen());
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader"), 6);
+}
+
+TEST_F(SaveTest, YesToSaveChangesSavesAndCloses) {
+    auto& f = payrollEntry();
+    toolkit.answers.push_back(ui::vbYes);
+    f.cmdClose.userClick();
+    EXPECT_FALSE(linkingOpen());
+    EXPECT_TRUE(toolkit.errors.empty());
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
+    // The screen closed once.
+    EXPECT_EQ(std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmPayrollAccountsLinking"), 1);
+}
+
+TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
+    auto& f = payrollEntry();
+    faultEveryCall(f);
+    ASSERT_FALSE(linkingOpen());
+    // The retries after the faults saved it once, in full.
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 6);
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
+    EXPECT_EQ(count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6"), 8);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"), 2);
+    EXPECT_EQ(rows("select TransNo from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "PAL/6|\n");
+}
+
+TEST_F(SaveTest, EditedEntryIsAllOrNothingWhateverCallFails) {
+    payrollEntry().cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen());
+    auto& f = openEdit(6);
+    f.dtpTransDate.userSet(DateTime::ymd(2026, 11, 25));
+    f.lvwTransactions.userToggle(2);  // run 9003
+    ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
+    faultEveryCall(f);
+    ASSERT_FALSE(linkingOpen());
+    EXPECT_EQ(rows("select TransDate from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "25/11/2026|\n");
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 4);
+    EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
+                   "(9001, 9003) order by 1"),
+              "9001|1|\n9003|0|\n");
+}
+
+TEST_F(SaveTest, FaultAfterTheCommitKeepsTheSaveAndIsLogged) {
+    auto& f = payrollEntry();
+    browser();
+    bool committed = false;
+    trace->beforeEach = [&](const data::TraceEntry& e) {
+        if (e.kind == data::TraceEntry::Kind::Commit) committed = true;
+        else if (committed && e.kind == data::TraceEntry::Kind::Open && e.text.find("transID= 6") != std::string::npos)
+            throw common::Error(-2147467259, "test", "refresh failed");
+    };
+    f.cmdOk.userClick();
+    trace->beforeEach = nullptr;
+    EXPECT_FALSE(linkingOpen());
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
+    EXPECT_EQ(lastMessage(), "refresh failed");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
+    std::ifstream log(data::errorLogPath());
+    std::stringstream text;
+    text << log.rdbuf();
+    EXPECT_NE(text.str().find("FrmLoanApplication:"), std::string::npos);
+    EXPECT_NE(text.str().find(":UpdateEditedRow :NA\r\n"), std::string::npos);
+}
+
+TEST_F(SaveTest, ConcurrentSaveOfTheSameKeyFailsCleanlyAndSavesOnRetry) {
+    auto& f = payrollEntry();
+    auto other = data::sqlite::open(dbPath);
+    bool done = false;
+    // Another program takes TransID 6 and number PAL/6 after this save has read both.
+    trace->beforeEach = [&](const data::TraceEntry& e) {
+        if (e.kind != data::TraceEntry::Kind::Begin || done) return;
+        done = true;
+        other->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+                       "TransType, Remarks, Cancelled) values (1, 6, 1, 'PAL/6', '2026-11-20', 'A', 'other', 0)");
+    };
+    f.cmdOk.userClick();
+    trace->beforeEach = nullptr;
+    ASSERT_TRUE(done);
+    ASSERT_TRUE(linkingOpen());
+    EXPECT_NE(lastMessage().find("UNIQUE"), std::string::npos) << lastMessage();
+    EXPECT_EQ(rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6"), "6|other|\n");
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 0);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"), 0);
+
+    f.cmdOk.userClick();
+    EXPECT_FALSE(linkingOpen());
+    EXPECT_EQ(rows("select TransID, TransNo, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6 "
+                   "order by TransID"),
+              "6|PAL/6|other|\n7|PAL/7|November wages|\n");
+    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=7"), 8);
+}
+
+}  // namespace
+}  // namespace linkingtest
