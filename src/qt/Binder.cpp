@@ -129,6 +129,10 @@ void Binder::detach() {
     for (auto& b : bindings_) {
         if (b->listenerId != 0) b->control->removeListener(b->listenerId);
         b->listenerId = 0;
+        // The views must not read a list that goes with its form.
+        if (auto* view = qobject_cast<QAbstractItemView*>(b->widget.data());
+            view != nullptr && (b->listModel != nullptr || b->gridModel != nullptr))
+            view->setModel(nullptr);
     }
 }
 

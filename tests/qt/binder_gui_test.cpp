@@ -1,0 +1,121 @@
+// The binder on a form of its own: a big list and grid fill through batched resets, and the
+// views follow the models' selection, colours and headers.
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include "gui_support.h"
+#include "qt/ItemModels.h"
+
+namespace guitest {
+namespace {
+
+class BigForm : public ui::Form {
+public:
+    explicit BigForm(ui::Toolkit& t)
+        : ui::Form(t, "BigForm", "Big"),
+          lblTitle(add<ui::Label>("lblTitle", "&Entries")),
+          lvwBig(add<ui::ListView>("lvwBig")),
+          flexBig(add<ui::FlexGrid>("flexBig")) {}
+    ui::Label& lblTitle;
+    ui::ListView& lvwBig;
+    ui::FlexGrid& flexBig;
+};
+
+TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
+    BigForm form(toolkit);
+    QWidget root;
+    auto* layout = new QVBoxLayout(&root);
+    auto* label = new QLabel(&root);
+    label->setObjectName("lblTitle");
+    auto* tree = new QTreeView(&root);
+    tree->setObjectName("lvwBig");
+    auto* table = new QTableView(&root);
+    table->setObjectName("flexBig");
+    layout->addWidget(label);
+    layout->addWidget(tree);
+    layout->addWidget(table);
+    qtui::Binder binder(form, &root);
+    EXPECT_TRUE(binder.unboundControls().isEmpty());
+    // A label without a buddy would show the ampersand itself.
+    EXPECT_EQ(label->text().toStdString(), "Entries");
+
+    form.lvwBig.addColumn("Sl No");
+    form.lvwBig.addColumn("Name", 3000);
+    form.lvwBig.addColumn("Key", 0);
+    QCoreApplication::processEvents();
+    QSignalSpy listResets(tree->model(), &QAbstractItemModel::modelReset);
+    constexpr int kRows = 40000;
+    for (int r = 1; r <= kRows; ++r) {
+        form.lvwBig.add(std::to_string(r));
+        form.lvwBig.setCell(r, 1, "Employee " + std::to_string(r));
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(listResets.count(), 1);
+    ASSERT_EQ(tree->model()->rowCount(), kRows);
+    EXPECT_EQ(tree->model()->index(kRows - 1, 1).data().toString().toStdString(), "Employee 40000");
+    EXPECT_EQ(tree->model()->headerData(1, Qt::Horizontal).toString().toStdString(), "Name");
+    EXPECT_EQ(tree->columnWidth(1), 3000 / 15);
+    EXPECT_TRUE(tree->isColumnHidden(2));
+    EXPECT_FALSE(tree->isColumnHidden(0));
+
+    // A cell and a tick set from code show at once, without another reset.
+    form.lvwBig.setCell(7, 1, "Renamed");
+    form.lvwBig.setChecked(7, true);
+    EXPECT_EQ(tree->model()->index(6, 1).data().toString().toStdString(), "Renamed");
+    EXPECT_EQ(tree->model()->index(6, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+    EXPECT_EQ(listResets.count(), 1);
+
+    // The selection from code becomes the view's current row.
+    form.lvwBig.setSelectedIndex(kRows);
+    EXPECT_EQ(tree->currentIndex().row(), kRows - 1);
+
+    // Rows removed while the view has not caught up read as empty, not as an error.
+    form.lvwBig.clear();
+    EXPECT_FALSE(tree->model()->index(kRows - 1, 1).data().isValid());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(tree->model()->rowCount(), 0);
+
+    // The grid: row 0 is the header, data rows follow; cancelled rows in red.
+    std::vector<std::vector<std::string>> data;
+    for (int r = 1; r <= kRows; ++r) data.push_back({std::to_string(r), "PAL/" + std::to_string(r), "No"});
+    form.flexBig.setCols(3);
+    form.flexBig.setTextMatrix(0, 1, "Entry No");
+    form.flexBig.setData(std::move(data));
+    form.flexBig.setCellBackColor(2, 0, ui::RGB(255, 0, 0));
+    QCoreApplication::processEvents();
+    ASSERT_EQ(table->model()->rowCount(), kRows);
+    EXPECT_EQ(table->model()->headerData(1, Qt::Horizontal).toString().toStdString(), "Entry No");
+    EXPECT_EQ(table->model()->index(1, 1).data().toString().toStdString(), "PAL/2");
+    EXPECT_EQ(table->model()->index(1, 0).data(Qt::BackgroundRole).value<QBrush>().color(), QColor(255, 0, 0));
+    EXPECT_FALSE(table->model()->index(1, 1).data(Qt::BackgroundRole).isValid());
+
+    // The current cell follows the model, and the user's move reaches it as RowColChange.
+    int rowColChanges = 0;
+    form.flexBig.RowColChange = [&] { ++rowColChanges; };
+    form.flexBig.setRow(5);
+    EXPECT_EQ(table->currentIndex().row(), 4);
+    const int beforeUser = rowColChanges;
+    table->setCurrentIndex(table->model()->index(9, 2));
+    EXPECT_EQ(form.flexBig.row(), 10);
+    EXPECT_EQ(form.flexBig.col(), 2);
+    EXPECT_EQ(rowColChanges, beforeUser + 1);
+
+    // The sort goes through the model; the view shows the new order.
+    form.flexBig.setCol(1);
+    form.flexBig.setColSel(1);
+    form.flexBig.sort(ui::FlexGrid::flexSortStringDescending);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(table->model()->index(0, 1).data().toString().toStdString(), form.flexBig.textMatrix(1, 1));
+    EXPECT_EQ(form.flexBig.textMatrix(1, 1), "PAL/9999");
+
+    // Once the form is unloaded the views no longer read its models.
+    binder.detach();
+    EXPECT_EQ(tree->model(), nullptr);
+    EXPECT_EQ(table->model(), nullptr);
+}
+
+}  // namespace
+}  // namespace guitest

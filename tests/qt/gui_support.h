@@ -1,0 +1,158 @@
+#pragma once
+// GUI test fixture: the one QApplication of the binary (offscreen), a fresh demo database and
+// a module whose screens are shown through the Qt toolkit.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../TestSupport.h"
+#include "qt/Binder.h"
+#include "qt/QtToolkit.h"
+
+namespace guitest {
+
+inline QApplication& app() {
+    static int argc = 1;
+    static char name[] = "payacc_gui_tests";
+    static char* argv[] = {name, nullptr};
+    static QApplication* instance = [] {
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+        auto* a = new QApplication(argc, argv);
+        QApplication::setQuitOnLastWindowClosed(false);
+        return a;
+    }();
+    return *instance;
+}
+
+// Waits (running the event loop) until the condition holds; false after the timeout.
+inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition()) {
+        if (clock.elapsed() > timeoutMs) return false;
+        QTest::qWait(10);
+    }
+    return true;
+}
+
+// What a message box showed and how the test answered it.
+struct SeenBox {
+    bool shown = false;
+    QString title, text;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QString defaultButton;
+};
+
+// Answers not yet given: a box that never came up fails the test at its end.
+inline std::vector<QPointer<QTimer>>& pendingAnswers() {
+    static std::vector<QPointer<QTimer>> pending;
+    return pending;
+}
+
+// Answers the next message box that comes up with the button, as a person would click it.
+inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nullptr) {
+    auto* poll = new QTimer(qApp);
+    pendingAnswers().push_back(poll);
+    QObject::connect(poll, &QTimer::timeout, [poll, answer, seen] {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            auto* box = qobject_cast<QMessageBox*>(w);
+            if (box == nullptr || !box->isVisible()) continue;
+            if (seen != nullptr) {
+                seen->shown = true;
+                seen->title = box->windowTitle();
+                seen->text = box->text();
+                seen->icon = box->icon();
+                seen->defaultButton = box->defaultButton() != nullptr ? box->defaultButton()->text() : QString();
+            }
+            QAbstractButton* button = box->button(answer);
+            if (button == nullptr) {
+                ADD_FAILURE() << "the box has no such button: " << box->text().toStdString();
+                button = box->buttons().front();
+            }
+            poll->stop();
+            poll->deleteLater();
+            QTest::mouseClick(button, Qt::LeftButton);
+            return;
+        }
+    });
+    poll->start(10);
+}
+
+class GuiTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        app();
+        dbPath = tmp.file("gui.db");
+        std::filesystem::copy_file(testsupport::demoTemplate(), dbPath);
+        raw = data::sqlite::open(dbPath);
+        data::setComponentFolder(tmp.path().string());
+        module = std::make_unique<entry::Module>(toolkit);
+        module->session.connection = raw;
+        module->session.userId = 1;
+        module->session.companyId = 1;
+        module->session.interfaceId = 60;
+        module->session.msgTitle = "Payroll Accounts Linking";
+        module->session.processDate = "15/10/2026";
+    }
+    void TearDown() override {
+        for (auto& poll : pendingAnswers()) {
+            if (poll == nullptr || !poll->isActive()) continue;
+            ADD_FAILURE() << "an expected message box never came up";
+            delete poll.data();
+        }
+        pendingAnswers().clear();
+        module.reset();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    // Shows the form modally through the module; drive runs inside the form's loop and
+    // must end by closing the form. A form still open after 30 seconds fails the test.
+    void showModal(ui::Form& form, const std::function<void(qtui::FormDialog&)>& drive) {
+        bool driven = false;
+        QTimer::singleShot(0, [&] {
+            qtui::FormDialog* dialog = toolkit.windowOf(form);
+            if (dialog == nullptr) {
+                ADD_FAILURE() << "the form is not shown";
+                return;
+            }
+            driven = true;
+            drive(*dialog);
+        });
+        QTimer watchdog;
+        watchdog.setSingleShot(true);
+        QObject::connect(&watchdog, &QTimer::timeout, [&] {
+            if (qtui::FormDialog* dialog = toolkit.windowOf(form)) {
+                ADD_FAILURE() << "the form stayed open";
+                dialog->markUnloaded();
+            }
+        });
+        watchdog.start(30000);
+        module->showModal(form);
+        EXPECT_TRUE(driven);
+    }
+
+    template <class W>
+    static W* widget(QWidget& dialog, const char* name) {
+        W* w = dialog.findChild<W*>(name);
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+
+    testsupport::TempDir tmp;
+    std::string dbPath;
+    data::ConnectionPtr raw;
+    qtui::QtToolkit toolkit;
+    std::unique_ptr<entry::Module> module;
+};
+
+}  // namespace guitest

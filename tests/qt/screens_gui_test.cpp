@@ -1,0 +1,320 @@
+// The screens in real Qt widgets: user actions reach the handlers through the binder, and
+// what the models hold shows in the widgets.
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionViewItem>
+#include <QTreeView>
+#include <initializer_list>
+
+#include "browser/FrmMaster.h"
+#include "gui_support.h"
+#include "journal/frmJournalDetails.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "linking/frmcancell.h"
+
+namespace guitest {
+namespace {
+
+using linking::frmPayrollAccountsLinking;
+
+int viewRows(QTreeView* tree);
+
+// Clicks the tick box of a list view row.
+void clickTick(QTreeView* tree, int row) {
+    ASSERT_GT(viewRows(tree), row);
+    QStyleOptionViewItem option;
+    option.initFrom(tree);
+    option.rect = tree->visualRect(tree->model()->index(row, 0));
+    option.features |= QStyleOptionViewItem::HasCheckIndicator;
+    const QRect box = tree->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, box.center());
+}
+
+int viewRows(QTreeView* tree) {
+    qtui::FormDialog* dialog = qobject_cast<qtui::FormDialog*>(tree->window());
+    if (dialog != nullptr) dialog->binder().flush();
+    return tree->model() != nullptr ? tree->model()->rowCount() : -1;
+}
+
+class ScreensTest : public GuiTest {
+protected:
+    frmPayrollAccountsLinking& newEntry() {
+        // The browser's load brings the table names; it stays hidden.
+        module->FrmMaster();
+        module->EntryMode = "N";
+        return module->frmPayrollAccountsLinking();
+    }
+    // Payroll of "Site Operations" for October, fetched with the Show button.
+    void fetchPayroll(qtui::FormDialog& d, frmPayrollAccountsLinking& f) {
+        auto* type = widget<QComboBox>(d, "cboType");
+        type->setFocus();
+        QTest::keyClick(type, Qt::Key_Down);  // onto "Payroll"
+        f.cboDepartment.userSelectText("Site Operations");
+        QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
+    }
+};
+
+TEST_F(ScreensTest, LayoutsCarryEveryControlInsideItsFrame) {
+    browser::FrmMaster master(*module);
+    linking::frmPayrollAccountsLinking linkingForm(*module);
+    linking::frmcancell cancelForm(*module);
+    journal::frmJournalDetails journalForm(*module);
+    for (ui::Form* form : std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
+        SCOPED_TRACE(form->name());
+        qtui::FormDialog dialog(*form, nullptr);
+        EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
+            << dialog.binder().unboundControls().join(", ").toStdString();
+        for (ui::Control* c : form->controls()) {
+            QWidget* w = dialog.binder().widgetOf(*c);
+            if (w == nullptr) continue;
+            // A frame disabled or hidden by the screen takes its controls along in Qt only
+            // when they sit inside its group box.
+            QWidget* group = w->parentWidget();
+            while (group != nullptr && group != &dialog && qobject_cast<QGroupBox*>(group) == nullptr)
+                group = group->parentWidget();
+            const std::string expected = c->container() != nullptr ? c->container()->name() : "";
+            const std::string actual = group != &dialog && group != nullptr ? group->objectName().toStdString() : "";
+            EXPECT_EQ(actual, expected) << c->name();
+        }
+        EXPECT_EQ(dialog.windowTitle().toStdString(), form->caption());
+    }
+}
+
+TEST_F(ScreensTest, ButtonClickReachesItsHandlerAndTheFrameCloseEndsTheModalLoop) {
+    auto& f = newEntry();
+    SeenBox seen;
+    showModal(f, [&](qtui::FormDialog& d) {
+        // Show without a type: the screen's own message.
+        answerNextBox(QMessageBox::Ok, &seen);
+        QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
+        EXPECT_EQ(seen.text.toStdString(), "Select a type.");
+        EXPECT_EQ(seen.title.toStdString(), "Payroll Accounts Linking");
+        EXPECT_EQ(seen.icon, QMessageBox::Information);
+        // The handler gave the focus to the type list.
+        EXPECT_EQ(f.activeControl(), &f.cboType);
+        // The window frame's close button unloads the form: the modal loop returns.
+        d.close();
+    });
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+    EXPECT_EQ(toolkit.windowOf(f), nullptr);
+}
+
+TEST_F(ScreensTest, ComboChoiceRaisesClickOnceAndChangesFromCodeDoNotEcho) {
+    auto& f = newEntry();
+    int clicks = 0;
+    auto original = f.cboType.Click;
+    f.cboType.Click = [&] {
+        ++clicks;
+        original();
+    };
+    showModal(f, [&](qtui::FormDialog& d) {
+        auto* type = widget<QComboBox>(d, "cboType");
+        type->setFocus();
+        QTest::keyClick(type, Qt::Key_Down);  // onto "Payroll"
+        EXPECT_EQ(clicks, 1);
+        EXPECT_EQ(f.cboType.text(), "Payroll");
+        // Payroll's range is the month's last processing date, shown in both pickers.
+        EXPECT_EQ(widget<QDateEdit>(d, "dtpFromDate")->date(), QDate(2026, 10, 28));
+        EXPECT_EQ(widget<QDateEdit>(d, "dtpToDate")->date(), QDate(2026, 10, 28));
+
+        // Set from code: one Click (the classic rule for code), and the widget follows
+        // without raising another.
+        f.cboType.setListIndex(3);
+        EXPECT_EQ(clicks, 2);
+        EXPECT_EQ(type->currentIndex(), 3);
+        EXPECT_EQ(type->currentText().toStdString(), "Savings");
+        EXPECT_EQ(widget<QDateEdit>(d, "dtpFromDate")->date(), QDate(2026, 10, 1));
+        EXPECT_EQ(widget<QDateEdit>(d, "dtpToDate")->date(), QDate(2026, 10, 31));
+
+        // Choosing the item already chosen from the list is a Click too.
+        type->showPopup();
+        ASSERT_TRUE(waitFor([&] { return type->view()->isVisible(); }));
+        QTest::keyClick(type->view(), Qt::Key_Return);
+        EXPECT_EQ(f.cboType.text(), "Savings");
+        EXPECT_EQ(clicks, 3);
+        answerNextBox(QMessageBox::No);  // "Save Changes?"
+        d.close();
+    });
+}
+
+TEST_F(ScreensTest, TickingARowRaisesItemCheckButTickingFromCodeDoesNot) {
+    auto& f = newEntry();
+    int itemChecks = 0;
+    auto original = f.lvwTransactions.ItemCheck;
+    f.lvwTransactions.ItemCheck = [&](int row) {
+        ++itemChecks;
+        original(row);
+    };
+    showModal(f, [&](qtui::FormDialog& d) {
+        fetchPayroll(d, f);
+        auto* transactions = widget<QTreeView>(d, "lvwTransactions");
+        auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+        ASSERT_GE(f.lvwTransactions.count(), 2);
+        ASSERT_EQ(viewRows(transactions), f.lvwTransactions.count());
+        EXPECT_EQ(transactions->model()->headerData(5, Qt::Horizontal).toString().toStdString(), "Trans ID ");
+        EXPECT_EQ(transactions->model()->index(0, 1).data().toString().toStdString(), f.lvwTransactions.cell(1, 1));
+        EXPECT_EQ(viewRows(postings), 0);
+
+        clickTick(transactions, 0);
+        EXPECT_EQ(itemChecks, 1);
+        EXPECT_TRUE(f.lvwTransactions.checked(1));
+        EXPECT_EQ(transactions->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+        // The tick built posting lines and the balance, and both show.
+        EXPECT_GT(viewRows(postings), 0);
+        EXPECT_EQ(viewRows(postings), f.lvwPostingDetails.count());
+        EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(), f.txtTotDepAmount.text());
+
+        f.lvwTransactions.setChecked(2, true);
+        EXPECT_EQ(itemChecks, 1);
+        EXPECT_EQ(transactions->model()->index(1, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+
+        // The space bar on the current row ticks as the mouse does: row 1 goes off again.
+        transactions->setFocus();
+        transactions->setCurrentIndex(transactions->model()->index(0, 0));
+        QTest::keyClick(transactions, Qt::Key_Space);
+        EXPECT_EQ(itemChecks, 2);
+        EXPECT_FALSE(f.lvwTransactions.checked(1));
+
+        answerNextBox(QMessageBox::No);  // "Save Changes?"
+        d.close();
+    });
+}
+
+TEST_F(ScreensTest, MessageBoxAnswerReachesTheHandler) {
+    auto& f = newEntry();
+    showModal(f, [&](qtui::FormDialog& d) {
+        fetchPayroll(d, f);
+        auto* transactions = widget<QTreeView>(d, "lvwTransactions");
+        viewRows(transactions);
+        clickTick(transactions, 0);
+        const int postingLines = f.lvwPostingDetails.count();
+        ASSERT_GT(postingLines, 0);
+
+        // Another type with details selected asks first; No keeps everything.
+        auto* type = widget<QComboBox>(d, "cboType");
+        SeenBox seen;
+        answerNextBox(QMessageBox::No, &seen);
+        type->setFocus();
+        QTest::keyClick(type, Qt::Key_Down);
+        EXPECT_EQ(seen.text.toStdString(), "All the selected details will be lost. Do you want to continue?");
+        EXPECT_EQ(seen.icon, QMessageBox::Question);
+        EXPECT_EQ(seen.defaultButton.remove('&').toStdString(), "No");
+        EXPECT_EQ(type->currentText().toStdString(), "Payroll");
+        EXPECT_EQ(f.lvwPostingDetails.count(), postingLines);
+
+        // Yes clears the lists, and the views empty with them.
+        answerNextBox(QMessageBox::Yes);
+        QTest::keyClick(type, Qt::Key_Down);
+        EXPECT_EQ(type->currentText().toStdString(), "Salary Advances");
+        EXPECT_EQ(viewRows(widget<QTreeView>(d, "lvwPostingDetails")), 0);
+        EXPECT_EQ(viewRows(transactions), 0);
+        EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(), "0.00");
+        EXPECT_EQ(widget<QComboBox>(d, "cboDepartment")->currentIndex(), -1);
+
+        answerNextBox(QMessageBox::No);  // "Save Changes?"
+        d.close();
+    });
+}
+
+TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
+    auto& f = newEntry();
+    showModal(f, [&](qtui::FormDialog& d) {
+        auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+        QStringList shown;
+        // An empty list offers only the hint and Cancel.
+        QTimer::singleShot(50, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            for (QAction* a : menu->actions()) shown << a->text();
+            menu->close();
+        });
+        QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
+        EXPECT_EQ(shown, QStringList({"&Cancel", "Select some transactions to continue..."}));
+        EXPECT_FALSE(f.mnuPopup.open);
+
+        // With lines, Add opens the line editor; its Close returns to the linking screen.
+        fetchPayroll(d, f);
+        clickTick(widget<QTreeView>(d, "lvwTransactions"), 0);
+        ASSERT_GT(f.lvwPostingDetails.count(), 0);
+        bool editorShown = false;
+        QTimer::singleShot(50, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            shown.clear();
+            for (QAction* a : menu->actions()) shown << a->text();
+            QTimer::singleShot(50, [&] {
+                qtui::FormDialog* editor = toolkit.topWindow();
+                ASSERT_NE(editor, nullptr);
+                editorShown = editor->form().name() == "frmJournalDetails";
+                EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
+                          std::to_string(f.lvwPostingDetails.count() + 1));
+                QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"), Qt::LeftButton);
+            });
+            QTest::keyClick(menu, Qt::Key_Down);
+            QTest::keyClick(menu, Qt::Key_Return);  // the first item: "&Add"
+        });
+        viewRows(postings);
+        QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
+                          postings->visualRect(postings->model()->index(0, 0)).center());
+        EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 1);
+        EXPECT_EQ(shown, QStringList({"&Add", "&Edit", "&Cancel"}));
+        EXPECT_TRUE(editorShown);
+        EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
+
+        // The editor's closing made the screen active again: a fresh snapshot, so no
+        // question about unsaved changes.
+        d.close();
+    });
+}
+
+TEST_F(ScreensTest, TypedKeysPassTheScreensKeyFiltersAndEnterMovesOn) {
+    // The reason box drops the apostrophe as it is typed; a paste is not filtered.
+    module->FrmMaster();
+    auto& cancelForm = module->frmcancell();
+    showModal(cancelForm, [&](qtui::FormDialog& d) {
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&d));
+        auto* reason = widget<QLineEdit>(d, "txtreason");
+        reason->setFocus();
+        QTest::keyClicks(reason, "it's late");
+        EXPECT_EQ(cancelForm.txtreason.text(), "its late");
+        EXPECT_EQ(reason->text().toStdString(), "its late");
+        QTest::keyClick(reason, Qt::Key_Backspace);
+        QTest::keyClick(reason, Qt::Key_Home);
+        QTest::keyClick(reason, 'X');
+        EXPECT_EQ(cancelForm.txtreason.text(), "Xits lat");
+        QApplication::clipboard()->setText("'s");
+        QTest::keyClick(reason, Qt::Key_End);
+        QTest::keyClick(reason, Qt::Key_V, Qt::ControlModifier);
+        EXPECT_EQ(cancelForm.txtreason.text(), "Xits lat's");
+        // Enter in the reason moves the focus to the Ok button.
+        QTest::keyClick(reason, Qt::Key_Return);
+        EXPECT_EQ(QApplication::focusWidget(), d.findChild<QPushButton*>("cmdok"));
+        // Closing this screen cancels an entry: let the window go without it.
+        d.markUnloaded();
+    });
+
+    // On the linking screen Enter sends a Tab: the focus moves to the next field.
+    auto& f = newEntry();
+    showModal(f, [&](qtui::FormDialog& d) {
+        auto* remarks = widget<QLineEdit>(d, "txtRemarks");
+        remarks->setFocus();
+        QTest::keyClicks(remarks, "October");
+        EXPECT_EQ(f.txtRemarks.text(), "October");
+        EXPECT_EQ(f.activeControl(), &f.txtRemarks);
+        QTest::keyClick(remarks, Qt::Key_Return);
+        EXPECT_TRUE(waitFor([&] { return QApplication::focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
+        EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
+        answerNextBox(QMessageBox::No);  // "Save Changes?"
+        d.close();
+    });
+}
+
+}  // namespace
+}  // namespace guitest
