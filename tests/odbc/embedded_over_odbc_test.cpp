@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -21,6 +22,10 @@
 #include "data/sqlite/ProcedureCatalog.h"
 #include "data/sqlite/SqliteConnection.h"
 #include "data/sqlite/TsqlAdapter.h"
+#include "entry/Module.h"
+#include "entry/qorPayrollAccounts.h"
+#include "script/ScriptRunner.h"
+#include "ui/Headless.h"
 
 namespace {
 
@@ -362,6 +367,105 @@ TEST_F(EmbeddedOverOdbcTest, HeaderWritesAsTheSaveDoesAreUndoneByRollback) {
     EXPECT_EQ(rs->field("TransDate").toDate(), common::DateTime::ymd(2026, 10, 29));
     EXPECT_EQ(rs->field("Remarks"), Value("moved"));
     EXPECT_NE(rs->field("Posted").joinText(), "1");
+}
+
+}  // namespace
+
+namespace {
+
+// A user's whole session, from the browser through a new payroll entry, its edit and its
+// cancellation.
+const char* const kSession = R"(dump flexMaster
+click cmdnew
+select cboType Payroll
+select cboDepartment Administration
+set dtpFromDate 01/10/2026
+set dtpToDate 31/10/2026
+click cmdShow
+dump lvwTransactions
+tick lvwTransactions 1
+tick lvwTransactions 2
+dump lvwTransactionDetails
+dump lvwPostingDetails
+expect txtTotDepAmount 0.00
+set txtRemarks October run
+click cmdOk
+dump flexMaster
+click CmdEdit
+dump lvwTransactions
+tick lvwTransactions 2
+set txtRemarks October run, one removed
+click cmdOk
+dump flexMaster
+answer Yes
+click CmdDelete
+set txtreason entered twice
+click cmdok
+dump flexMaster
+)";
+
+// Runs the script on the connection as the host program does; returns the transcript.
+std::string runSession(const ConnectionPtr& connection, const std::string& folder) {
+    auto trace = std::make_shared<data::TraceConnection>(connection);
+    data::setComponentFolder(folder);
+    ui::HeadlessToolkit toolkit;
+    std::ostringstream out;
+    std::istringstream script(kSession);
+    {
+        entry::Module module(toolkit);
+        entry::qorPayrollAccounts component(module);
+        component.setAdocon(trace);
+        component.strProjectKey = entry::kProjectKey;
+        component.MsgboxTitle = "Payroll Accounts Linking";
+        component.ProcessDate = "15/10/2026";
+        component.intUserID = 1;
+        component.intCompanyID = 1;
+        component.intInterfaceID = 60;
+        script::ScriptRunner runner(toolkit, out);
+        runner.setTrace(trace.get());
+        int status = runner.run(script, [&] { component.Show(); });
+        out << "status " << status << "\n";
+    }
+    return out.str();
+}
+
+// The link tables and the source flags, one line per row, dates as dates.
+std::string linkState(data::Connection& c) {
+    std::string out;
+    for (const char* sql :
+         {"select * from paPayAccLinkHeader order by CompanyID, TransID",
+          "select * from paPayAccLinkDetails order by CompanyID, TransID, DetailID",
+          "select * from paPayAccLinkPostingDetails order by CompanyID, TransID, DetailID",
+          "select mppCompanyID, mppProcessID, mppPosted from pMonthlyPayRollProcessing order by 1, 2"}) {
+        auto rs = c.open(sql, CursorType::ForwardOnly, LockType::ReadOnly);
+        for (const auto& row : rs->rows()) {
+            for (const Value& v : row) {
+                std::string text = v.joinText();
+                if (auto d = common::parseDate(text); d && !v.isNumeric()) text = common::isoDate(*d);
+                out += text + "|";
+            }
+            out += "\n";
+        }
+        out += "--\n";
+    }
+    return out;
+}
+
+// The same session on a copy of the same database, once on the embedded backend and once
+// through the driver: the user sees the same and the database ends the same.
+TEST_F(EmbeddedOverOdbcTest, AUsersWholeSessionRunsAlikeThroughTheDriver) {
+    std::string embeddedPath = tmp.file("embedded.db");
+    std::filesystem::copy_file(testsupport::demoTemplate(), embeddedPath);
+    auto embedded = data::sqlite::open(embeddedPath);
+
+    std::string expected = runSession(embedded, tmp.path().string());
+    ASSERT_NE(expected.find("status 0"), std::string::npos) << expected;
+    std::string saved = linkState(*embedded);
+    ASSERT_NE(saved.find("October run, one removed"), std::string::npos) << saved;
+
+    std::string actual = runSession(db, tmp.path().string());
+    EXPECT_EQ(actual, expected);
+    EXPECT_EQ(linkState(*odbc), saved);
 }
 
 }  // namespace
