@@ -10,14 +10,20 @@
 
 namespace odbctest {
 
-inline std::string sqliteDriverPath() {
-    if (const char* p = std::getenv("PAYACC_SQLITE_ODBC_DRIVER")) return p;
+// A driver library in the system's ODBC folder (/usr/lib/<triplet>/odbc), "" when absent.
+inline std::string driverPath(const std::string& library) {
     std::error_code ec;
     for (const auto& dir : std::filesystem::directory_iterator("/usr/lib", ec)) {
-        auto candidate = dir.path() / "odbc" / "libsqlite3odbc.so";
+        auto candidate = dir.path() / "odbc" / library;
         if (std::filesystem::exists(candidate)) return candidate.string();
     }
-    return "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so";
+    return {};
+}
+
+inline std::string sqliteDriverPath() {
+    if (const char* p = std::getenv("PAYACC_SQLITE_ODBC_DRIVER")) return p;
+    std::string found = driverPath("libsqlite3odbc.so");
+    return found.empty() ? "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so" : found;
 }
 
 // ODBCSYSINI points the driver manager at the registry. The driver manager reads it, and

@@ -158,6 +158,14 @@ TEST(OdbcOpen, FailuresCarryTheDriverText) {
         [&] { data::odbc::open(Registry::connectionString(tmp.file("missing/dir/x.db"))); });
     EXPECT_NE(unreachable.find("[SQLite]"), std::string::npos) << unreachable;
 
+    // SQL Server's driver, when installed, with no server listening on the port.
+    if (std::string tds = odbctest::driverPath("libtdsodbc.so"); !tds.empty()) {
+        std::string noServer = databaseError([&] {
+            data::odbc::open("DRIVER=" + tds + ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4");
+        });
+        EXPECT_NE(noServer.find("[FreeTDS][SQL Server]Unable to connect"), std::string::npos) << noServer;
+    }
+
     // The same registered driver connects once the database can be made.
     auto c = data::odbc::open(Registry::connectionString(tmp.file("x.db")));
     EXPECT_TRUE(c->isOpen());
