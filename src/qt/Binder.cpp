@@ -1,5 +1,7 @@
 #include "qt/Binder.h"
 
+#include <algorithm>
+
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
@@ -420,7 +422,11 @@ void Binder::applyColumnWidths(Binding& b) {
             const int width = model.columnWidth(col);
             // A column laid out with no width is the list's hidden key column.
             tree->setColumnHidden(col, width <= 0);
-            if (width > 0) tree->setColumnWidth(col, std::max(24, twipsToPixels(width)));
+            if (width <= 0) continue;
+            // The laid-out width, widened so that the header and the rows in sight show whole
+            // (the view measures only the rows in sight, so a long list costs nothing more).
+            tree->resizeColumnToContents(col);
+            tree->setColumnWidth(col, std::max({24, twipsToPixels(width), tree->columnWidth(col)}));
         }
     } else if (auto* table = qobject_cast<QTableView*>(b.widget.data()); table != nullptr && b.gridModel != nullptr) {
         auto& model = static_cast<ui::FlexGrid&>(*b.control);
