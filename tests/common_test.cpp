@@ -40,8 +40,10 @@ TEST(Conv, ValReadsTheLeadingNumber) {
 }
 
 TEST(Conv, IsNumericAnswersAsTheClassicFunction) {
-    for (const char* yes : {"12", " 12 ", "1,000", "1e5", "-3.5", "+.5", "&H1F", "1D2"}) EXPECT_TRUE(IsNumeric(yes)) << yes;
-    for (const char* no : {"", " ", ".", "X1", "1e", "12abc", "-", "1.2.3", "&HZ"}) EXPECT_FALSE(IsNumeric(no)) << no;
+    for (const char* yes : {"12", " 12 ", "1,000", "1e5", "-3.5", "+.5", "&H1F", "1D2"})
+        EXPECT_TRUE(IsNumeric(yes)) << yes;
+    for (const char* no : {"", " ", ".", "X1", "1e", "12abc", "-", "1.2.3", "&HZ"})
+        EXPECT_FALSE(IsNumeric(no)) << no;
     EXPECT_EQ(CDbl("1,234.5"), 1234.5);
     EXPECT_EQ(errorNumber([] { CDbl("abc"); }), err::TypeMismatch);
 }
@@ -160,8 +162,8 @@ TEST(DateTime, FormatsTheComponentUses) {
 
 TEST(DateTime, ParsesEveryFormItWrites) {
     const DateTime feb14 = DateTime::ymd(2004, 2, 14);
-    for (const char* s : {"14/Feb/2004", "14-feb-2004", "14 February 2004", "20040214", "2004/02/14", "14/02/2004",
-                          "2004-02-14", " 2004-02-14 ", "Feb 14 2004"}) {
+    for (const char* s : {"14/Feb/2004", "14-feb-2004", "14 February 2004", "20040214", "2004/02/14",
+                          "14/02/2004", "2004-02-14", " 2004-02-14 ", "Feb 14 2004"}) {
         auto d = parseDate(s);
         ASSERT_TRUE(d) << s;
         EXPECT_EQ(*d, feb14) << s;

@@ -5,8 +5,8 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <sstream>
 
@@ -53,11 +53,12 @@ protected:
         db->execute("insert into tblUsers values (2, null)");
         db->execute("create table rates (CompanyID integer, c1 integer, c2 integer, Rate real)");
         db->execute("insert into rates values (1, 1, 2, 3.75)");
-        writeProcedure("spGetExchangeRate",
-                       "-- param @CompanyID int\n-- param @CurrencyID1 smallint\n-- param @CurrencyID2 smallint\n"
-                       "-- param @Rate double output\n"
-                       "select (select Rate from rates where CompanyID=@CompanyID and c1=@CurrencyID1 and "
-                       "c2=@CurrencyID2) as Rate\n");
+        writeProcedure(
+            "spGetExchangeRate",
+            "-- param @CompanyID int\n-- param @CurrencyID1 smallint\n-- param @CurrencyID2 smallint\n"
+            "-- param @Rate double output\n"
+            "select (select Rate from rates where CompanyID=@CompanyID and c1=@CurrencyID1 and "
+            "c2=@CurrencyID2) as Rate\n");
         trace = std::make_shared<data::TraceConnection>(db);
         data::setComponentFolder(tmp.path().string());
     }
@@ -132,7 +133,8 @@ TEST_F(DataTest, TraceRecordsStatementsValuesAndInjectedFaults) {
     auto rs = trace->open("select count(*) from t", data::CursorType::Static, data::LockType::ReadOnly);
     EXPECT_EQ(rs->field(0).toInt32(), 2);
 
-    std::vector<std::string> expected = {"create table t (a integer, b text)", "insert into t (a, b) values (?, ?)",
+    std::vector<std::string> expected = {"create table t (a integer, b text)",
+                                         "insert into t (a, b) values (?, ?)",
                                          "insert into t (a, b) values (?, ?)", "select count(*) from t"};
     EXPECT_EQ(trace->statements(), expected);
     const auto& e = trace->entries();
@@ -185,14 +187,16 @@ TEST_F(DataTest, AssignTableNameMapsEveryLogicalNameFromOneStatement) {
     ASSERT_EQ(trace->statements().size(), 1u);
     EXPECT_EQ(trace->statements()[0],
               " select tablename, linktablename from linktable where tablename in (  'pusers', 'ptables', "
-              "'ptablecolumns', 'puserrights','pprefix', 'pSettings', 'pEmployee','pCurrencyMaster','aAccountMaster', "
-              "'paPayAccLinkPostingDetails','paPayAccLinkDetails', 'paPayAccLinkHeader','pDepartment','pCompanyMaster')");
+              "'ptablecolumns', 'puserrights','pprefix', 'pSettings', "
+              "'pEmployee','pCurrencyMaster','aAccountMaster', "
+              "'paPayAccLinkPostingDetails','paPayAccLinkDetails', "
+              "'paPayAccLinkHeader','pDepartment','pCompanyMaster')");
     EXPECT_EQ(names.pusers, "tblUsers");
     EXPECT_EQ(names.pSettings, "psettings");
     EXPECT_EQ(names.aAccountMaster, "tblAccounts");
     EXPECT_EQ(names.paPayAccLinkHeader, "paPayAccLinkHeader");
     EXPECT_EQ(names.pDepartment, "pDepartmentMaster");  // the last row read wins
-    EXPECT_EQ(names.pLoans, "");                         // never asked for, so never filled
+    EXPECT_EQ(names.pLoans, "");                        // never asked for, so never filled
     EXPECT_EQ(names.pprefix, "");
 
     // An empty linktable leaves the slots as they were.
@@ -224,7 +228,7 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     EXPECT_EQ(path, tmp.file("QORPayAccLinkingError.log"));
     ASSERT_FALSE(std::filesystem::exists(path));
 
-    data::LogEntry e{"frmJournalDetails ", 1, "cmdCancel_Click ", 13, "QORPayAccLinking",
+    data::LogEntry e{"frmJournalDetails ",      1,  "cmdCancel_Click ", 13, "QORPayAccLinking",
                      "Type mismatch: in: here", "N"};
     EXPECT_TRUE(data::writeErrorLog(*trace, names, e));  // a missing file is created
     EXPECT_EQ(trace->statements().back(), "select username from tblUsers where userid=1");
@@ -239,13 +243,14 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
 
     std::string text = readAll(path);
     const std::string date = R"(\d\d/\d\d/\d{4}( \d\d:\d\d:\d\d)?)";
-    std::regex lines("frmJournalDetails :QORPayAccLinking:13:QORPayAccLinking:Type mismatch: in: here:" + date +
-                     ":admin:cmdCancel_Click :N\r\n"
-                     "Employeeexit:QORPayAccLinking:0:::" +
-                     date +
-                     "::Generateexitno:E\r\n"
-                     "FrmLoanApplication:QORPayAccLinking:-2147217900:src:d:" +
-                     date + "::UpdateEditedRow :NA\r\n");
+    std::regex lines(
+        "frmJournalDetails :QORPayAccLinking:13:QORPayAccLinking:Type mismatch: in: here:" + date +
+        ":admin:cmdCancel_Click :N\r\n"
+        "Employeeexit:QORPayAccLinking:0:::" +
+        date +
+        "::Generateexitno:E\r\n"
+        "FrmLoanApplication:QORPayAccLinking:-2147217900:src:d:" +
+        date + "::UpdateEditedRow :NA\r\n");
     EXPECT_TRUE(std::regex_match(text, lines)) << text;
 
     // A failing user lookup raises and writes nothing.

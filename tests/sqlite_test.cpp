@@ -39,7 +39,8 @@ protected:
         db = data::sqlite::open(tmp.file("t.db"), options);
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
-            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text collate nocase, "
+            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text collate "
+            "nocase, "
             "Remarks text collate nocase, Cancelled integer default 0, cancelremarks text collate nocase, "
             "Posted integer default 0, primary key (CompanyID, TransID))");
         db->execute(
@@ -53,11 +54,13 @@ protected:
 
     void header(int id, const std::string& no, const std::string& date, int company = 1) {
         auto cmd = db->command(
-            " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
+            " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, "
             "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
             data::CommandType::Text);
         cmd->refreshParameters();
-        cmd->execute({Value(company), Value(id), Value(1), Value(no), Value(date), Value("P"), Value(""), Value(0)});
+        cmd->execute(
+            {Value(company), Value(id), Value(1), Value(no), Value(date), Value("P"), Value(""), Value(0)});
     }
 
     void writeProcedure(const std::string& name, const std::string& text) {
@@ -123,10 +126,13 @@ TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {
     EXPECT_NE(outer.find("'*='"), std::string::npos) << outer;
     EXPECT_NE(outer.find("not supported"), std::string::npos) << outer;
     EXPECT_NE(errorText([&] { db->open("select a from t where a =* b"); }).find("'=*'"), std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select convert(varchar, 1)"); }).find("convert(varchar"), std::string::npos);
+    EXPECT_NE(errorText([&] { db->open("select convert(varchar, 1)"); }).find("convert(varchar"),
+              std::string::npos);
     EXPECT_NE(errorText([&] { db->open("select top 1 TransID from paPayAccLinkHeader"); }).find("TOP"),
               std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select dateadd(d, 1, TransDate) from paPayAccLinkHeader"); }).find("dateadd"),
+    EXPECT_NE(errorText([&] {
+                  db->open("select dateadd(d, 1, TransDate) from paPayAccLinkHeader");
+              }).find("dateadd"),
               std::string::npos);
 }
 
@@ -139,8 +145,8 @@ TEST_F(SqliteTest, EntryNumberStatementCountsOnlyThePrefixedDigits) {
     auto next = [&](const std::string& P) {
         const std::string L = std::to_string(P.size());
         std::string sql = "Select isnull(max(convert(int,right(TransNo,len(TransNo)-" + L + "))),0) from " +
-                          "paPayAccLinkHeader" + " where CompanyID    = " + "1" + " and len(TransNo)>len('" + P +
-                          "') and " + " isnumeric(isnull(right(TransNo,len(TransNo)-" + L +
+                          "paPayAccLinkHeader" + " where CompanyID    = " + "1" + " and len(TransNo)>len('" +
+                          P + "') and " + " isnumeric(isnull(right(TransNo,len(TransNo)-" + L +
                           "),0)) =1 and substring(TransNo,1,len('" + P + "'))='" + P + "'";
         auto rs = db->open(sql, data::CursorType::Static, data::LockType::Optimistic);
         std::string text = rs->eof() ? "0" : rs->field(0).toText();
@@ -160,7 +166,8 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     header(2, "X2", "2004/02/15");
     header(3, "X3", "20040301");
     auto raw = [&](int id) {
-        return scalar("select replace(TransDate, '-', '.') from paPayAccLinkHeader where TransID=" + std::to_string(id));
+        return scalar("select replace(TransDate, '-', '.') from paPayAccLinkHeader where TransID=" +
+                      std::to_string(id));
     };
     EXPECT_EQ(raw(1), Value("2004.02.14"));
     EXPECT_EQ(raw(2), Value("2004.02.15"));
@@ -172,20 +179,24 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
 
     // Literals compared with a date column, in every suite form and on either side.
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader pa where pa.TransDate>='2004/02/15'"), Value(2));
+    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader pa where pa.TransDate>='2004/02/15'"),
+              Value(2));
     EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where '15/Feb/2004' <= TransDate"), Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where TransDate between '20040214' and '20040215'"),
-              Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where TransDate in ('14/02/2004', '01/Mar/2004')"),
-              Value(2));
+    EXPECT_EQ(
+        scalar("select count(*) from paPayAccLinkHeader where TransDate between '20040214' and '20040215'"),
+        Value(2));
+    EXPECT_EQ(
+        scalar("select count(*) from paPayAccLinkHeader where TransDate in ('14/02/2004', '01/Mar/2004')"),
+        Value(2));
     EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where TransDate = '2004-02-14'"), Value(1));
     // A text column keeps a date-like literal as it is.
     db->execute("update paPayAccLinkHeader set Remarks='2004/02/14' where TransID=1");
     EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where Remarks='2004/02/14'"), Value(1));
 
     // The update binds the date value itself; the time of day is kept only when there is one.
-    auto upd = db->command(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=2",
-                           data::CommandType::Text);
+    auto upd =
+        db->command(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=2",
+                    data::CommandType::Text);
     upd->refreshParameters();
     ASSERT_EQ(upd->parameters().size(), 2u);
     EXPECT_EQ(upd->parameters()[0].type, Value::Type::Date);
@@ -195,12 +206,14 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
               Value(DateTime{2004, 2, 20, 10, 30, 0}));
 
     // The latest date in a month, or the literal when none: both come back as dates.
-    EXPECT_EQ(scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 2 "
-                     "and year(TransDate) = 2004"),
-              Value(DateTime{2004, 2, 20, 10, 30, 0}));
-    EXPECT_EQ(scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 4 "
-                     "and year(TransDate) = 2004"),
-              Value(DateTime::ymd(2004, 4, 15)));
+    EXPECT_EQ(
+        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 2 "
+               "and year(TransDate) = 2004"),
+        Value(DateTime{2004, 2, 20, 10, 30, 0}));
+    EXPECT_EQ(
+        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 4 "
+               "and year(TransDate) = 2004"),
+        Value(DateTime::ymd(2004, 4, 15)));
 }
 
 TEST_F(SqliteTest, ValuesComeBackByStorageClass) {
@@ -274,7 +287,9 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
     auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");
     EXPECT_EQ(rs->field("Cnt"), Value(2));
     EXPECT_EQ(rs->field("Total"), Value(15.0));
-    rs = db->open("EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', @ToDate = '2004/02/29', @Type = 'A'");
+    rs = db->open(
+        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', @ToDate = '2004/02/29', @Type = "
+        "'A'");
     EXPECT_EQ(rs->field("Total"), Value(1000.0));
 
     // A stored-procedure command: the return value first, then the declared parameters.
@@ -359,16 +374,17 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
     EXPECT_TRUE(n.pLoans.empty());
 
     // The browser's list, limited to a date window given as "yyyy/mm/dd".
-    std::string list = std::string("select TransID, TransNo, TransDate, Case ") + "when TransType='P' then '" +
-                       "Payroll" + "' when TransType='A' then '" + "Salary Advances" + "' when TransType='R' then '" +
-                       "Reimbursements" + "' when TransType='S' then '" + "Savings" + "' when TransType='E' then '" +
-                       "Leave Encashments" + "' when TransType='H' then '" + "Holded Salaries" +
-                       "' when TransType='O' then '" + "Others" + "' End Type, dm.DepartmentName,  " +
-                       " case when Cancelled=1 then 'Yes' else 'No' end cancel, " +
-                       " case when Posted=1 then 'Yes' else 'No' end Posted " + " From " + n.paPayAccLinkHeader +
-                       " pa, " + n.pDepartment + " dm Where pa.CompanyID = dm.CompanyID and" +
-                       " pa.DepartmentID=dm.DepartmentID and" + " pa.companyid=" + "1";
-    auto rs = db->open(list + " and TransDate>='2026/09/01'", data::CursorType::Keyset, data::LockType::Optimistic);
+    std::string list =
+        std::string("select TransID, TransNo, TransDate, Case ") + "when TransType='P' then '" + "Payroll" +
+        "' when TransType='A' then '" + "Salary Advances" + "' when TransType='R' then '" + "Reimbursements" +
+        "' when TransType='S' then '" + "Savings" + "' when TransType='E' then '" + "Leave Encashments" +
+        "' when TransType='H' then '" + "Holded Salaries" + "' when TransType='O' then '" + "Others" +
+        "' End Type, dm.DepartmentName,  " + " case when Cancelled=1 then 'Yes' else 'No' end cancel, " +
+        " case when Posted=1 then 'Yes' else 'No' end Posted " + " From " + n.paPayAccLinkHeader + " pa, " +
+        n.pDepartment + " dm Where pa.CompanyID = dm.CompanyID and" + " pa.DepartmentID=dm.DepartmentID and" +
+        " pa.companyid=" + "1";
+    auto rs =
+        db->open(list + " and TransDate>='2026/09/01'", data::CursorType::Keyset, data::LockType::Optimistic);
     ASSERT_EQ(rs->recordCount(), 2);
     EXPECT_EQ(rs->field("TransDate").type(), Value::Type::Date);
     rs = db->open(list + " and transID= 2  and  pa.CompanyID=1");
@@ -376,24 +392,30 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
     EXPECT_EQ(rs->field("cancel"), Value("Yes"));
     EXPECT_EQ(rs->field("Posted"), Value("No"));
     rs = db->open("select tc.columnheader,tc.columnname from ptables t, " + n.ptablecolumns +
-                  " tc where t.tableid = tc.tableid and tablename ='" + "paPayAccLinkHeader" + "' and tc.tableid=60" +
-                  " order by columnid");
+                  " tc where t.tableid = tc.tableid and tablename ='" + "paPayAccLinkHeader" +
+                  "' and tc.tableid=60" + " order by columnid");
     EXPECT_EQ(rs->field("columnheader"), Value("Trans ID"));
 
     // The settings check: four salary accounts per currency in use, every setting with an account.
-    Value a = db->open("select count(1) from pCurrencyMaster where companyID= 1 and CurrencyID in(select distinct "
-                       "ecurrencyid from pemployee where eCompanyID=1)")->field(0);
+    Value a =
+        db->open(
+              "select count(1) from pCurrencyMaster where companyID= 1 and CurrencyID in(select distinct "
+              "ecurrencyid from pemployee where eCompanyID=1)")
+            ->field(0);
     Value b = db->open("select count(1) from paSalaryAccountsConfig where sacCompanyID=1")->field(0);
     EXPECT_EQ(b.toInt32(), 4 * a.toInt32());
-    EXPECT_EQ(db->open("select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  and CompanyID=1")
-                  ->field(0),
-              Value(0));
+    EXPECT_EQ(
+        db->open(
+              "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  and CompanyID=1")
+            ->field(0),
+        Value(0));
 
     // The latest payroll date of a month, or the transaction date when the month has none.
     auto latest = [&](const std::string& ymd, int month) {
-        return db->open("Select isnull(max(mppProcessedDate), '" + ymd +
-                        "') from pMonthlyPayRollProcessing where month(mppProcessedDate) = " + std::to_string(month) +
-                        " and year(mppProcessedDate) = 2026")
+        return db
+            ->open("Select isnull(max(mppProcessedDate), '" + ymd +
+                   "') from pMonthlyPayRollProcessing where month(mppProcessedDate) = " +
+                   std::to_string(month) + " and year(mppProcessedDate) = 2026")
             ->field(0);
     };
     EXPECT_EQ(latest("20260915", 9), Value(DateTime::ymd(2026, 9, 28)));
@@ -415,8 +437,8 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
     std::string L = std::to_string(P.size());
     rs = db->open("Select isnull(max(convert(int,right(TransNo,len(TransNo)-" + L + "))),0) from " +
                   n.paPayAccLinkHeader + " where CompanyID    = 1 and len(TransNo)>len('" + P + "') and " +
-                  " isnumeric(isnull(right(TransNo,len(TransNo)-" + L + "),0)) =1 and substring(TransNo,1,len('" + P +
-                  "'))='" + P + "'");
+                  " isnumeric(isnull(right(TransNo,len(TransNo)-" + L +
+                  "),0)) =1 and substring(TransNo,1,len('" + P + "'))='" + P + "'");
     EXPECT_EQ(rs->field(0), Value(5));
 
     // Reading a saved entry back joins five tables.
@@ -424,9 +446,10 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
                   " pa.RefTransType, pa.RefTransDate, pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID," +
                   " pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, pa.TransCurrID," +
                   " pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount," +
-                  " pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol " + " from " +
-                  n.paPayAccLinkDetails + " pa, " + n.pCompanyMaster + " cm," + n.pDepartment + " dm," +
-                  n.pCurrencyMaster + " dc," + n.pCurrencyMaster + " cc where pa.CompanyID=cm.CompanyID and " +
+                  " pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol " +
+                  " from " + n.paPayAccLinkDetails + " pa, " + n.pCompanyMaster + " cm," + n.pDepartment +
+                  " dm," + n.pCurrencyMaster + " dc," + n.pCurrencyMaster +
+                  " cc where pa.CompanyID=cm.CompanyID and " +
                   " pa.CompanyID=dm.CompanyID and pa.DepartmentID = dm.DepartmentID and " +
                   " dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and " +
                   " cm.CompanyID=cc.CompanyID and cm.CurrencyID = cc.CurrencyID and " + " pa.CompanyID=1" +
@@ -441,12 +464,16 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
                                "values (?, ?, ?, ?, ?, ?, ?, ?) ",
                            data::CommandType::Text);
     ins->refreshParameters();
-    ins->execute({Value(1), Value(99), Value(1), Value("PAL/99"), Value("15/Oct/2026"), Value("P"), Value(""), Value(0)});
+    ins->execute({Value(1), Value(99), Value(1), Value("PAL/99"), Value("15/Oct/2026"), Value("P"), Value(""),
+                  Value(0)});
     db->execute("update pMonthlyPayRollProcessing set mppPosted=1 where mppCompanyID=1");
-    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader + " where CompanyID=1 and TransDate='15/Oct/2026'")
+    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader +
+                       " where CompanyID=1 and TransDate='15/Oct/2026'")
                   ->field(0),
               Value(1));
     db->rollbackTrans();
-    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader + " where TransID=99")->field(0), Value(0));
-    EXPECT_GT(db->open("select count(1) from pMonthlyPayRollProcessing where mppPosted=0")->field(0).toInt32(), 0);
+    EXPECT_EQ(db->open("select count(1) from " + n.paPayAccLinkHeader + " where TransID=99")->field(0),
+              Value(0));
+    EXPECT_GT(
+        db->open("select count(1) from pMonthlyPayRollProcessing where mppPosted=0")->field(0).toInt32(), 0);
 }

@@ -72,7 +72,8 @@ void roundDecimal(const Decimal15& d, int decimals, std::string& intPart, std::s
             frac[static_cast<size_t>(-power - 1)] = digits[i];
         }
     }
-    if (intPart.empty() && !digits.empty() && exponent >= 0) intPart.assign(static_cast<size_t>(exponent) + 1, '0');
+    if (intPart.empty() && !digits.empty() && exponent >= 0)
+        intPart.assign(static_cast<size_t>(exponent) + 1, '0');
 }
 
 std::string group(const std::string& digits) {
@@ -189,7 +190,8 @@ std::string Format(double value, std::string_view pattern) {
     // Reads the numeric pattern: minimum integer digits, grouping, minimum and maximum decimals.
     auto point = pattern.find('.');
     std::string_view intPat = pattern.substr(0, point);
-    std::string_view fracPat = point == std::string_view::npos ? std::string_view() : pattern.substr(point + 1);
+    std::string_view fracPat =
+        point == std::string_view::npos ? std::string_view() : pattern.substr(point + 1);
     bool grouping = intPat.find(',') != std::string_view::npos;
     int minDec = 0, maxDec = 0;
     for (char c : fracPat) {
@@ -212,7 +214,8 @@ std::string Format(double value, std::string_view pattern) {
     roundDecimal(d, maxDec, ip, frac);
     while (static_cast<int>(frac.size()) > minDec && frac.back() == '0') frac.pop_back();
     if (ip.empty() && minInt) ip = "0";
-    bool zero = ip.find_first_not_of('0') == std::string::npos && frac.find_first_not_of('0') == std::string::npos;
+    bool zero =
+        ip.find_first_not_of('0') == std::string::npos && frac.find_first_not_of('0') == std::string::npos;
     std::string out;
     if (d.negative && !zero) out += '-';
     out += grouping ? group(ip) : ip;
@@ -258,7 +261,8 @@ std::string NumberText(double value) {
     } else if (static_cast<int>(digits.size()) <= exponent + 1) {
         out += digits + std::string(static_cast<size_t>(exponent + 1) - digits.size(), '0');
     } else {
-        out += digits.substr(0, static_cast<size_t>(exponent) + 1) + "." + digits.substr(static_cast<size_t>(exponent) + 1);
+        out += digits.substr(0, static_cast<size_t>(exponent) + 1) + "." +
+               digits.substr(static_cast<size_t>(exponent) + 1);
     }
     return out;
 }

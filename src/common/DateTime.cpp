@@ -14,9 +14,9 @@ namespace {
 
 constexpr std::array<const char*, 12> kMonthAbbrev = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-constexpr std::array<const char*, 12> kMonthFull = {"january", "february", "march",     "april",
-                                                    "may",     "june",     "july",      "august",
-                                                    "september", "october", "november", "december"};
+constexpr std::array<const char*, 12> kMonthFull = {"january",   "february", "march",    "april",
+                                                    "may",       "june",     "july",     "august",
+                                                    "september", "october",  "november", "december"};
 
 // Days from 1 January 1970 in the proleptic Gregorian calendar.
 int64_t daysFromCivil(int64_t y, int64_t m, int64_t d) {
@@ -188,9 +188,8 @@ std::optional<DateTime> parseDate(std::string_view text) {
         if (std::isdigit(static_cast<unsigned char>(c)) || std::isalpha(static_cast<unsigned char>(c))) {
             bool num = std::isdigit(static_cast<unsigned char>(c));
             size_t j = i;
-            while (j < datePart.size() &&
-                   (num ? std::isdigit(static_cast<unsigned char>(datePart[j]))
-                        : std::isalpha(static_cast<unsigned char>(datePart[j]))))
+            while (j < datePart.size() && (num ? std::isdigit(static_cast<unsigned char>(datePart[j]))
+                                               : std::isalpha(static_cast<unsigned char>(datePart[j]))))
                 ++j;
             toks.push_back({num, std::string(datePart.substr(i, j - i))});
             i = j;
@@ -243,7 +242,8 @@ std::optional<DateTime> parseDate(std::string_view text) {
             if (!field(se)) return std::nullopt;
             if (pos < timePart.size() && timePart[pos] == '.') {  // fractions of a second are dropped
                 ++pos;
-                while (pos < timePart.size() && std::isdigit(static_cast<unsigned char>(timePart[pos]))) ++pos;
+                while (pos < timePart.size() && std::isdigit(static_cast<unsigned char>(timePart[pos])))
+                    ++pos;
             }
         }
         std::string_view rest = timePart.substr(pos);

@@ -73,7 +73,8 @@ bool writeErrorLog(Connection& c, const TableNames& names, const LogEntry& e) {
     const std::string table = names.pusers + " where userid=" + std::to_string(e.userId);
     std::string userName;
     {
-        RecordsetPtr rs = c.open("select username from " + table, CursorType::ForwardOnly, LockType::ReadOnly);
+        RecordsetPtr rs =
+            c.open("select username from " + table, CursorType::ForwardOnly, LockType::ReadOnly);
         if (!rs->eof()) userName = rs->field(0).joinText();
         rs->close();
     }

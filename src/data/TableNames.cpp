@@ -37,7 +37,8 @@ void AssignTableName(Connection& c, TableNames& names) {
         // UCase of a Null name is Null and never equal, so such a row matches nothing.
         const std::string table = common::UCase(rs->field("tablename").joinText());
         for (const auto& [logical, slot] : slots) {
-            if (!table.empty() && table == common::UCase(logical)) *slot = rs->field("linktablename").toText();
+            if (!table.empty() && table == common::UCase(logical))
+                *slot = rs->field("linktablename").toText();
         }
         rs->moveNext();
     }

@@ -107,8 +107,7 @@ void TraceConnection::record(TraceEntry e) {
     if (beforeEach) beforeEach(e);
     if (!file_.empty()) {
         std::ofstream out(file_, std::ios::app | std::ios::binary);
-        if (!out)
-            common::raise(75, "QORPayAccLinking", "Path/File access error: " + file_);
+        if (!out) common::raise(75, "QORPayAccLinking", "Path/File access error: " + file_);
         out << traceLine(e) << "\n";
     }
     entries_.push_back(std::move(e));

@@ -16,7 +16,9 @@ namespace {
 
 using common::Value;
 
-[[noreturn]] void fail(const std::string& message) { common::raise(common::err::Database, kErrorSource, message); }
+[[noreturn]] void fail(const std::string& message) {
+    common::raise(common::err::Database, kErrorSource, message);
+}
 
 std::string trimAll(std::string_view s) {
     size_t b = 0, e = s.size();

@@ -22,7 +22,9 @@ namespace {
 
 using common::Value;
 
-[[noreturn]] void fail(const std::string& message) { common::raise(common::err::Database, kErrorSource, message); }
+[[noreturn]] void fail(const std::string& message) {
+    common::raise(common::err::Database, kErrorSource, message);
+}
 
 bool declaredDate(const char* decl) { return decl && common::ContainsNoCase(decl, "DATE"); }
 
@@ -31,9 +33,10 @@ bool declaredDate(const char* decl) { return decl && common::ContainsNoCase(decl
 bool looksIso(std::string_view s) {
     auto d = [&](size_t i) { return i < s.size() && s[i] >= '0' && s[i] <= '9'; };
     if (s.size() != 10 && s.size() != 19) return false;
-    if (!(d(0) && d(1) && d(2) && d(3) && s[4] == '-' && d(5) && d(6) && s[7] == '-' && d(8) && d(9))) return false;
-    if (s.size() == 19 && !(s[10] == ' ' && d(11) && d(12) && s[13] == ':' && d(14) && d(15) && s[16] == ':' &&
-                            d(17) && d(18)))
+    if (!(d(0) && d(1) && d(2) && d(3) && s[4] == '-' && d(5) && d(6) && s[7] == '-' && d(8) && d(9)))
+        return false;
+    if (s.size() == 19 &&
+        !(s[10] == ' ' && d(11) && d(12) && s[13] == ':' && d(14) && d(15) && s[16] == ':' && d(17) && d(18)))
         return false;
     return true;
 }
@@ -78,7 +81,9 @@ public:
         return changes;
     }
 
-    RecordsetPtr open(const std::string& sql, CursorType, LockType) override { return runText(sql, {}, nullptr); }
+    RecordsetPtr open(const std::string& sql, CursorType, LockType) override {
+        return runText(sql, {}, nullptr);
+    }
 
     CommandPtr command(const std::string& text, CommandType type) override;
 
@@ -146,8 +151,8 @@ private:
     void loadDateColumns() {
         dateColumns_.clear();
         sqlite3_stmt* tables = nullptr;
-        if (sqlite3_prepare_v2(db_, "select name from sqlite_schema where type in ('table','view')", -1, &tables,
-                               nullptr) != SQLITE_OK)
+        if (sqlite3_prepare_v2(db_, "select name from sqlite_schema where type in ('table','view')", -1,
+                               &tables, nullptr) != SQLITE_OK)
             failDb();
         std::vector<std::string> names;
         while (sqlite3_step(tables) == SQLITE_ROW)
@@ -161,7 +166,8 @@ private:
             while (sqlite3_step(info) == SQLITE_ROW) {
                 auto type = reinterpret_cast<const char*>(sqlite3_column_text(info, 1));
                 if (declaredDate(type))
-                    dateColumns_.insert(common::LCase(reinterpret_cast<const char*>(sqlite3_column_text(info, 0))));
+                    dateColumns_.insert(
+                        common::LCase(reinterpret_cast<const char*>(sqlite3_column_text(info, 0))));
             }
             sqlite3_finalize(info);
         }
@@ -175,8 +181,8 @@ private:
         c->adapted = adapter_.adapt(sql);
         if (!c->adapted.isExec) {
             const char* tail = nullptr;
-            if (sqlite3_prepare_v3(db_, c->adapted.sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &c->stmt, &tail) !=
-                SQLITE_OK)
+            if (sqlite3_prepare_v3(db_, c->adapted.sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &c->stmt,
+                                   &tail) != SQLITE_OK)
                 failDb();
             if (!c->stmt) fail("The statement is empty.");
             std::string_view rest = tail ? tail : "";
@@ -206,7 +212,8 @@ private:
                 if (dateColumn) {
                     if (auto d = common::parseDate(s)) {
                         std::string iso = common::isoDate(*d);
-                        rc = sqlite3_bind_text(st, index, iso.c_str(), static_cast<int>(iso.size()), SQLITE_TRANSIENT);
+                        rc = sqlite3_bind_text(st, index, iso.c_str(), static_cast<int>(iso.size()),
+                                               SQLITE_TRANSIENT);
                         break;
                     }
                 }
@@ -215,7 +222,8 @@ private:
             }
             case Value::Type::Date: {
                 std::string iso = common::isoDate(*v.asDate());
-                rc = sqlite3_bind_text(st, index, iso.c_str(), static_cast<int>(iso.size()), SQLITE_TRANSIENT);
+                rc =
+                    sqlite3_bind_text(st, index, iso.c_str(), static_cast<int>(iso.size()), SQLITE_TRANSIENT);
                 break;
             }
         }
@@ -260,10 +268,13 @@ private:
             if (rc != SQLITE_ROW) failDb();
             std::vector<Value> row;
             row.reserve(static_cast<size_t>(n));
-            for (int i = 0; i < n; ++i) row.push_back(columnValue(st, i, dateDecl[static_cast<size_t>(i)], noDecl[static_cast<size_t>(i)]));
+            for (int i = 0; i < n; ++i)
+                row.push_back(
+                    columnValue(st, i, dateDecl[static_cast<size_t>(i)], noDecl[static_cast<size_t>(i)]));
             rows.push_back(std::move(row));
         }
-        if (changes) *changes = n == 0 && !sqlite3_stmt_readonly(st) ? static_cast<long>(sqlite3_changes64(db_)) : -1;
+        if (changes)
+            *changes = n == 0 && !sqlite3_stmt_readonly(st) ? static_cast<long>(sqlite3_changes64(db_)) : -1;
         auto rs = std::make_unique<Recordset>(std::move(names), std::move(rows));
         if (n == 0) rs->close();  // a statement without columns gives a closed recordset
         return rs;
@@ -300,7 +311,8 @@ private:
     std::unordered_map<std::string, sqlite3_stmt*> procStatements_;
 };
 
-RecordsetPtr SqliteConnection::runText(const std::string& sql, const std::vector<Value>& args, long* changes) {
+RecordsetPtr SqliteConnection::runText(const std::string& sql, const std::vector<Value>& args,
+                                       long* changes) {
     Cached& c = prepare(sql);
     if (c.adapted.isExec) {
         const Procedure& proc = catalog_.find(c.adapted.procedure);
@@ -331,8 +343,8 @@ RecordsetPtr SqliteConnection::runText(const std::string& sql, const std::vector
         }
         for (size_t i = 0; i < proc.parameters.size(); ++i)
             if (!given[i] && !proc.parameters[i].output)
-                fail("Procedure or function '" + proc.name + "' expects parameter '" + proc.parameters[i].name +
-                     "', which was not supplied.");
+                fail("Procedure or function '" + proc.name + "' expects parameter '" +
+                     proc.parameters[i].name + "', which was not supplied.");
         if (changes) *changes = -1;
         return callProcedure(proc, values, nullptr);
     }
@@ -347,7 +359,8 @@ RecordsetPtr SqliteConnection::runText(const std::string& sql, const std::vector
     sqlite3_stmt* st = c.stmt;
     int expected = sqlite3_bind_parameter_count(st);
     if (static_cast<int>(args.size()) < expected) fail("No value given for one or more required parameters.");
-    if (static_cast<int>(args.size()) > expected) fail("Too many values given for the statement's parameters.");
+    if (static_cast<int>(args.size()) > expected)
+        fail("Too many values given for the statement's parameters.");
     {
         ResetGuard guard{st};
         for (int i = 0; i < expected; ++i) {
@@ -369,7 +382,8 @@ RecordsetPtr SqliteConnection::callProcedure(const Procedure& proc, const std::v
     if (auto it = procStatements_.find(key); it != procStatements_.end()) {
         st = it->second;
     } else {
-        if (sqlite3_prepare_v3(db_, proc.body.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &st, nullptr) != SQLITE_OK)
+        if (sqlite3_prepare_v3(db_, proc.body.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &st, nullptr) !=
+            SQLITE_OK)
             fail("Procedure " + proc.name + ": " + sqlite3_errmsg(db_));
         procStatements_.emplace(key, st);
     }
@@ -381,7 +395,8 @@ RecordsetPtr SqliteConnection::callProcedure(const Procedure& proc, const std::v
             for (size_t j = 0; pname && j < proc.parameters.size(); ++j)
                 if (common::EqualsNoCase(proc.parameters[j].name, pname)) slot = j;
             if (slot == proc.parameters.size())
-                fail("Procedure " + proc.name + " uses " + (pname ? pname : "?") + ", which it does not declare.");
+                fail("Procedure " + proc.name + " uses " + (pname ? pname : "?") +
+                     ", which it does not declare.");
             bind(st, i, convertArgument(proc.parameters[slot], values[slot]), false);
         }
         guard.st = nullptr;
@@ -393,7 +408,9 @@ RecordsetPtr SqliteConnection::callProcedure(const Procedure& proc, const std::v
             const ProcedureParameter& p = proc.parameters[j];
             if (!p.output || rs->rows().empty()) continue;
             int col = rs->fieldIndex(p.name.substr(1));
-            if (col < 0) fail("Procedure " + proc.name + " returns no column for its output parameter " + p.name + ".");
+            if (col < 0)
+                fail("Procedure " + proc.name + " returns no column for its output parameter " + p.name +
+                     ".");
             Value v = rs->rows().front()[static_cast<size_t>(col)];
             if (p.type == ProcedureParameter::Type::Double && v.isNumeric()) v = Value(v.toDouble());
             (*outputs)[j] = v;
@@ -470,7 +487,8 @@ public:
         : conn_(std::move(conn)), text_(std::move(text)), type_(type) {}
 
     void refreshParameters() override {
-        params_ = type_ == CommandType::StoredProc ? conn_->describeProcedure(text_) : conn_->describeText(text_);
+        params_ =
+            type_ == CommandType::StoredProc ? conn_->describeProcedure(text_) : conn_->describeText(text_);
         refreshed_ = true;
     }
     std::vector<Parameter>& parameters() override {
@@ -492,7 +510,8 @@ public:
             std::vector<Parameter>& ps = parameters();
             size_t k = 0;
             for (size_t i = 1; i < ps.size() && k < args.size(); ++i) ps[i].value = args[k++];
-            if (k < args.size()) fail("Procedure or function " + text_ + " has too many arguments specified.");
+            if (k < args.size())
+                fail("Procedure or function " + text_ + " has too many arguments specified.");
             return conn_->runProcedure(text_, ps);
         }
         return conn_->runText(text_, args, nullptr);
@@ -504,8 +523,9 @@ private:
     Parameter& at(size_t pos) {
         std::vector<Parameter>& ps = parameters();
         if (pos >= ps.size())
-            common::raise(common::err::ItemNotFound, "ADODB.Parameters",
-                          "Item cannot be found in the collection corresponding to the requested name or ordinal.");
+            common::raise(
+                common::err::ItemNotFound, "ADODB.Parameters",
+                "Item cannot be found in the collection corresponding to the requested name or ordinal.");
         return ps[pos];
     }
 
@@ -554,7 +574,8 @@ ConnectionPtr open(const std::string& path, const OpenOptions& options) {
     sqlite3_busy_timeout(db, options.busyTimeoutMs);
     // WAL lets the browser read while another copy of the component saves; NORMAL is safe with WAL.
     for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=NORMAL"}) {
-        if (sqlite3_exec(db, pragma, nullptr, nullptr, nullptr) != SQLITE_OK) closeOnError(sqlite3_errmsg(db));
+        if (sqlite3_exec(db, pragma, nullptr, nullptr, nullptr) != SQLITE_OK)
+            closeOnError(sqlite3_errmsg(db));
     }
     try {
         registerFunctions(db);

@@ -38,7 +38,9 @@ bool digit(char c) { return c >= '0' && c <= '9'; }
 std::vector<Token> tokenize(std::string_view s) {
     std::vector<Token> out;
     size_t i = 0;
-    auto push = [&](Tok k, size_t from, size_t to) { out.push_back({k, std::string(s.substr(from, to - from))}); };
+    auto push = [&](Tok k, size_t from, size_t to) {
+        out.push_back({k, std::string(s.substr(from, to - from))});
+    };
     while (i < s.size()) {
         char c = s[i];
         size_t st = i;
@@ -57,7 +59,9 @@ std::vector<Token> tokenize(std::string_view s) {
             size_t q = c == '\'' ? i : i + 1;
             i = q + 1;
             for (;;) {
-                if (i >= s.size()) common::raise(common::err::Database, kErrorSource, "Unclosed quotation mark in the statement.");
+                if (i >= s.size())
+                    common::raise(common::err::Database, kErrorSource,
+                                  "Unclosed quotation mark in the statement.");
                 if (s[i] == '\'') {
                     if (i + 1 < s.size() && s[i + 1] == '\'') {
                         i += 2;
@@ -103,7 +107,8 @@ std::vector<Token> tokenize(std::string_view s) {
         } else if (c == ',') {
             push(Tok::Comma, i, i + 1), ++i;
         } else {
-            static const char* two[] = {"<=", ">=", "<>", "!=", "*=", "=*", "==", "||", "<<", ">>", "!<", "!>"};
+            static const char* two[] = {"<=", ">=", "<>", "!=", "*=", "=*",
+                                        "==", "||", "<<", ">>", "!<", "!>"};
             size_t n = 1;
             for (const char* t : two)
                 if (s.substr(i, 2) == t) n = 2;
@@ -203,7 +208,8 @@ private:
     // column brings its own collation, and keeps its index usable).
     bool comparedWithExpression(size_t k) const {
         auto column = [&](size_t j) {
-            return (at(j).kind == Tok::Ident || at(j).kind == Tok::Quoted) && !(has(j + 1) && at(j + 1).kind == Tok::LParen);
+            return (at(j).kind == Tok::Ident || at(j).kind == Tok::Quoted) &&
+                   !(has(j + 1) && at(j + 1).kind == Tok::LParen);
         };
         if (k >= 2 && isComparison(at(k - 1))) return !column(k - 2);
         if (has(k + 2) && isComparison(at(k + 1))) return !column(k + 2);
@@ -227,7 +233,8 @@ private:
         if (open > 0) {
             const Token& fn = at(static_cast<size_t>(open) - 1);
             if (fn.kind == Tok::Ident) {
-                static const std::set<std::string> passThrough = {"max", "min", "ifnull", "isnull", "coalesce"};
+                static const std::set<std::string> passThrough = {"max", "min", "ifnull", "isnull",
+                                                                  "coalesce"};
                 if (!passThrough.count(lower(fn.text)) && !isSqlKeyword(fn)) return false;
             }
         }
@@ -235,14 +242,16 @@ private:
     }
 
     static bool isSqlKeyword(const Token& t) {
-        static const std::set<std::string> kws = {"and", "or", "not", "where", "on", "when", "then", "else", "select", "in", "between"};
+        static const std::set<std::string> kws = {"and",  "or",   "not",    "where", "on",     "when",
+                                                  "then", "else", "select", "in",    "between"};
         return kws.count(lower(t.text)) > 0;
     }
 
     bool operandBeforeIsDate(long k) const {
         if (k < 0) return false;
         const Token& tok = at(static_cast<size_t>(k));
-        if (tok.kind == Tok::RParen) return groupIsDate(matchBackward(static_cast<size_t>(k)), static_cast<size_t>(k));
+        if (tok.kind == Tok::RParen)
+            return groupIsDate(matchBackward(static_cast<size_t>(k)), static_cast<size_t>(k));
         return identIsDate(tok);
     }
 
@@ -267,7 +276,8 @@ private:
         if (p >= 0 && isComparison(at(static_cast<size_t>(p)))) return operandBeforeIsDate(p - 1);
         if (has(k + 1) && isComparison(at(k + 1))) return operandAfterIsDate(k + 2);
         if (p >= 0 && isKeyword(at(static_cast<size_t>(p)), "between")) return operandBeforeIsDate(p - 1);
-        if (p >= 2 && isKeyword(at(static_cast<size_t>(p)), "and") && isKeyword(at(static_cast<size_t>(p) - 2), "between"))
+        if (p >= 2 && isKeyword(at(static_cast<size_t>(p)), "and") &&
+            isKeyword(at(static_cast<size_t>(p) - 2), "between"))
             return operandBeforeIsDate(p - 3);
         // Inside a parenthesis: an IN list or a function's arguments.
         int depth = 0;
@@ -285,7 +295,8 @@ private:
                 }
                 std::string fn = lower(before.text);
                 if (before.kind == Tok::Ident && (fn == "ifnull" || fn == "isnull" || fn == "coalesce"))
-                    return rangeHasDateColumn(static_cast<size_t>(j) + 1, matchForward(static_cast<size_t>(j)));
+                    return rangeHasDateColumn(static_cast<size_t>(j) + 1,
+                                              matchForward(static_cast<size_t>(j)));
                 return false;
             }
         }
@@ -298,7 +309,9 @@ private:
         if (!isKeyword(at(0), "insert")) return;
         size_t k = 1;
         if (has(k) && isKeyword(at(k), "into")) ++k;
-        while (has(k) && at(k).kind != Tok::LParen && !isKeyword(at(k), "values") && !isKeyword(at(k), "select")) ++k;
+        while (has(k) && at(k).kind != Tok::LParen && !isKeyword(at(k), "values") &&
+               !isKeyword(at(k), "select"))
+            ++k;
         if (!has(k) || at(k).kind != Tok::LParen) return;
         std::vector<bool> dateCols;
         size_t close = matchForward(k);
@@ -343,21 +356,28 @@ private:
                 unsupported("The old outer join operator '" + tok.text + "' (use LEFT or RIGHT OUTER JOIN)");
             if (tok.kind != Tok::Ident) continue;
             std::string name = lower(tok.text);
-            if (name == "top" && k > 0 && (isKeyword(at(k - 1), "select") || isKeyword(at(k - 1), "distinct")))
+            if (name == "top" && k > 0 &&
+                (isKeyword(at(k - 1), "select") || isKeyword(at(k - 1), "distinct")))
                 unsupported("SELECT TOP");
             bool call = has(k + 1) && at(k + 1).kind == Tok::LParen &&
                         !(k > 0 && at(k - 1).kind == Tok::Op && at(k - 1).text == ".");
             if (!call) continue;
             static const std::pair<const char*, const char*> renames[] = {
-                {"isnull", "ifnull"},        {"len", "tsql_len"},     {"right", "tsql_right"},
-                {"left", "tsql_left"},       {"isnumeric", "tsql_isnumeric"}, {"month", "tsql_month"},
-                {"year", "tsql_year"},       {"day", "tsql_day"},     {"getdate", "tsql_getdate"},
+                {"isnull", "ifnull"},
+                {"len", "tsql_len"},
+                {"right", "tsql_right"},
+                {"left", "tsql_left"},
+                {"isnumeric", "tsql_isnumeric"},
+                {"month", "tsql_month"},
+                {"year", "tsql_year"},
+                {"day", "tsql_day"},
+                {"getdate", "tsql_getdate"},
             };
             for (const auto& [from, to] : renames)
                 if (name == from) tok.text = to;
             if (name == "convert") rewriteConvert(k);
-            static const std::set<std::string> unsupportedFns = {"dateadd", "datediff", "datepart", "charindex",
-                                                                  "patindex", "stuff", "datename"};
+            static const std::set<std::string> unsupportedFns = {
+                "dateadd", "datediff", "datepart", "charindex", "patindex", "stuff", "datename"};
             if (unsupportedFns.count(name)) unsupported("The function " + name + "()");
         }
     }
@@ -406,14 +426,18 @@ private:
                 continue;
             }
             ExecArgument arg;
-            if (at(k).kind == Tok::Variable && has(k + 1) && at(k + 1).kind == Tok::Op && at(k + 1).text == "=") {
+            if (at(k).kind == Tok::Variable && has(k + 1) && at(k + 1).kind == Tok::Op &&
+                at(k + 1).text == "=") {
                 arg.name = at(k).text;
                 k += 2;
             }
-            if (!has(k)) common::raise(common::err::Database, kErrorSource, "Incorrect syntax near the end of the exec statement.");
+            if (!has(k))
+                common::raise(common::err::Database, kErrorSource,
+                              "Incorrect syntax near the end of the exec statement.");
             const Token& v = at(k);
             std::string sign;
-            if (v.kind == Tok::Op && (v.text == "-" || v.text == "+") && has(k + 1) && at(k + 1).kind == Tok::Number) {
+            if (v.kind == Tok::Op && (v.text == "-" || v.text == "+") && has(k + 1) &&
+                at(k + 1).kind == Tok::Number) {
                 sign = v.text == "-" ? "-" : "";
                 ++k;
             }
@@ -431,8 +455,9 @@ private:
             } else if (isKeyword(val, "null") || isKeyword(val, "default")) {
                 arg.value = Value();
             } else {
-                common::raise(common::err::Database, kErrorSource,
-                              "Incorrect syntax near '" + val.text + "' in the arguments of " + a.procedure + ".");
+                common::raise(
+                    common::err::Database, kErrorSource,
+                    "Incorrect syntax near '" + val.text + "' in the arguments of " + a.procedure + ".");
             }
             ++k;
             if (has(k) && (isKeyword(at(k), "output") || isKeyword(at(k), "out"))) ++k;
@@ -441,7 +466,8 @@ private:
                 if (at(k).kind == Tok::Comma) {
                     ++k;
                 } else if (!(at(k).kind == Tok::Op && at(k).text == ";")) {
-                    common::raise(common::err::Database, kErrorSource, "Incorrect syntax near '" + at(k).text + "'.");
+                    common::raise(common::err::Database, kErrorSource,
+                                  "Incorrect syntax near '" + at(k).text + "'.");
                 }
             }
         }
@@ -458,7 +484,8 @@ private:
 
 std::string textArg(sqlite3_value* v) {
     const unsigned char* p = sqlite3_value_text(v);
-    return p ? std::string(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v))) : std::string();
+    return p ? std::string(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v)))
+             : std::string();
 }
 
 // Characters, not bytes: UTF-8 continuation bytes are not counted.
@@ -518,7 +545,8 @@ void fnDatePart(sqlite3_context* ctx, sqlite3_value** argv, int part) {
     if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return sqlite3_result_null(ctx);
     auto d = common::parseDate(textArg(argv[0]));
     if (!d) {
-        sqlite3_result_error(ctx, "Conversion failed when converting date and/or time from character string.", -1);
+        sqlite3_result_error(ctx, "Conversion failed when converting date and/or time from character string.",
+                             -1);
         return;
     }
     sqlite3_result_int(ctx, part == 0 ? d->year : part == 1 ? d->month : d->day);
@@ -534,13 +562,16 @@ void fnInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
             return sqlite3_result_null(ctx);
         case SQLITE_INTEGER: {
             sqlite3_int64 v = sqlite3_value_int64(argv[0]);
-            if (v < lo || v > hi) return sqlite3_result_error(ctx, "Arithmetic overflow error converting expression to data type int.", -1);
+            if (v < lo || v > hi)
+                return sqlite3_result_error(
+                    ctx, "Arithmetic overflow error converting expression to data type int.", -1);
             return sqlite3_result_int64(ctx, v);
         }
         case SQLITE_FLOAT: {
             double v = std::trunc(sqlite3_value_double(argv[0]));  // the server truncates
             if (!(v >= static_cast<double>(lo) && v <= static_cast<double>(hi)))
-                return sqlite3_result_error(ctx, "Arithmetic overflow error converting expression to data type int.", -1);
+                return sqlite3_result_error(
+                    ctx, "Arithmetic overflow error converting expression to data type int.", -1);
             return sqlite3_result_int64(ctx, static_cast<sqlite3_int64>(v));
         }
         default: {
@@ -566,7 +597,8 @@ void fnInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
             }
             if (b == e) ok = true, v = 0;  // an empty or blank text converts to 0 on the server
             if (!ok) {
-                std::string msg = "Conversion failed when converting the varchar value '" + s + "' to data type int.";
+                std::string msg =
+                    "Conversion failed when converting the varchar value '" + s + "' to data type int.";
                 return sqlite3_result_error(ctx, msg.c_str(), -1);
             }
             if (negative) v = -v;
@@ -591,7 +623,8 @@ void fnGetDate(sqlite3_context* ctx, int, sqlite3_value**) {
 void registerOne(sqlite3* db, const char* name, int args, void (*fn)(sqlite3_context*, int, sqlite3_value**),
                  bool deterministic = true) {
     int flags = SQLITE_UTF8 | (deterministic ? SQLITE_DETERMINISTIC : 0);
-    if (sqlite3_create_function_v2(db, name, args, flags, nullptr, fn, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_create_function_v2(db, name, args, flags, nullptr, fn, nullptr, nullptr, nullptr) !=
+        SQLITE_OK)
         common::raise(common::err::Database, kErrorSource, sqlite3_errmsg(db));
 }
 
@@ -613,26 +646,21 @@ bool tsqlIsNumeric(std::string_view text) {
     std::string_view s = text.substr(b, e - b);
     if (s.empty()) return false;
     size_t i = 0;
-    auto currency = [&] {
-        if (i < s.size() && s[i] == '$') {
-            ++i;
-            return true;
-        }
-        return false;
-    };
-    bool cur = currency();
+    // A currency sign may stand before or after the sign.
+    if (i < s.size() && s[i] == '$') ++i;
     if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
-    if (!cur) cur = currency();
+    if (i < s.size() && s[i] == '$' && (i == 0 || s[i - 1] != '$')) ++i;
     while (i < s.size() && blank(s[i])) ++i;
     size_t digits = 0;
-    bool commas = false, point = false;
+    bool commas = false;
     while (i < s.size() && (digit(s[i]) || s[i] == ',')) {
-        if (s[i] == ',') commas = true;
-        else ++digits;
+        if (s[i] == ',')
+            commas = true;
+        else
+            ++digits;
         ++i;
     }
     if (i < s.size() && s[i] == '.') {
-        point = true;
         ++i;
         while (i < s.size() && digit(s[i])) ++digits, ++i;
     }
@@ -641,10 +669,10 @@ bool tsqlIsNumeric(std::string_view text) {
     if (s[i] == 'e' || s[i] == 'E' || s[i] == 'd' || s[i] == 'D') {
         ++i;
         if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+        size_t start = i;
         while (i < s.size() && digit(s[i])) ++i;
-        return i == s.size();
+        return i > start && i == s.size();
     }
-    (void)point;
     return false;
 }
 
