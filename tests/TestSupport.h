@@ -46,10 +46,10 @@ inline TempDir::~TempDir() {
 // A database made once per test binary (schema + demo) and copied for each test, so each
 // test starts from the same data quickly.
 inline std::string demoTemplate() {
-    static TempDir* dir = new TempDir();  // lives for the whole test binary
+    static TempDir dir;  // removed when the test binary exits
     static std::string path;
     if (path.empty()) {
-        path = dir->file("demo-template.db");
+        path = dir.file("demo-template.db");
         data::sqlite::OpenOptions o;
         o.create = true;
         auto c = data::sqlite::open(path, o);
