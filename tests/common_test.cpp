@@ -151,6 +151,8 @@ TEST(DateTime, FormatsTheComponentUses) {
     EXPECT_EQ(formatDate(d, "yyyy/mm/dd"), "2004/02/09");
     EXPECT_EQ(formatDate(d, "dd/MM/yyyy"), "09/02/2004");
     EXPECT_EQ(formatDate(d, "yyyy-mm-dd"), "2004-02-09");
+    EXPECT_EQ(formatDate(d, "d mmmm yy"), "9 February 04");
+    EXPECT_EQ(formatDate(d, "dd-mmm-yyyy"), "09-Feb-2004");
     DateTime t{2004, 12, 31, 7, 5, 3};
     EXPECT_EQ(formatDate(t, "HH:mm:ss"), "07:05:03");
     EXPECT_EQ(generalDate(t), "31/12/2004 07:05:03");

@@ -115,6 +115,9 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
     // Text inside literals and comments is left alone.
     EXPECT_EQ(scalar("select 'isnull(len(right(x' -- convert(varchar, 1) *=\n"), Value("isnull(len(right(x"));
     EXPECT_EQ(scalar("select N'it''s'"), Value("it's"));
+    EXPECT_EQ(scalar("select 'PAL/' + '7'"), Value("PAL/7"));
+    EXPECT_EQ(scalar("select 2 + 3"), Value(5));
+    EXPECT_EQ(scalar("select count(*) from (select 1 as a) where a !< 1 and a !> 1"), Value(1));
 }
 
 TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {

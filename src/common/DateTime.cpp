@@ -127,8 +127,12 @@ std::string formatDate(const DateTime& d, std::string_view pattern) {
             out += n == 2 ? two(d.day) : std::to_string(d.day);
         } else if (lc == 'y' && (n == 4 || n == 2)) {
             out += n == 4 ? four(d.year) : two(d.year % 100);
-        } else if (lc == 'm' && n == 3 && c == 'M') {
+        } else if (lc == 'm' && n == 3) {
             out += kMonthAbbrev[static_cast<size_t>(d.month - 1)];
+        } else if (lc == 'm' && n == 4) {
+            std::string full = kMonthFull[static_cast<size_t>(d.month - 1)];
+            full[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(full[0])));
+            out += full;
         } else if ((lc == 'm' || lc == 'n') && (n == 1 || n == 2)) {
             int v = (lc == 'n' || (afterHour && lc == 'm')) ? d.minute : d.month;
             out += n == 2 ? two(v) : std::to_string(v);

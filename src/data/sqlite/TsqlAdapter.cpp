@@ -354,6 +354,13 @@ private:
             Token& tok = t_[sig_[k]];
             if (tok.kind == Tok::Op && (tok.text == "*=" || tok.text == "=*"))
                 unsupported("The old outer join operator '" + tok.text + "' (use LEFT or RIGHT OUTER JOIN)");
+            // T-SQL's "not less than" and "not greater than".
+            if (tok.kind == Tok::Op && tok.text == "!<") tok.text = ">=";
+            if (tok.kind == Tok::Op && tok.text == "!>") tok.text = "<=";
+            // "+" beside a text literal joins texts on the server; SQLite would add numbers.
+            if (tok.kind == Tok::Op && tok.text == "+" &&
+                ((k > 0 && at(k - 1).kind == Tok::String) || (has(k + 1) && at(k + 1).kind == Tok::String)))
+                tok.text = "||";
             if (tok.kind != Tok::Ident) continue;
             std::string name = lower(tok.text);
             if (name == "top" && k > 0 &&
