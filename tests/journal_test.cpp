@@ -402,9 +402,11 @@ TEST_F(JournalTest, SavedEntryThatCannotChangeLocksTheEditor) {
     EXPECT_TRUE(ed.cboAccountID.locked());
     EXPECT_TRUE(ed.txtDescription.locked());
     EXPECT_TRUE(ed.txtAmount.locked());
-    EXPECT_FALSE(ed.fraJournalType.enabled());
     EXPECT_FALSE(ed.cmdOK.enabled());
     EXPECT_FALSE(ed.fraJournal.enabled());
+    // Showing an added line enables its side again, but the frame around it keeps it out of reach.
+    EXPECT_TRUE(ed.fraJournalType.enabled());
+    EXPECT_FALSE(ed.optCredit.reachable());
     ed.cmdCancel.userClick();
 
     linking->cmdOk.setEnabled(true);

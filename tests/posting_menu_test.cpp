@@ -5,6 +5,7 @@
 #include "data/TableNames.h"
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "linking_fixture.h"
 
 namespace {
 
@@ -85,6 +86,7 @@ TEST_F(PostingMenuTest, DeletingALineRenumbersAndRebalances) {
     addLine("Menu Account B", 9202, 25.5, "Y");
     addLine("Menu Account C", 9203, -100, "Y");
     posting().userSelectRow(2);
+    linking->txtTotDepAmount.setText("25.50");
 
     toolkit.answers.push_back(ui::vbNo);
     posting().userRightClick();
@@ -95,7 +97,7 @@ TEST_F(PostingMenuTest, DeletingALineRenumbersAndRebalances) {
     EXPECT_EQ(box.style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
     EXPECT_EQ(box.title, "Payroll Accounts Linking");
     EXPECT_EQ(posting().count(), 3);
-    EXPECT_EQ(linking->txtTotDepAmount.text(), "");
+    EXPECT_EQ(linking->txtTotDepAmount.text(), "25.50");
 
     toolkit.answers.push_back(ui::vbYes);
     posting().userKeyDown(ui::vbKeyDelete);
@@ -160,6 +162,53 @@ TEST_F(PostingMenuTest, EditAndAddOpenTheEditorInTheirModes) {
     EXPECT_EQ(added.cboAccountID.listIndex(), -1);
     EXPECT_EQ(added.txtBalance.text(), "40.00");
     EXPECT_TRUE(added.optCredit.value());
+}
+
+// From the user's selection to the saved entry: an advance ticked on its debit side only,
+// the missing credit added by hand, the entry saved.
+class BalanceByHandTest : public linkingtest::LinkingTest {};
+
+TEST_F(BalanceByHandTest, HandAddedLineBalancesAndIsSaved) {
+    addPayment(9301, "A", 901, 250.75, "2026-11-10");
+    auto& f = openNew();
+    gather(f, "Salary Advances", common::DateTime::ymd(2026, 11, 20));
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 2);
+    ASSERT_EQ(f.lvwTransactionDetails.cell(1, linking::det::Credit), "0");
+    f.lvwTransactionDetails.userToggle(1);
+    ASSERT_EQ(f.lvwPostingDetails.count(), 1);
+    EXPECT_EQ(f.txtTotDepAmount.text(), "250.75");
+
+    f.lvwPostingDetails.userSelectRow(1);
+    f.lvwPostingDetails.userRightClick();
+    f.mnuAdd.userClick();
+    auto& ed = module->frmJournalDetails();
+    EXPECT_EQ(ed.txtBalance.text(), "250.75");
+    EXPECT_TRUE(ed.optCredit.value());
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("Emirates Bank Current Account"));
+    ed.txtDescription.userType("Paid by bank transfer");
+    ed.txtAmount.userType("250.75");
+    ed.cmdOK.userClick();
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    ed.cmdCancel.userClick();
+    ASSERT_EQ(toolkit.topForm(), &f);
+
+    f.cmdOk.userClick();
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << lastMessage();
+    const auto transId = scalar("select max(TransID) from paPayAccLinkHeader where CompanyID=1").toInt32();
+    EXPECT_EQ(rows("select TransType, DepartmentID from paPayAccLinkHeader where CompanyID=1 and TransID=" +
+                   std::to_string(transId)),
+              "A|9|\n");
+    EXPECT_EQ(
+        rows("select DetailID, AccountID, Description, DebitAmount, CreditAmount, DeptAmount, CompAmount, "
+             "AccCurrID, RefCurrID, Editable from paPayAccLinkPostingDetails where CompanyID=1 and TransID=" +
+             std::to_string(transId) + " order by DetailID"),
+        "1|2001||250.75|0|250.75|250.75|1|1|N|\n"
+        "2|3002|Paid by bank transfer|0|-250.75|-250.75|-250.75|1|1|Y|\n");
+    EXPECT_EQ(
+        rows("select DetailID, RefTransID, AccountID, Credit from paPayAccLinkDetails where CompanyID=1 and "
+             "TransID=" +
+             std::to_string(transId)),
+        "1|9301|2001|0|\n");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "data/ErrorLog.h"
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "linking/frmPayrollAccountsLinking_Index.h"
 #include "ui/Helpers.h"
 
 namespace linking {
@@ -85,7 +86,7 @@ void frmPayrollAccountsLinking::mnuDelete_Click() {
         return;
     lvwPostingDetails.remove(row);
     ui::RenumberRows(lvwPostingDetails);
-    txtTotDepAmount.setText(common::Format2(ui::BalanceAmount(lvwPostingDetails, pst::DeptAmount)));
+    txtTotDepAmount.setText(common::Format2(PostingBalance(module_, lvwPostingDetails)));
 }
 
 }  // namespace linking

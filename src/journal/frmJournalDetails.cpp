@@ -11,6 +11,7 @@
 #include "common/Error.h"
 #include "data/ErrorLog.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "linking/frmPayrollAccountsLinking_Index.h"
 #include "ui/Helpers.h"
 
 namespace journal {
@@ -25,10 +26,6 @@ namespace {
 // Every handler logs under this screen name, two blanks and all; cmdCancel_Click alone has
 // one blank.
 const char* const kScreen = "frmJournalDetails  ";
-
-double Balance(const ui::ListView& postingDetails) {
-    return ui::BalanceAmount(postingDetails, pst::DeptAmount);
-}
 
 }  // namespace
 
@@ -123,7 +120,7 @@ void frmJournalDetails::Form_Load() {
             txtSlNo.setText("1");
         }
 
-        if (module_.AddMode) txtBalance.setText(Format2(Balance(postingDetails)));
+        if (module_.AddMode) txtBalance.setText(Format2(linking::PostingBalance(module_, postingDetails)));
 
         // A positive balance means the debits exceed the credits: the new line should credit.
         if (Val(txtBalance.text()) <= 0) {
@@ -228,7 +225,7 @@ void frmJournalDetails::ItemSelected(int16_t index) {
         postingDetails.setSelectedIndex(index);
 
         // The balance of all the other lines.
-        txtBalance.setText(NumberText(Val(Format2(Balance(postingDetails))) -
+        txtBalance.setText(NumberText(Val(Format2(linking::PostingBalance(module_, postingDetails))) -
                                       Val(postingDetails.cell(index, pst::DeptAmount))));
 
         if (index == 1) {
@@ -257,7 +254,8 @@ void frmJournalDetails::ClearText() {
     if (!cboAccountID.text().empty()) cboAccountID.setText("");
     txtDescription.setText("");
     txtAmount.setText("0.00");
-    txtBalance.setText(Format2(Balance(module_.frmPayrollAccountsLinking().lvwPostingDetails)));
+    txtBalance.setText(
+        Format2(linking::PostingBalance(module_, module_.frmPayrollAccountsLinking().lvwPostingDetails)));
 }
 
 void frmJournalDetails::txtAmount_KeyPress(int16_t& keyAscii) {
@@ -392,7 +390,7 @@ void frmJournalDetails::cmdOk_Click() {
                                                         : std::to_string(postingDetails.selectedIndex() + 1));
         }
 
-        const std::string balance = Format2(Balance(postingDetails));
+        const std::string balance = Format2(linking::PostingBalance(module_, postingDetails));
         txtBalance.setText(balance);
         linkingForm.txtTotDepAmount.setText(balance);
 
