@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <regex>
 #include <sstream>
 
 #include "TestSupport.h"
+#include "common/DateTime.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
 #include "data/TableNames.h"
@@ -242,16 +242,29 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     EXPECT_TRUE(data::writeErrorLog(*db, names, unknownUser));
 
     std::string text = readAll(path);
-    const std::string date = R"(\d\d/\d\d/\d{4}( \d\d:\d\d:\d\d)?)";
-    std::regex lines(
-        "frmJournalDetails :QORPayAccLinking:13:QORPayAccLinking:Type mismatch: in: here:" + date +
-        ":admin:cmdCancel_Click :N\r\n"
-        "Employeeexit:QORPayAccLinking:0:::" +
-        date +
-        "::Generateexitno:E\r\n"
-        "FrmLoanApplication:QORPayAccLinking:-2147217900:src:d:" +
-        date + "::UpdateEditedRow :NA\r\n");
-    EXPECT_TRUE(std::regex_match(text, lines)) << text;
+    // Each line: the fields before the time stamp, a general date, the fields after it.
+    const std::pair<std::string, std::string> expected[] = {
+        {"frmJournalDetails :QORPayAccLinking:13:QORPayAccLinking:Type mismatch: in: here:",
+         ":admin:cmdCancel_Click :N"},
+        {"Employeeexit:QORPayAccLinking:0:::", "::Generateexitno:E"},
+        {"FrmLoanApplication:QORPayAccLinking:-2147217900:src:d:", "::UpdateEditedRow :NA"},
+    };
+    size_t pos = 0;
+    for (const auto& [head, tail] : expected) {
+        size_t end = text.find("\r\n", pos);
+        ASSERT_NE(end, std::string::npos) << text;
+        std::string line = text.substr(pos, end - pos);
+        pos = end + 2;
+        ASSERT_EQ(line.rfind(head, 0), 0u) << line;
+        ASSERT_GE(line.size(), head.size() + tail.size());
+        EXPECT_EQ(line.substr(line.size() - tail.size()), tail) << line;
+        std::string stamp = line.substr(head.size(), line.size() - head.size() - tail.size());
+        auto when = common::parseDate(stamp);
+        ASSERT_TRUE(when) << stamp;
+        EXPECT_EQ(common::generalDate(*when), stamp);
+        EXPECT_EQ(stamp.substr(2, 1) + stamp.substr(5, 1), "//") << stamp;
+    }
+    EXPECT_EQ(pos, text.size());
 
     // A failing user lookup raises and writes nothing.
     data::TableNames unmapped;
