@@ -1,11 +1,16 @@
 // The posting list's popup menu, double-click and keys on the linking screen.
+#include <fstream>
+#include <sstream>
+
 #include "TestSupport.h"
 #include "common/Conv.h"
 #include "common/Error.h"
 #include "data/TableNames.h"
+#include "entry/qorPayrollAccounts.h"
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking_fixture.h"
+#include "script/ScriptRunner.h"
 
 namespace {
 
@@ -209,6 +214,32 @@ TEST_F(BalanceByHandTest, HandAddedLineBalancesAndIsSaved) {
              "TransID=" +
              std::to_string(transId)),
         "1|9301|2001|0|\n");
+}
+
+// The example script does the same on the demo data, through the host's entry point.
+TEST_F(BalanceByHandTest, ExampleScriptSavesTheBalancedEntry) {
+    std::ifstream in(PAYACC_SOURCE_DIR "/scripts/examples/balance_by_hand.script");
+    ASSERT_TRUE(in.good());
+    entry::qorPayrollAccounts component(*module);
+    component.setAdocon(trace);
+    component.strProjectKey = entry::kProjectKey;
+    component.MsgboxTitle = "Payroll Accounts Linking";
+    component.ProcessDate = "15/10/2026";
+    component.intUserID = 1;
+    component.intCompanyID = 1;
+    component.intInterfaceID = 60;
+    std::ostringstream out;
+    script::ScriptRunner runner(toolkit, out);
+    runner.setTrace(trace.get());
+    ASSERT_EQ(runner.run(in, [&] { component.Show(); }), 0) << out.str();
+
+    EXPECT_EQ(
+        rows("select p.AccountID, p.Description, p.DebitAmount, p.CreditAmount, p.DeptAmount, p.Editable "
+             "from paPayAccLinkPostingDetails p, paPayAccLinkHeader h where p.CompanyID=h.CompanyID and "
+             "p.TransID=h.TransID and h.CompanyID=1 and h.TransType='A' and h.DepartmentID=1 "
+             "order by p.DetailID"),
+        "2001||1529.5|0|1529.5|N|\n"
+        "3002|Paid by bank transfer|0|-1529.5|-1529.5|Y|\n");
 }
 
 }  // namespace
