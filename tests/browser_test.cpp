@@ -243,8 +243,10 @@ TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
     landedOn("1203");
     EXPECT_EQ(column(g, 1), (std::vector<std::string>{"ABC-1", "PAL-3", "PAL-5", "PAL-7", "PAY-1", "ZZZ"}));
 
-    f.txtsearch.userType("x");  // "palx": nothing matches, the grid stays where it was
-    landedOn("1203");
+    const int landed = g.row();
+    f.txtsearch.userType("x");  // "palx": nothing matches, the current row stays
+    EXPECT_EQ(g.row(), landed);
+    EXPECT_EQ(g.textMatrix(landed, 0), "1203");
 
     f.txtsearch.userPaste("");
     ASSERT_TRUE(f.cboSearch.userSelectText("ID"));

@@ -187,6 +187,7 @@ TEST_F(CancelTest, ReasonIsRequiredAndTheWindowCannotCloseWithoutCancelling) {
 
     c.userClose();
     EXPECT_FALSE(module->isLoaded("frmcancell"));
+    EXPECT_EQ(std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmcancell"), 1);
     EXPECT_EQ(headerOf(903), "1|its wrong|\n");
     EXPECT_EQ(flags("pMonthlyPayRollProcessing", "mppProcessID", "mppPosted", {runs[0]}), "0");
     EXPECT_EQ(toolkit.messages.size(), shown + 2);
