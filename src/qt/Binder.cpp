@@ -221,9 +221,14 @@ void Binder::connectWidget(Binding& b) {
         combo->setEditable(model.style() == ui::ComboBox::Style::DropDownCombo);
         combo->setInsertPolicy(QComboBox::NoInsert);
         combo->setMaxVisibleItems(20);
-        if (combo->lineEdit() != nullptr) {
-            byWidget_[combo->lineEdit()] = &b;
-            combo->lineEdit()->installEventFilter(this);
+        if (QLineEdit* edit = combo->lineEdit()) {
+            byWidget_[edit] = &b;
+            edit->installEventFilter(this);
+            // Typed characters go through the model key by key; what else edits the text
+            // (Delete, paste, cut) reaches the model as the new text.
+            connect(edit, &QLineEdit::textEdited, this, [this, &b, &model](const QString& text) {
+                if (text.toStdString() != model.text()) user(b, [&] { model.setText(text.toStdString()); });
+            });
         }
         // activated comes for every choice, also of the item already chosen.
         connect(combo, &QComboBox::activated, this, [this, &b, &model](int index) {
