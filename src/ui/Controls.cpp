@@ -553,6 +553,11 @@ int ListView::add(std::string text) {
     r.cells.push_back(std::move(text));
     rows_.push_back(std::move(r));
     changed(Change::Rows, count());
+    // The classic list makes its first item the selected one as soon as it has one.
+    if (count() == 1 && selected_ == 0) {
+        selected_ = 1;
+        changed(Change::Selection, 1);
+    }
     return count();
 }
 

@@ -235,7 +235,8 @@ public:
     int columnWidth(int col) const;
 
     int count() const { return static_cast<int>(rows_.size()); }
-    // Appends a row with its text; returns its index. Sub-items start empty.
+    // Appends a row with its text; returns its index. Sub-items start empty. The first row
+    // added to an empty list becomes the selected one.
     int add(std::string text);
     void remove(int row);
     void clear();
