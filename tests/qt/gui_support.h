@@ -59,6 +59,20 @@ inline std::vector<QPointer<QTimer>>& pendingAnswers() {
     return pending;
 }
 
+// Runs action once the condition holds (polled from the event loop, so also inside the
+// nested loop of a menu or a modal window that the test's own action opened).
+inline void whenReady(const std::function<bool()>& condition, const std::function<void()>& action) {
+    auto* poll = new QTimer(qApp);
+    pendingAnswers().push_back(poll);
+    QObject::connect(poll, &QTimer::timeout, [poll, condition, action] {
+        if (!condition()) return;
+        poll->stop();
+        poll->deleteLater();
+        action();
+    });
+    poll->start(10);
+}
+
 // Answers the next message box that comes up with the button, as a person would click it.
 inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nullptr) {
     auto* poll = new QTimer(qApp);
@@ -107,7 +121,7 @@ protected:
     void TearDown() override {
         for (auto& poll : pendingAnswers()) {
             if (poll == nullptr || !poll->isActive()) continue;
-            ADD_FAILURE() << "an expected message box never came up";
+            ADD_FAILURE() << "an expected message box or window never came up";
             delete poll.data();
         }
         pendingAnswers().clear();
@@ -131,10 +145,13 @@ protected:
         QTimer watchdog;
         watchdog.setSingleShot(true);
         QObject::connect(&watchdog, &QTimer::timeout, [&] {
-            if (qtui::FormDialog* dialog = toolkit.windowOf(form)) {
-                ADD_FAILURE() << "the form stayed open";
-                dialog->markUnloaded();
-            }
+            if (toolkit.windowOf(form) == nullptr) return;
+            ADD_FAILURE() << "the form stayed open";
+            // Let go of everything the test left open, innermost first.
+            if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
+            for (QWidget* w : QApplication::topLevelWidgets())
+                if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) box->done(0);
+            while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
         watchdog.start(30000);
         module->showModal(form);

@@ -229,11 +229,10 @@ TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
         auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
         QStringList shown;
         // An empty list offers only the hint and Cancel.
-        QTimer::singleShot(50, [&] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            ASSERT_NE(menu, nullptr);
-            for (QAction* a : menu->actions()) shown << a->text();
-            menu->close();
+        auto popup = [] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); };
+        whenReady([&] { return popup() != nullptr; }, [&] {
+            for (QAction* a : popup()->actions()) shown << a->text();
+            popup()->close();
         });
         QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
         EXPECT_EQ(shown, QStringList({"&Cancel", "Select some transactions to continue..."}));
@@ -244,15 +243,15 @@ TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
         clickTick(widget<QTreeView>(d, "lvwTransactions"), 0);
         ASSERT_GT(f.lvwPostingDetails.count(), 0);
         bool editorShown = false;
-        QTimer::singleShot(50, [&] {
-            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            ASSERT_NE(menu, nullptr);
+        whenReady([&] { return popup() != nullptr; }, [&] {
+            QMenu* menu = popup();
             shown.clear();
             for (QAction* a : menu->actions()) shown << a->text();
-            QTimer::singleShot(50, [&] {
+            whenReady(
+                [&] { return toolkit.topWindow() != nullptr && toolkit.topWindow()->form().name() == "frmJournalDetails"; },
+                [&] {
                 qtui::FormDialog* editor = toolkit.topWindow();
-                ASSERT_NE(editor, nullptr);
-                editorShown = editor->form().name() == "frmJournalDetails";
+                editorShown = true;
                 EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
                           std::to_string(f.lvwPostingDetails.count() + 1));
                 QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"), Qt::LeftButton);
