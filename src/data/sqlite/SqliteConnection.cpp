@@ -239,8 +239,9 @@ private:
             case SQLITE_NULL:
                 return Value();
             default: {
-                std::string s(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
-                              static_cast<size_t>(sqlite3_column_bytes(st, i)));
+                const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(st, i));
+                std::string s = text ? std::string(text, static_cast<size_t>(sqlite3_column_bytes(st, i)))
+                                     : std::string();
                 if (dateDecl || (noDecl && looksIso(s))) {
                     if (auto d = common::parseDate(s)) return Value(*d);
                 }

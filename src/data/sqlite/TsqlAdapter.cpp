@@ -395,6 +395,9 @@ private:
         size_t open = k + 1, close = matchForward(open);
         size_t comma = open + 1;
         while (comma < close && at(comma).kind != Tok::Comma) ++comma;
+        if (comma == close)
+            common::raise(common::err::Database, kErrorSource,
+                          "Incorrect syntax: convert takes a data type and a value.");
         std::string type;
         for (size_t j = open + 1; j < comma; ++j) type += lower(at(j).text);
         if (type != "int" && type != "integer") unsupported("convert(" + type + ", ...)");
