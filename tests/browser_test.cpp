@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "browser/FrmMaster.h"
+#include "linking/frmPayrollAccountsLinking.h"
 #include "TestSupport.h"
 
 namespace {
@@ -316,6 +317,32 @@ TEST_F(BrowserTest, DeleteAsksThenRefusesPostedEntriesAndOpensTheCancellation) {
     EXPECT_EQ(toolkit.messages.size(), 4u);
     ASSERT_NE(toolkit.topForm(), nullptr);
     EXPECT_EQ(toolkit.topForm()->name(), "frmcancell");
+}
+
+TEST_F(BrowserTest, NewAndEditOpenTheLinkingScreenInTheirModes) {
+    setRights(1, "NEDP");
+    auto& empty = module->FrmMaster();
+    empty.CmdEdit.userClick();  // no entry selected: nothing happens
+    EXPECT_EQ(module->EntryMode, "");
+    EXPECT_EQ(toolkit.topForm(), nullptr);
+
+    empty.cmdnew.userClick();
+    EXPECT_EQ(module->EntryMode, "N");
+    ASSERT_NE(toolkit.topForm(), nullptr);
+    EXPECT_EQ(toolkit.topForm()->name(), "frmPayrollAccountsLinking");
+    EXPECT_TRUE(module->frmPayrollAccountsLinking().cmdOk.enabled());
+    module->frmPayrollAccountsLinking().unload();
+
+    addEntry(11, "PAL-11", "2026-10-10", "P", 1);
+    auto& f = reopen();
+    f.flexMaster.userSelectCell(rowOf(f.flexMaster, "11"), 1);
+    f.CmdEdit.userClick();
+    EXPECT_EQ(module->EntryMode, "E");
+    ASSERT_NE(toolkit.topForm(), nullptr);
+    EXPECT_EQ(toolkit.topForm()->name(), "frmPayrollAccountsLinking");
+    EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), "PAL-11");
+    EXPECT_FALSE(module->frmPayrollAccountsLinking().cmdOk.enabled());
+    EXPECT_TRUE(toolkit.errors.empty());
 }
 
 TEST_F(BrowserTest, CloseDropsTheSessionConnection) {
