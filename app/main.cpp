@@ -93,21 +93,34 @@ Options parseArguments(int argc, char** argv) {
     while (i < args.size()) {
         std::string a = args[i++];
         if (o.mode == "init") {
-            if (a == "--demo") o.demo = true;
-            else throw UsageError{"init takes only --demo, not '" + a + "'"};
+            if (a == "--demo")
+                o.demo = true;
+            else
+                throw UsageError{"init takes only --demo, not '" + a + "'"};
             continue;
         }
-        if (a == "--db") o.db = value(a);
-        else if (a == "--odbc") o.odbc = value(a);
-        else if (a == "--user") o.user = parseNumber(a, value(a));
-        else if (a == "--company") o.company = parseNumber(a, value(a));
-        else if (a == "--interface") o.interface = parseNumber(a, value(a));
-        else if (a == "--date") o.date = checkedDate(value(a));
-        else if (a == "--title") o.title = value(a);
-        else if (a == "--key") o.key = value(a);
-        else if (a == "--trace-sql") o.traceSql = value(a);
-        else if (a == "--help" || a == "-h") throw UsageError{"help"};
-        else throw UsageError{"unknown option '" + a + "'"};
+        if (a == "--db")
+            o.db = value(a);
+        else if (a == "--odbc")
+            o.odbc = value(a);
+        else if (a == "--user")
+            o.user = parseNumber(a, value(a));
+        else if (a == "--company")
+            o.company = parseNumber(a, value(a));
+        else if (a == "--interface")
+            o.interface = parseNumber(a, value(a));
+        else if (a == "--date")
+            o.date = checkedDate(value(a));
+        else if (a == "--title")
+            o.title = value(a);
+        else if (a == "--key")
+            o.key = value(a);
+        else if (a == "--trace-sql")
+            o.traceSql = value(a);
+        else if (a == "--help" || a == "-h")
+            throw UsageError{"help"};
+        else
+            throw UsageError{"unknown option '" + a + "'"};
     }
     if (o.db && o.odbc) throw UsageError{"--db and --odbc exclude each other"};
     if (o.date.empty()) o.date = today();
@@ -131,9 +144,12 @@ data::ConnectionPtr openDemo() {
     const char* xdg = std::getenv("XDG_DATA_HOME");
     const char* home = std::getenv("HOME");
     fs::path base;
-    if (xdg && *xdg) base = xdg;
-    else if (home && *home) base = fs::path(home) / ".local" / "share";
-    else throw UsageError{"no HOME or XDG_DATA_HOME for the demo database; give --db FILE"};
+    if (xdg && *xdg)
+        base = xdg;
+    else if (home && *home)
+        base = fs::path(home) / ".local" / "share";
+    else
+        throw UsageError{"no HOME or XDG_DATA_HOME for the demo database; give --db FILE"};
     fs::path path = base / "payacclink" / "demo.db";
     if (!fs::exists(path)) {
         // Built under a temporary name and renamed, so a failed build leaves no half database.
@@ -255,7 +271,8 @@ int main(int argc, char** argv) {
     try {
         Options o = parseArguments(argc, argv);
         if (o.mode == "init") return initDatabase(o);
-        if (o.mode == "script" && !fs::is_regular_file(o.file)) throw UsageError{"no script file '" + o.file + "'"};
+        if (o.mode == "script" && !fs::is_regular_file(o.file))
+            throw UsageError{"no script file '" + o.file + "'"};
         data::ConnectionPtr connection = openConnection(o);
         if (o.traceSql) {
             auto trace = std::make_shared<data::TraceConnection>(connection);

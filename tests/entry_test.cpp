@@ -101,7 +101,8 @@ TEST_F(EntryTest, ScreensAreSingleInstancesLoadedOnFirstUse) {
 TEST_F(EntryTest, LogErrorWritesTheLineAndTellsTheUserWhenDue) {
     module->session.tables.pusers = "pusers";
     module->session.msgTitle = "Linking";
-    module->LogError("frmJournalDetails  ", 3, "cmdOk_Click ", 5, "QORPayAccLinking", "Bad: value", "N", true);
+    module->LogError("frmJournalDetails  ", 3, "cmdOk_Click ", 5, "QORPayAccLinking", "Bad: value", "N",
+                     true);
     std::string log = readFile(data::errorLogPath());
     EXPECT_EQ(log.rfind("frmJournalDetails  :QORPayAccLinking:5:QORPayAccLinking:Bad: value:", 0), 0u) << log;
     EXPECT_NE(log.find(":clerk:cmdOk_Click :N\r\n"), std::string::npos) << log;
@@ -127,20 +128,6 @@ TEST_F(EntryTest, LogErrorWritesTheLineAndTellsTheUserWhenDue) {
     module->session.tables.pusers = "";
     EXPECT_THROW(module->LogError("x", 1, "p", 5, "s", "d", "N", true), common::Error);
     EXPECT_EQ(toolkit.messages.size(), 2u);
-}
-
-TEST_F(EntryTest, ModuleServices) {
-    EXPECT_EQ(module->MsgBox("Saved.", ui::vbInformation), ui::vbOK);
-    EXPECT_EQ(toolkit.lastMessage()->title, "Payroll Accounts Linking");
-    EXPECT_EQ(module->helpFile(), tmp.path().string() + "/Help/helpfile.hlp");
-    module->session.connection.reset();
-    try {
-        module->connection().execute("select 1");
-        ADD_FAILURE() << "an unopened connection must refuse";
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.number(), common::err::ObjectClosed);
-    }
-    EXPECT_TRUE(module->session.connection) << "kept for the next use";
 }
 
 TEST_F(EntryTest, PluginFactoryRunsTheComponentForAHost) {
@@ -169,15 +156,9 @@ TEST_F(EntryTest, PluginFactoryRunsTheComponentForAHost) {
     QORPayAccLinking_SetProjectKey(h, entry::kProjectKey);
     EXPECT_EQ(QORPayAccLinking_Show(h), 0);
     EXPECT_EQ(caption, "Payroll Accounts Linking");
-    EXPECT_EQ(toolkit.transcript, (std::vector<std::string>{"SHOW FrmMaster: Payroll Accounts Linking",
-                                                            "UNLOAD FrmMaster"}));
+    EXPECT_EQ(toolkit.transcript,
+              (std::vector<std::string>{"SHOW FrmMaster: Payroll Accounts Linking", "UNLOAD FrmMaster"}));
 
-    // The host's own connection object, shared.
-    data::ConnectionPtr shared = trace;
-    QORPayAccLinking_SetConnection(h, &shared);
-    trace->clear();
-    EXPECT_EQ(QORPayAccLinking_Show(h), 0);
-    EXPECT_FALSE(trace->statements().empty());
     QORPayAccLinking_Destroy(h);
 }
 

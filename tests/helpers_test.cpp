@@ -1,5 +1,7 @@
 // The shared form helpers: Enter as Tab, the snapshot and its comparison rules, and the
 // list helpers of the linking screen.
+#include "ui/Helpers.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,7 +9,6 @@
 #include "common/Error.h"
 #include "ui/Form.h"
 #include "ui/Headless.h"
-#include "ui/Helpers.h"
 
 namespace {
 

@@ -30,15 +30,13 @@ std::string slurp(const std::string& path) {
 
 class HostTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built";
-    }
+    void SetUp() override { ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built"; }
     // Runs the program with the arguments (shell words) and the environment settings given.
     Result run(const std::string& args, const std::string& env = "") {
         std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
         std::string cmd = "cd '" + tmp.path().string() + "' && env " + env + " PAYACC_LOG_DIR='" +
-                          tmp.path().string() + "' timeout 120 '" + kBinary + "' " + args + " </dev/null >'" + out +
-                          "' 2>'" + err + "'";
+                          tmp.path().string() + "' timeout 120 '" + kBinary + "' " + args + " </dev/null >'" +
+                          out + "' 2>'" + err + "'";
         int raw = std::system(cmd.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
     }
@@ -94,7 +92,8 @@ TEST_F(HostTest, InitMakesADatabaseThatScriptsRunOn) {
           "expect-sql from linktable\n"
           "expect cmdnew.enabled true\n"
           "close\n");
-    Result r = run("script browse.txt --db demo.db --user 1 --company 1 --date 15/10/2026 --trace-sql trace.txt");
+    Result r =
+        run("script browse.txt --db demo.db --user 1 --company 1 --date 15/10/2026 --trace-sql trace.txt");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(r.out.rfind("SHOW FrmMaster: Payroll Accounts Linking\n", 0), 0u) << r.out;
     EXPECT_NE(r.out.find("UNLOAD FrmMaster\nOK\n"), std::string::npos) << r.out;
@@ -122,8 +121,8 @@ TEST_F(HostTest, TheDemoDatabaseIsMadeOnFirstUse) {
     EXPECT_EQ(run("script close.txt", "XDG_DATA_HOME='" + data + "'").status, 0) << "and used again later";
 
     // Without a display the window cannot open: said in one line, status 2.
-    Result gui = run("gui --db " + data + "/payacclink/demo.db",
-                     "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
+    Result gui =
+        run("gui --db " + data + "/payacclink/demo.db", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
     EXPECT_EQ(gui.status, 2) << gui.out << gui.err;
     EXPECT_EQ(std::count(gui.err.begin(), gui.err.end(), '\n'), 1) << gui.err;
 }

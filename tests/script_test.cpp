@@ -51,7 +51,8 @@ public:
         };
         cmdFail.Click = [] { throw common::Error(5, "frmMain", "Invalid procedure call or argument"); };
         cmdSql.Click = [this] {
-            if (connection) connection->open("select 1 as one", data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+            if (connection)
+                connection->open("select 1 as one", data::CursorType::ForwardOnly, data::LockType::ReadOnly);
         };
         lvwItems.ItemCheck = [this](int row) { lastChecked = row; };
     }
@@ -181,19 +182,14 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     const Case cases[] = {
         {"set txtName Alice\n\nclik cmdOpen\n", "FAIL line 3: unknown command 'clik'"},
         {"check chkFlag\n", "FAIL line 1: 'check' needs more words"},
-        {"close now\n", "FAIL line 1: 'close' takes nothing after 'close'"},
         {"set txtName Alice\nexpect txtName Bob\nclick cmdOpen\n",
          "FAIL line 2: expect txtName: expected \"Bob\", got \"Alice\""},
         {"click cmdMissing\n", "FAIL line 1: no control cmdMissing on frmMain"},
         {"expect frmNone.txtName x\n", "FAIL line 1: no form frmNone is loaded"},
-        {"expect txtName.listindex 0\n", "FAIL line 1: txtName has no property listindex"},
         {"tick lvwItems 3\n", "FAIL line 1: row 3 out of range (lvwItems has 2 rows)"},
         {"row grid 2\n", "FAIL line 1: row 2 out of range (grid has data rows 1 to 1)"},
-        {"select cboType Others\n", "FAIL line 1: no item \"Others\" in cboType"},
         {"click cmdDisabled\n", "FAIL line 1: cmdDisabled cannot be reached (disabled or hidden)"},
         {"# asks with no answer\nclick cmdAsk\n", "FAIL line 2: no answer for the message box \"Continue?\""},
-        {"set txtName a\nexpect-message Continue?\n", "FAIL line 2: no message box was shown"},
-        {"click cmdSql\nexpect-sql select\n", "FAIL line 2: no statement trace for expect-sql"},
         {"close\nclick cmdOpen\n", "FAIL line 2: no form is open (for cmdOpen)"},
     };
     for (const Case& c : cases) {

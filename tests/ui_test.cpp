@@ -111,22 +111,6 @@ TEST(Controls, ComboClickOnEveryUserPickAndOnEachNewIndexFromCode) {
     EXPECT_EQ(clicks, before) << "clearing raises no Click";
 }
 
-TEST(Controls, EditableComboTypingChangesTextAndDropsTheChoice) {
-    HeadlessToolkit tk;
-    SampleForm f(tk);
-    auto& c = f.add<ComboBox>("cboEdit");
-    int changes = 0;
-    c.Change = [&] { ++changes; };
-    c.addItem("Cash");
-    c.userSelect(0);
-    c.userKey('!');
-    EXPECT_EQ(c.text(), "Cash!");
-    EXPECT_EQ(c.listIndex(), -1);
-    c.userKey(vbKeyBack);
-    EXPECT_EQ(c.text(), "Cash");
-    EXPECT_EQ(changes, 2);
-}
-
 TEST(Controls, CheckBoxAndOptionButtonClicks) {
     HeadlessToolkit tk;
     SampleForm f(tk);
@@ -212,7 +196,7 @@ TEST(Controls, TypingRaisesKeyEventsAndChangeInOrder) {
     t.KeyDown = [&](int16_t& code, int16_t) { ev("down" + std::to_string(code)); };
     t.KeyPress = [&](int16_t& k) {
         ev("press" + std::string(1, static_cast<char>(k)));
-        if (k == 'x') k = 0;  // refused
+        if (k == 'x') k = 0;    // refused
         if (k == 'b') k = 'B';  // changed
     };
     t.Change = [&] { ev("change:" + t.text()); };
@@ -326,8 +310,12 @@ TEST(Controls, GridSortsNumbersAsNumbersTextWithoutCaseStablyAndColoursMove) {
     SampleForm f(tk);
     auto& g = f.grid;
     g.setCols(3);
-    g.setData({{"10", "b", "r1"}, {"9", "B", "r2"}, {"1,250.00", "a", "r3"}, {"abc", "b", "r4"},
-               {"", "a", "r5"}, {"9", "c", "r6"}});
+    g.setData({{"10", "b", "r1"},
+               {"9", "B", "r2"},
+               {"1,250.00", "a", "r3"},
+               {"abc", "b", "r4"},
+               {"", "a", "r5"},
+               {"9", "c", "r6"}});
     EXPECT_EQ(g.rows(), 7);
     g.setCellBackColor(2, 0, RGB(255, 0, 0));  // the row "9"/"B"/"r2"
 
@@ -375,7 +363,7 @@ TEST(Controls, GridSortsNumbersAsNumbersTextWithoutCaseStablyAndColoursMove) {
     EXPECT_EQ(g.row(), 0);
 }
 
-TEST(Controls, GridsAndListsHoldLargeDataSets) {
+TEST(Controls, GridSortsALargeDataSet) {
     HeadlessToolkit tk;
     SampleForm f(tk);
     auto& g = f.grid;
@@ -388,18 +376,6 @@ TEST(Controls, GridsAndListsHoldLargeDataSets) {
     g.sort(FlexGrid::flexSortGenericAscending);
     EXPECT_EQ(g.textMatrix(1, 0), "0");
     EXPECT_EQ(g.textMatrix(100000, 0), "99999");
-
-    auto& l = f.lvwRows;
-    for (int c = 0; c < 16; ++c) l.addColumn("c" + std::to_string(c));
-    for (int i = 1; i <= 40000; ++i) {
-        l.add(std::to_string(i));
-        l.setCell(i, 15, "N");
-    }
-    l.remove(1);
-    EXPECT_EQ(l.count(), 39999);
-    EXPECT_EQ(l.text(1), "2");
-    l.clear();
-    EXPECT_EQ(l.count(), 0);
 }
 
 TEST(Forms, UnloadRunsQueryUnloadThenUnloadUnlessCancelled) {
@@ -424,20 +400,6 @@ TEST(Forms, UnloadRunsQueryUnloadThenUnloadUnlessCancelled) {
     EXPECT_EQ(f.queryModes.front(), vbFormCode);
     EXPECT_TRUE(tk.loadedForms().empty());
     EXPECT_EQ(tk.transcript.back(), "UNLOAD frmSample");
-}
-
-TEST(Headless, MessageBoxesAreRecordedAndAnsweredFromTheQueue) {
-    HeadlessToolkit tk;
-    EXPECT_EQ(tk.msgBox({"Saved.", vbOKOnly + vbInformation, "Title"}), vbOK);
-    tk.answers = {vbNo, vbYes};
-    EXPECT_EQ(tk.msgBox({"Delete?", vbYesNo + vbQuestion + vbDefaultButton2, "Title"}), vbNo);
-    EXPECT_EQ(tk.msgBox({"Really?", vbYesNo, "Title"}), vbYes);
-    EXPECT_THROW(tk.msgBox({"Lost?", vbYesNo, "Title"}), UnansweredMessageBox);
-    ASSERT_EQ(tk.messages.size(), 4u);
-    EXPECT_EQ(tk.messages[1].request.defaultButton(), vbDefaultButton2);
-    EXPECT_EQ(tk.lastMessage()->text, "Lost?");
-    EXPECT_EQ(tk.transcript[0], "MSGBOX \"Title\" \"Saved.\" [OK] -> OK");
-    EXPECT_EQ(tk.transcript[1], "MSGBOX \"Title\" \"Delete?\" [Yes/No] -> No");
 }
 
 TEST(Headless, ModalFormsStackAndTheFormBelowIsActivatedAgain) {

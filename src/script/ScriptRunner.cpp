@@ -28,12 +28,12 @@ struct Syntax {
 };
 const std::map<std::string, Syntax>& commands() {
     static const std::map<std::string, Syntax> table{
-        {"click", {1, false}},         {"select", {1, true}},          {"set", {1, true}},
-        {"type", {1, true}},           {"tick", {2, false}},           {"check", {2, false}},
-        {"row", {2, false}},           {"key", {2, false}},            {"popup", {1, false}},
-        {"dblclick", {1, false}},      {"answer", {1, false}},         {"close", {0, false}},
-        {"expect", {1, true}},         {"expect-cell", {3, true}},     {"expect-checked", {3, false}},
-        {"expect-header", {2, true}},  {"expect-message", {0, true}},  {"expect-sql", {0, true}},
+        {"click", {1, false}},        {"select", {1, true}},         {"set", {1, true}},
+        {"type", {1, true}},          {"tick", {2, false}},          {"check", {2, false}},
+        {"row", {2, false}},          {"key", {2, false}},           {"popup", {1, false}},
+        {"dblclick", {1, false}},     {"answer", {1, false}},        {"close", {0, false}},
+        {"expect", {1, true}},        {"expect-cell", {3, true}},    {"expect-checked", {3, false}},
+        {"expect-header", {2, true}}, {"expect-message", {0, true}}, {"expect-sql", {0, true}},
         {"dump", {1, false}},
     };
     return table;
@@ -68,7 +68,8 @@ std::string dateText(const common::DateTime& d) { return common::formatDate(d, "
 
 // Keys that do not type a character: they reach a text box as a key down only.
 bool isNavigationKey(int code) {
-    return (code >= 33 && code <= 40) || code == 45 || code == ui::vbKeyDelete || (code >= 112 && code <= 123);
+    return (code >= 33 && code <= 40) || code == 45 || code == ui::vbKeyDelete ||
+           (code >= 112 && code <= 123);
 }
 
 }  // namespace
@@ -272,7 +273,8 @@ std::string ScriptRunner::property(const Target& t, const std::string& prop, con
         if (prop == "value" && check) return std::to_string(check->value());
         if (prop == "value" && option) return boolText(option->value());
         if (list) return list->selectedIndex() > 0 ? list->text(list->selectedIndex()) : "";
-        if (grid) return grid->rows() > 0 && grid->cols() > 0 ? grid->textMatrix(grid->row(), grid->col()) : "";
+        if (grid)
+            return grid->rows() > 0 && grid->cols() > 0 ? grid->textMatrix(grid->row(), grid->col()) : "";
         if (prop == "text") return c.caption();
         return noSuch();
     }
@@ -352,10 +354,14 @@ void ScriptRunner::dispatch(const Line& line) {
             return;
         }
         if (!c.reachable()) fail(a[0] + " cannot be reached (disabled or hidden)");
-        if (type == "CommandButton") static_cast<ui::CommandButton&>(c).userClick();
-        else if (type == "CheckBox") static_cast<ui::CheckBox&>(c).userClick();
-        else if (type == "OptionButton") static_cast<ui::OptionButton&>(c).userSet(true);
-        else fail(a[0] + " (" + type + ") cannot be clicked");
+        if (type == "CommandButton")
+            static_cast<ui::CommandButton&>(c).userClick();
+        else if (type == "CheckBox")
+            static_cast<ui::CheckBox&>(c).userClick();
+        else if (type == "OptionButton")
+            static_cast<ui::OptionButton&>(c).userSet(true);
+        else
+            fail(a[0] + " (" + type + ") cannot be clicked");
         return;
     }
     if (cmd == "select") {
@@ -403,9 +409,12 @@ void ScriptRunner::dispatch(const Line& line) {
         int n = rowArg(a[1]);
         if (cmd == "check") {
             if (n != 0 && n != 1) fail("check takes 0 or 1");
-            if (auto* box = dynamic_cast<ui::CheckBox*>(&c)) box->userSet(n);
-            else if (auto* opt = dynamic_cast<ui::OptionButton*>(&c)) opt->userSet(n == 1);
-            else fail(a[0] + " is not a check box or option button");
+            if (auto* box = dynamic_cast<ui::CheckBox*>(&c))
+                box->userSet(n);
+            else if (auto* opt = dynamic_cast<ui::OptionButton*>(&c))
+                opt->userSet(n == 1);
+            else
+                fail(a[0] + " is not a check box or option button");
             return;
         }
         if (auto* list = dynamic_cast<ui::ListView*>(&c)) {
@@ -440,8 +449,10 @@ void ScriptRunner::dispatch(const Line& line) {
         }
         ui::Control& c = reachableControl(a[0]);
         if (auto* text = dynamic_cast<ui::TextBox*>(&c)) {
-            if (isNavigationKey(code)) text->userKeyDown(k);
-            else text->userKey(k);
+            if (isNavigationKey(code))
+                text->userKeyDown(k);
+            else
+                text->userKey(k);
         } else if (auto* combo = dynamic_cast<ui::ComboBox*>(&c)) {
             combo->userKey(k);
         } else if (auto* box = dynamic_cast<ui::CheckBox*>(&c)) {
@@ -464,8 +475,10 @@ void ScriptRunner::dispatch(const Line& line) {
     if (cmd == "popup" || cmd == "dblclick") {
         ui::Control& c = reachableControl(a[0]);
         if (auto* list = dynamic_cast<ui::ListView*>(&c)) {
-            if (cmd == "popup") list->userRightClick();
-            else list->userDblClick();
+            if (cmd == "popup")
+                list->userRightClick();
+            else
+                list->userDblClick();
         } else if (auto* grid = dynamic_cast<ui::FlexGrid*>(&c); grid && cmd == "dblclick") {
             grid->userDblClick();
         } else {
@@ -475,7 +488,11 @@ void ScriptRunner::dispatch(const Line& line) {
     }
     if (cmd == "answer") {
         std::string w = common::LCase(a[0]);
-        int answer = w == "yes" ? ui::vbYes : w == "no" ? ui::vbNo : w == "ok" ? ui::vbOK : w == "cancel" ? ui::vbCancel : 0;
+        int answer = w == "yes"      ? ui::vbYes
+                     : w == "no"     ? ui::vbNo
+                     : w == "ok"     ? ui::vbOK
+                     : w == "cancel" ? ui::vbCancel
+                                     : 0;
         if (!answer) fail("answer takes Yes, No, OK or Cancel");
         toolkit_.answers.push_back(answer);
         return;
@@ -509,7 +526,8 @@ void ScriptRunner::dispatch(const Line& line) {
             int col = rowArg(a[1]);
             int cols = list ? list->columnCount() : grid->cols();
             if (col < 0 || col >= cols) fail("column " + std::to_string(col) + " out of range");
-            expectEqual("expect-header " + a[0] + " " + a[1], line.text, list ? list->columnHeader(col) : grid->textMatrix(0, col));
+            expectEqual("expect-header " + a[0] + " " + a[1], line.text,
+                        list ? list->columnHeader(col) : grid->textMatrix(0, col));
             return;
         }
         int row = rowArg(a[1]);
@@ -517,14 +535,16 @@ void ScriptRunner::dispatch(const Line& line) {
             if (!list) fail(a[0] + " is not a list");
             int want = rowArg(a[2]);
             if (row < 1 || row > list->count()) fail("row " + std::to_string(row) + " out of range");
-            expectEqual("expect-checked " + a[0] + " " + a[1], std::to_string(want), list->checked(row) ? "1" : "0");
+            expectEqual("expect-checked " + a[0] + " " + a[1], std::to_string(want),
+                        list->checked(row) ? "1" : "0");
             return;
         }
         int col = rowArg(a[2]);
         std::string actual;
         if (list) {
             if (row < 0 || row > list->count()) fail("row " + std::to_string(row) + " out of range");
-            if (col < 0 || col >= std::max(1, list->columnCount())) fail("column " + std::to_string(col) + " out of range");
+            if (col < 0 || col >= std::max(1, list->columnCount()))
+                fail("column " + std::to_string(col) + " out of range");
             actual = row == 0 ? list->columnHeader(col) : list->cell(row, col);
         } else {
             if (row < 0 || row >= grid->rows()) fail("row " + std::to_string(row) + " out of range");
@@ -547,8 +567,8 @@ void ScriptRunner::dispatch(const Line& line) {
         sqlMark_ = entries.size();
         for (size_t i = from; i < entries.size(); ++i) {
             auto kind = entries[i].kind;
-            bool statement = kind == data::TraceEntry::Kind::Execute || kind == data::TraceEntry::Kind::Open ||
-                             kind == data::TraceEntry::Kind::Command;
+            bool statement = kind == data::TraceEntry::Kind::Execute ||
+                             kind == data::TraceEntry::Kind::Open || kind == data::TraceEntry::Kind::Command;
             if (statement && entries[i].text.find(line.text) != std::string::npos) return;
         }
         fail("no statement since the last expect-sql contains \"" + line.text + "\"");

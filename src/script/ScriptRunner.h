@@ -60,9 +60,9 @@ private:
     data::TraceConnection* trace_ = nullptr;
     std::vector<Line> lines_;
     size_t next_ = 0;
-    int current_ = 0;         // number of the line being run
-    size_t printed_ = 0;      // transcript entries already printed
-    size_t sqlMark_ = 0;      // trace entries already looked at by expect-sql
+    int current_ = 0;     // number of the line being run
+    size_t printed_ = 0;  // transcript entries already printed
+    size_t sqlMark_ = 0;  // trace entries already looked at by expect-sql
 };
 
 }  // namespace script

@@ -8,8 +8,9 @@ namespace suite {
 namespace {
 
 data::Connection& connectionOf(const data::ConnectionPtr& c) {
-    if (!c) throw common::Error(common::err::ObjectNotSet, "CommonModule",
-                                "Object variable or With block variable not set");
+    if (!c)
+        throw common::Error(common::err::ObjectNotSet, "CommonModule",
+                            "Object variable or With block variable not set");
     return *c;
 }
 

@@ -673,7 +673,9 @@ void ListView::userKeyDown(int16_t keyCode) {
 
 FlexGrid::FlexGrid(Form& f, std::string name, Control* container)
     : Control(f, std::move(name), "MSHFlexGrid", container),
-      cells_(2, std::vector<std::string>(2)), colors_(2), widths_(2, -1) {}
+      cells_(2, std::vector<std::string>(2)),
+      colors_(2),
+      widths_(2, -1) {}
 
 namespace {
 [[noreturn]] void badRow() { throw common::Error(30009, "MSHFlexGrid", "Invalid Row value"); }

@@ -11,26 +11,41 @@ namespace {
 
 std::string buttonsText(int buttons) {
     switch (buttons) {
-        case vbOKOnly: return "OK";
-        case vbOKCancel: return "OK/Cancel";
-        case 2: return "Abort/Retry/Ignore";
-        case vbYesNoCancel: return "Yes/No/Cancel";
-        case vbYesNo: return "Yes/No";
-        case 5: return "Retry/Cancel";
-        default: return std::to_string(buttons);
+        case vbOKOnly:
+            return "OK";
+        case vbOKCancel:
+            return "OK/Cancel";
+        case 2:
+            return "Abort/Retry/Ignore";
+        case vbYesNoCancel:
+            return "Yes/No/Cancel";
+        case vbYesNo:
+            return "Yes/No";
+        case 5:
+            return "Retry/Cancel";
+        default:
+            return std::to_string(buttons);
     }
 }
 
 std::string answerText(int answer) {
     switch (answer) {
-        case vbOK: return "OK";
-        case vbCancel: return "Cancel";
-        case 3: return "Abort";
-        case 4: return "Retry";
-        case 5: return "Ignore";
-        case vbYes: return "Yes";
-        case vbNo: return "No";
-        default: return std::to_string(answer);
+        case vbOK:
+            return "OK";
+        case vbCancel:
+            return "Cancel";
+        case 3:
+            return "Abort";
+        case 4:
+            return "Retry";
+        case 5:
+            return "Ignore";
+        case vbYes:
+            return "Yes";
+        case vbNo:
+            return "No";
+        default:
+            return std::to_string(answer);
     }
 }
 

@@ -51,8 +51,8 @@ bool ControlsChanged(Form& form) {
         } else if (type == "DTPicker") {
             // Only the leading number of the formatted date counts (the day, as dates are
             // written day first): a new month on the same day is not a change.
-            differs = common::Val(common::generalDate(static_cast<DatePicker*>(c)->value())) !=
-                      common::Val(c->Tag);
+            differs =
+                common::Val(common::generalDate(static_cast<DatePicker*>(c)->value())) != common::Val(c->Tag);
         }
         if (differs) return true;
     }
