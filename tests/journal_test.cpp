@@ -275,6 +275,14 @@ TEST_F(JournalTest, GatheredLineChangesOnlyItsDescription) {
     EXPECT_TRUE(ed.cboAccountID.enabled());
     EXPECT_TRUE(ed.txtAmount.enabled());
     EXPECT_TRUE(ed.optCredit.value());
+
+    // Editing, only the added lines hold their accounts: a gathered line's account is free.
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("Wages Control"));
+    ed.txtDescription.userPaste("Wages paid");
+    ed.txtAmount.userPaste("5");
+    ed.cmdOK.userClick();
+    EXPECT_TRUE(toolkit.messages.empty()) << lastMessage();
+    EXPECT_EQ(posting().cell(2, pst::DebitAccountID), "9102");
 }
 
 TEST_F(JournalTest, SideIsProposedFromTheBalance) {
@@ -282,6 +290,10 @@ TEST_F(JournalTest, SideIsProposedFromTheBalance) {
     EXPECT_EQ(ed.txtSlNo.text(), "1");
     EXPECT_EQ(ed.txtBalance.text(), "0.00");
     EXPECT_TRUE(ed.optDebit.value());
+    // Shown, the empty line is the snapshot that later changes are measured against.
+    EXPECT_FALSE(ui::ControlsChanged(ed));
+    ed.txtDescription.userType("x");
+    EXPECT_TRUE(ui::ControlsChanged(ed));
     ed.cmdCancel.userClick();
     EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
 
