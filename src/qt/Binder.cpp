@@ -1,7 +1,5 @@
 #include "qt/Binder.h"
 
-#include <algorithm>
-
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
@@ -17,6 +15,7 @@
 #include <QRadioButton>
 #include <QTableView>
 #include <QTreeView>
+#include <algorithm>
 
 #include "common/Error.h"
 #include "qt/ItemModels.h"
@@ -85,22 +84,38 @@ bool isEnter(const QKeyEvent* k) { return k->key() == Qt::Key_Return || k->key()
 int classicKeyCode(int qtKey) {
     switch (qtKey) {
         case Qt::Key_Return:
-        case Qt::Key_Enter: return 13;
-        case Qt::Key_Tab: return 9;
-        case Qt::Key_Backspace: return 8;
-        case Qt::Key_Escape: return 27;
-        case Qt::Key_Space: return 32;
-        case Qt::Key_PageUp: return 33;
-        case Qt::Key_PageDown: return 34;
-        case Qt::Key_End: return 35;
-        case Qt::Key_Home: return 36;
-        case Qt::Key_Left: return 37;
-        case Qt::Key_Up: return 38;
-        case Qt::Key_Right: return 39;
-        case Qt::Key_Down: return 40;
-        case Qt::Key_Insert: return 45;
-        case Qt::Key_Delete: return 46;
-        default: break;
+        case Qt::Key_Enter:
+            return 13;
+        case Qt::Key_Tab:
+            return 9;
+        case Qt::Key_Backspace:
+            return 8;
+        case Qt::Key_Escape:
+            return 27;
+        case Qt::Key_Space:
+            return 32;
+        case Qt::Key_PageUp:
+            return 33;
+        case Qt::Key_PageDown:
+            return 34;
+        case Qt::Key_End:
+            return 35;
+        case Qt::Key_Home:
+            return 36;
+        case Qt::Key_Left:
+            return 37;
+        case Qt::Key_Up:
+            return 38;
+        case Qt::Key_Right:
+            return 39;
+        case Qt::Key_Down:
+            return 40;
+        case Qt::Key_Insert:
+            return 45;
+        case Qt::Key_Delete:
+            return 46;
+        default:
+            break;
     }
     if (qtKey >= Qt::Key_F1 && qtKey <= Qt::Key_F12) return 112 + (qtKey - Qt::Key_F1);
     if (qtKey >= Qt::Key_0 && qtKey <= Qt::Key_9) return qtKey;
@@ -173,16 +188,26 @@ void Binder::bind(ui::Control& control) {
     QWidget* w = root_->findChild<QWidget*>(qs(control.name()));
     bool fits = false;
     if (w != nullptr) {
-        if (type == "Label") fits = qobject_cast<QLabel*>(w) != nullptr;
-        else if (type == "Frame") fits = qobject_cast<QGroupBox*>(w) != nullptr;
-        else if (type == "CommandButton") fits = qobject_cast<QPushButton*>(w) != nullptr;
-        else if (type == "TextBox") fits = qobject_cast<QLineEdit*>(w) != nullptr;
-        else if (type == "ComboBox") fits = qobject_cast<QComboBox*>(w) != nullptr;
-        else if (type == "CheckBox") fits = qobject_cast<QCheckBox*>(w) != nullptr;
-        else if (type == "OptionButton") fits = qobject_cast<QRadioButton*>(w) != nullptr;
-        else if (type == "DTPicker") fits = qobject_cast<QDateEdit*>(w) != nullptr;
-        else if (type == "ListView") fits = qobject_cast<QTreeView*>(w) != nullptr;
-        else if (type == "MSHFlexGrid") fits = qobject_cast<QTableView*>(w) != nullptr;
+        if (type == "Label")
+            fits = qobject_cast<QLabel*>(w) != nullptr;
+        else if (type == "Frame")
+            fits = qobject_cast<QGroupBox*>(w) != nullptr;
+        else if (type == "CommandButton")
+            fits = qobject_cast<QPushButton*>(w) != nullptr;
+        else if (type == "TextBox")
+            fits = qobject_cast<QLineEdit*>(w) != nullptr;
+        else if (type == "ComboBox")
+            fits = qobject_cast<QComboBox*>(w) != nullptr;
+        else if (type == "CheckBox")
+            fits = qobject_cast<QCheckBox*>(w) != nullptr;
+        else if (type == "OptionButton")
+            fits = qobject_cast<QRadioButton*>(w) != nullptr;
+        else if (type == "DTPicker")
+            fits = qobject_cast<QDateEdit*>(w) != nullptr;
+        else if (type == "ListView")
+            fits = qobject_cast<QTreeView*>(w) != nullptr;
+        else if (type == "MSHFlexGrid")
+            fits = qobject_cast<QTableView*>(w) != nullptr;
     }
     if (fits) b->widget = w;
     Binding& ref = *b;
@@ -193,8 +218,9 @@ void Binder::bind(ui::Control& control) {
     byWidget_[w] = &ref;
     w->installEventFilter(this);
     connectWidget(ref);
-    ref.listenerId = control.addListener(
-        [this, &ref](ui::Control&, ui::Change change, int row, int col) { modelChanged(ref, change, row, col); });
+    ref.listenerId = control.addListener([this, &ref](ui::Control&, ui::Change change, int row, int col) {
+        modelChanged(ref, change, row, col);
+    });
 }
 
 void Binder::connectWidget(Binding& b) {
@@ -208,7 +234,8 @@ void Binder::connectWidget(Binding& b) {
         button->setAutoDefault(false);
         button->setDefault(false);
         auto& model = static_cast<ui::CommandButton&>(c);
-        connect(button, &QPushButton::clicked, this, [this, &b, &model] { user(b, [&] { model.userClick(); }); });
+        connect(button, &QPushButton::clicked, this,
+                [this, &b, &model] { user(b, [&] { model.userClick(); }); });
     } else if (auto* edit = qobject_cast<QLineEdit*>(w)) {
         auto& model = static_cast<ui::TextBox&>(c);
         // Keys are routed through the model; what reaches the widget otherwise (paste, cut,
@@ -231,17 +258,18 @@ void Binder::connectWidget(Binding& b) {
             });
         }
         // activated comes for every choice, also of the item already chosen.
-        connect(combo, &QComboBox::activated, this, [this, &b, &model](int index) {
-            user(b, [&] { model.userSelect(index); });
-        });
+        connect(combo, &QComboBox::activated, this,
+                [this, &b, &model](int index) { user(b, [&] { model.userSelect(index); }); });
     } else if (auto* check = qobject_cast<QCheckBox*>(w)) {
         auto& model = static_cast<ui::CheckBox&>(c);
-        connect(check, &QCheckBox::clicked, this, [this, &b, &model] { user(b, [&] { model.userClick(); }); });
+        connect(check, &QCheckBox::clicked, this,
+                [this, &b, &model] { user(b, [&] { model.userClick(); }); });
     } else if (auto* radio = qobject_cast<QRadioButton*>(w)) {
         auto& model = static_cast<ui::OptionButton&>(c);
         // The model clears the other buttons of its container.
         radio->setAutoExclusive(false);
-        connect(radio, &QRadioButton::clicked, this, [this, &b, &model] { user(b, [&] { model.userSet(true); }); });
+        connect(radio, &QRadioButton::clicked, this,
+                [this, &b, &model] { user(b, [&] { model.userSet(true); }); });
     } else if (auto* dateEdit = qobject_cast<QDateEdit*>(w)) {
         auto& model = static_cast<ui::DatePicker&>(c);
         dateEdit->setDisplayFormat("dd/MM/yyyy");
@@ -267,7 +295,9 @@ void Binder::connectWidget(Binding& b) {
         tree->header()->setStretchLastSection(false);
         tree->viewport()->installEventFilter(this);
         byWidget_[tree->viewport()] = &b;
-        b.listModel->onUserToggle = [this, &b, &model](int row) { user(b, [&] { model.userToggle(row + 1); }); };
+        b.listModel->onUserToggle = [this, &b, &model](int row) {
+            user(b, [&] { model.userToggle(row + 1); });
+        };
         b.listModel->afterReset = [this, &b] {
             FromModel guard(fromModel_);
             applyColumnWidths(b);
@@ -332,11 +362,13 @@ void Binder::modelChanged(Binding& b, ui::Change change, int row, int col) {
     if (b.listModel != nullptr || b.gridModel != nullptr) {
         if (b.listModel != nullptr) b.listModel->modelChanged(change, row, col);
         if (b.gridModel != nullptr) b.gridModel->modelChanged(change, row, col);
-        const bool pending = b.listModel != nullptr ? b.listModel->resetPending() : b.gridModel->resetPending();
+        const bool pending =
+            b.listModel != nullptr ? b.listModel->resetPending() : b.gridModel->resetPending();
         if (change == ui::Change::Property) {
             refresh(b);
             // EnsureVisible on a list, TopRow on a grid.
-            if (auto* tree = qobject_cast<QTreeView*>(b.widget.data()); tree != nullptr && row >= 1 && !pending)
+            if (auto* tree = qobject_cast<QTreeView*>(b.widget.data());
+                tree != nullptr && row >= 1 && !pending)
                 tree->scrollTo(b.listModel->index(row - 1, 0));
             if (b.gridModel != nullptr && row >= 0 && !pending) refreshCurrent(b);
         }
@@ -402,13 +434,16 @@ void Binder::refresh(Binding& b) {
             combo->addItems(items);
         }
         if (combo->currentIndex() != model.listIndex()) combo->setCurrentIndex(model.listIndex());
-        if (combo->isEditable() && combo->currentText() != qs(model.text())) combo->setEditText(qs(model.text()));
+        if (combo->isEditable() && combo->currentText() != qs(model.text()))
+            combo->setEditText(qs(model.text()));
         if (combo->lineEdit() != nullptr) combo->lineEdit()->setReadOnly(model.locked());
     } else if (auto* check = qobject_cast<QCheckBox*>(w)) {
         auto& model = static_cast<ui::CheckBox&>(c);
         check->setText(qs(c.caption()));
         check->setTristate(model.value() == 2);
-        check->setCheckState(model.value() == 1 ? Qt::Checked : model.value() == 2 ? Qt::PartiallyChecked : Qt::Unchecked);
+        check->setCheckState(model.value() == 1   ? Qt::Checked
+                             : model.value() == 2 ? Qt::PartiallyChecked
+                                                  : Qt::Unchecked);
     } else if (auto* radio = qobject_cast<QRadioButton*>(w)) {
         auto& model = static_cast<ui::OptionButton&>(c);
         radio->setText(qs(c.caption()));
@@ -433,7 +468,8 @@ void Binder::applyColumnWidths(Binding& b) {
             tree->resizeColumnToContents(col);
             tree->setColumnWidth(col, std::max({24, twipsToPixels(width), tree->columnWidth(col)}));
         }
-    } else if (auto* table = qobject_cast<QTableView*>(b.widget.data()); table != nullptr && b.gridModel != nullptr) {
+    } else if (auto* table = qobject_cast<QTableView*>(b.widget.data());
+               table != nullptr && b.gridModel != nullptr) {
         auto& model = static_cast<ui::FlexGrid&>(*b.control);
         for (int col = 0; col < model.cols() && col < b.gridModel->columnCount(); ++col) {
             const int width = model.colWidth(col);
@@ -454,9 +490,11 @@ void Binder::refreshCurrent(Binding& b) {
             return;
         }
         const QModelIndex index = b.listModel->index(row, 0);
-        tree->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        tree->selectionModel()->setCurrentIndex(
+            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
         tree->scrollTo(index);
-    } else if (auto* table = qobject_cast<QTableView*>(b.widget.data()); table != nullptr && b.gridModel != nullptr) {
+    } else if (auto* table = qobject_cast<QTableView*>(b.widget.data());
+               table != nullptr && b.gridModel != nullptr) {
         auto& model = static_cast<ui::FlexGrid&>(*b.control);
         const int fixed = b.gridModel->fixedRows();
         const int row = model.row() - fixed;
@@ -466,7 +504,8 @@ void Binder::refreshCurrent(Binding& b) {
         }
         const int col = std::clamp(model.col(), 0, b.gridModel->columnCount() - 1);
         const QModelIndex index = b.gridModel->index(row, col);
-        table->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        table->selectionModel()->setCurrentIndex(
+            index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
         const int top = model.topRow() - fixed;
         if (top > 0 && top < b.gridModel->rowCount()) {
             table->scrollTo(b.gridModel->index(top, col), QAbstractItemView::PositionAtTop);
@@ -602,7 +641,8 @@ bool Binder::textBoxKey(Binding& b, QEvent* event) {
         int start = edit->cursorPosition(), length = 0;
         if (edit->hasSelectedText()) {
             start = edit->selectionStart();
-            length = toModelPos(text, start + static_cast<int>(edit->selectedText().size())) - toModelPos(text, start);
+            length = toModelPos(text, start + static_cast<int>(edit->selectedText().size())) -
+                     toModelPos(text, start);
         }
         model.setSelStart(toModelPos(text, start));
         model.setSelLength(length);
@@ -626,8 +666,9 @@ bool Binder::textBoxKey(Binding& b, QEvent* event) {
     if (const int16_t control = controlCodeOf(key); control != 0) {
         // Clipboard and undo keys edit the text as the widget does (then handed over as a
         // paste); other control keys belong to the form.
-        if (key->matches(QKeySequence::Copy) || key->matches(QKeySequence::Cut) || key->matches(QKeySequence::Paste) ||
-            key->matches(QKeySequence::SelectAll) || key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo))
+        if (key->matches(QKeySequence::Copy) || key->matches(QKeySequence::Cut) ||
+            key->matches(QKeySequence::Paste) || key->matches(QKeySequence::SelectAll) ||
+            key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo))
             return false;
         return formKey(event);
     }

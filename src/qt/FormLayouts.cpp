@@ -27,7 +27,8 @@ void stepIcons(QDialog* dialog) {
         {"cmdLast", QStyle::SP_MediaSkipForward},
     };
     for (const auto& [name, pixmap] : icons) {
-        if (auto* button = dialog->findChild<QPushButton*>(name)) button->setIcon(dialog->style()->standardIcon(pixmap));
+        if (auto* button = dialog->findChild<QPushButton*>(name))
+            button->setIcon(dialog->style()->standardIcon(pixmap));
     }
 }
 

@@ -153,7 +153,9 @@ void FlexGridModel::modelChanged(ui::Change change, int row, int col) {
             if (row < 0) {
                 scheduleReset();
             } else if (row < fixedRows()) {
-                if (!resetPending()) emit headerDataChanged(Qt::Horizontal, col < 0 ? 0 : col, col < 0 ? columnCount() - 1 : col);
+                if (!resetPending())
+                    emit headerDataChanged(Qt::Horizontal, col < 0 ? 0 : col,
+                                           col < 0 ? columnCount() - 1 : col);
             } else {
                 cellChanged(row - fixedRows(), col);
             }

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "qt/ScreenshotPlayer.h"
 #include "qt/QtToolkit.h"
+#include "qt/ScreenshotPlayer.h"
 
 namespace qtui {
 
@@ -30,7 +30,8 @@ int runApplication(int& argc, char** argv, const std::function<void(ui::Toolkit&
     std::unique_ptr<ScreenshotPlayer> player;
     if (const char* script = std::getenv("PAYACC_SCREENSHOT_SCRIPT"); script != nullptr && *script != '\0') {
         const char* dir = std::getenv("PAYACC_SCREENSHOT_DIR");
-        player = std::make_unique<ScreenshotPlayer>(toolkit, script, dir != nullptr && *dir != '\0' ? dir : "screenshots");
+        player = std::make_unique<ScreenshotPlayer>(toolkit, script,
+                                                    dir != nullptr && *dir != '\0' ? dir : "screenshots");
         player->start();
     }
     try {

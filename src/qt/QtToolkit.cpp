@@ -106,23 +106,44 @@ std::string QtToolkit::moduleHelpFile() { return data::componentFolder() + "/Hel
 int QtToolkit::msgBox(const ui::MessageBoxRequest& request) {
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     switch (request.icon()) {
-        case ui::vbCritical: icon = QMessageBox::Critical; break;
-        case ui::vbQuestion: icon = QMessageBox::Question; break;
-        case ui::vbExclamation: icon = QMessageBox::Warning; break;
-        case ui::vbInformation: icon = QMessageBox::Information; break;
-        default: break;
+        case ui::vbCritical:
+            icon = QMessageBox::Critical;
+            break;
+        case ui::vbQuestion:
+            icon = QMessageBox::Question;
+            break;
+        case ui::vbExclamation:
+            icon = QMessageBox::Warning;
+            break;
+        case ui::vbInformation:
+            icon = QMessageBox::Information;
+            break;
+        default:
+            break;
     }
     // The buttons in the classic order, with the answer each gives.
     std::vector<std::pair<QMessageBox::StandardButton, int>> buttons;
     switch (request.buttons()) {
-        case ui::vbOKCancel: buttons = {{QMessageBox::Ok, ui::vbOK}, {QMessageBox::Cancel, ui::vbCancel}}; break;
-        case 2: buttons = {{QMessageBox::Abort, 3}, {QMessageBox::Retry, 4}, {QMessageBox::Ignore, 5}}; break;
-        case ui::vbYesNoCancel:
-            buttons = {{QMessageBox::Yes, ui::vbYes}, {QMessageBox::No, ui::vbNo}, {QMessageBox::Cancel, ui::vbCancel}};
+        case ui::vbOKCancel:
+            buttons = {{QMessageBox::Ok, ui::vbOK}, {QMessageBox::Cancel, ui::vbCancel}};
             break;
-        case ui::vbYesNo: buttons = {{QMessageBox::Yes, ui::vbYes}, {QMessageBox::No, ui::vbNo}}; break;
-        case 5: buttons = {{QMessageBox::Retry, 4}, {QMessageBox::Cancel, ui::vbCancel}}; break;
-        default: buttons = {{QMessageBox::Ok, ui::vbOK}}; break;
+        case 2:
+            buttons = {{QMessageBox::Abort, 3}, {QMessageBox::Retry, 4}, {QMessageBox::Ignore, 5}};
+            break;
+        case ui::vbYesNoCancel:
+            buttons = {{QMessageBox::Yes, ui::vbYes},
+                       {QMessageBox::No, ui::vbNo},
+                       {QMessageBox::Cancel, ui::vbCancel}};
+            break;
+        case ui::vbYesNo:
+            buttons = {{QMessageBox::Yes, ui::vbYes}, {QMessageBox::No, ui::vbNo}};
+            break;
+        case 5:
+            buttons = {{QMessageBox::Retry, 4}, {QMessageBox::Cancel, ui::vbCancel}};
+            break;
+        default:
+            buttons = {{QMessageBox::Ok, ui::vbOK}};
+            break;
     }
 
     for (auto& w : stack_)

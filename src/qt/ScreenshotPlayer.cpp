@@ -57,7 +57,9 @@ ScreenshotPlayer::ScreenshotPlayer(QtToolkit& toolkit, const std::string& script
 
 void ScreenshotPlayer::start() { schedule(kStepMs * 2); }
 
-void ScreenshotPlayer::schedule(int ms) { QTimer::singleShot(ms, this, [this] { step(); }); }
+void ScreenshotPlayer::schedule(int ms) {
+    QTimer::singleShot(ms, this, [this] { step(); });
+}
 
 void ScreenshotPlayer::fail(const std::string& why) {
     failed_ = true;
@@ -250,7 +252,8 @@ void ScreenshotPlayer::screenshot(const std::string& name) {
     if (QScreen* screen = QGuiApplication::primaryScreen(); screen != nullptr && area.isValid())
         picture = screen->grabWindow(0, area.x(), area.y(), area.width(), area.height());
     if (picture.isNull() && top != nullptr) picture = top->grab();
-    const QString file = QDir(QString::fromStdString(outDir_)).filePath(QString::fromStdString(name) + ".png");
+    const QString file =
+        QDir(QString::fromStdString(outDir_)).filePath(QString::fromStdString(name) + ".png");
     if (picture.isNull() || !picture.save(file)) fail("cannot save " + file.toStdString());
 }
 

@@ -89,7 +89,8 @@ TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     ASSERT_EQ(table->model()->rowCount(), kRows);
     EXPECT_EQ(table->model()->headerData(1, Qt::Horizontal).toString().toStdString(), "Entry No");
     EXPECT_EQ(table->model()->index(1, 1).data().toString().toStdString(), "PAL/2");
-    EXPECT_EQ(table->model()->index(1, 0).data(Qt::BackgroundRole).value<QBrush>().color(), QColor(255, 0, 0));
+    EXPECT_EQ(table->model()->index(1, 0).data(Qt::BackgroundRole).value<QBrush>().color(),
+              QColor(255, 0, 0));
     EXPECT_FALSE(table->model()->index(1, 1).data(Qt::BackgroundRole).isValid());
 
     // The current cell follows the model, and the user's move reaches it as RowColChange.

@@ -6,8 +6,8 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QPointer>
+#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <functional>
@@ -86,7 +86,8 @@ inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nu
                 seen->title = box->windowTitle();
                 seen->text = box->text();
                 seen->icon = box->icon();
-                seen->defaultButton = box->defaultButton() != nullptr ? box->defaultButton()->text() : QString();
+                seen->defaultButton =
+                    box->defaultButton() != nullptr ? box->defaultButton()->text() : QString();
             }
             QAbstractButton* button = box->button(answer);
             if (button == nullptr) {
@@ -150,7 +151,8 @@ protected:
             // Let go of everything the test left open, innermost first.
             if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
             for (QWidget* w : QApplication::topLevelWidgets())
-                if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) box->done(0);
+                if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible())
+                    box->done(0);
             while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
         watchdog.start(30000);

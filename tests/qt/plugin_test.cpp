@@ -22,8 +22,8 @@ struct Plugin {
     Handle* (*create)(ui::Toolkit*) = nullptr;
     void (*destroy)(Handle*) = nullptr;
     int32_t (*openDatabase)(Handle*, const char*) = nullptr;
-    void (*setText[3])(Handle*, const char*) = {};   // key, title, date
-    void (*setNumber[3])(Handle*, int32_t) = {};     // user, company, interface
+    void (*setText[3])(Handle*, const char*) = {};  // key, title, date
+    void (*setNumber[3])(Handle*, int32_t) = {};    // user, company, interface
     int32_t (*show)(Handle*) = nullptr;
     const char* (*lastError)(Handle*) = nullptr;
 
@@ -73,7 +73,7 @@ TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserOnlyForTheRightKey) {
     p.setNumber[2](h, 60);
 
     // Which window the library shows, and what its grid holds.
-    auto shownBrowser = [] () -> QWidget* {
+    auto shownBrowser = []() -> QWidget* {
         for (QWidget* w : QApplication::topLevelWidgets())
             if (w->objectName() == "FrmMaster" && w->isVisible()) return w;
         return nullptr;

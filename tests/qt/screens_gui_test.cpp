@@ -66,7 +66,8 @@ TEST_F(ScreensTest, LayoutsCarryEveryControlInsideItsFrame) {
     linking::frmPayrollAccountsLinking linkingForm(*module);
     linking::frmcancell cancelForm(*module);
     journal::frmJournalDetails journalForm(*module);
-    for (ui::Form* form : std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
+    for (ui::Form* form :
+         std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
         SCOPED_TRACE(form->name());
         qtui::FormDialog dialog(*form, nullptr);
         EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
@@ -80,7 +81,8 @@ TEST_F(ScreensTest, LayoutsCarryEveryControlInsideItsFrame) {
             while (group != nullptr && group != &dialog && qobject_cast<QGroupBox*>(group) == nullptr)
                 group = group->parentWidget();
             const std::string expected = c->container() != nullptr ? c->container()->name() : "";
-            const std::string actual = group != &dialog && group != nullptr ? group->objectName().toStdString() : "";
+            const std::string actual =
+                group != &dialog && group != nullptr ? group->objectName().toStdString() : "";
             EXPECT_EQ(actual, expected) << c->name();
         }
         EXPECT_EQ(dialog.windowTitle().toStdString(), form->caption());
@@ -159,7 +161,8 @@ TEST_F(ScreensTest, TickingARowRaisesItemCheckButTickingFromCodeDoesNot) {
         ASSERT_GE(f.lvwTransactions.count(), 2);
         ASSERT_EQ(viewRows(transactions), f.lvwTransactions.count());
         EXPECT_EQ(transactions->model()->headerData(5, Qt::Horizontal).toString().toStdString(), "Trans ID ");
-        EXPECT_EQ(transactions->model()->index(0, 1).data().toString().toStdString(), f.lvwTransactions.cell(1, 1));
+        EXPECT_EQ(transactions->model()->index(0, 1).data().toString().toStdString(),
+                  f.lvwTransactions.cell(1, 1));
         EXPECT_EQ(viewRows(postings), 0);
 
         clickTick(transactions, 0);
@@ -230,10 +233,11 @@ TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
         QStringList shown;
         // An empty list offers only the hint and Cancel.
         auto popup = [] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); };
-        whenReady([&] { return popup() != nullptr; }, [&] {
-            for (QAction* a : popup()->actions()) shown << a->text();
-            popup()->close();
-        });
+        whenReady([&] { return popup() != nullptr; },
+                  [&] {
+                      for (QAction* a : popup()->actions()) shown << a->text();
+                      popup()->close();
+                  });
         QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
         EXPECT_EQ(shown, QStringList({"&Cancel", "Select some transactions to continue..."}));
         EXPECT_FALSE(f.mnuPopup.open);
@@ -243,22 +247,26 @@ TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
         clickTick(widget<QTreeView>(d, "lvwTransactions"), 0);
         ASSERT_GT(f.lvwPostingDetails.count(), 0);
         bool editorShown = false;
-        whenReady([&] { return popup() != nullptr; }, [&] {
-            QMenu* menu = popup();
-            shown.clear();
-            for (QAction* a : menu->actions()) shown << a->text();
-            whenReady(
-                [&] { return toolkit.topWindow() != nullptr && toolkit.topWindow()->form().name() == "frmJournalDetails"; },
-                [&] {
-                qtui::FormDialog* editor = toolkit.topWindow();
-                editorShown = true;
-                EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
-                          std::to_string(f.lvwPostingDetails.count() + 1));
-                QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"), Qt::LeftButton);
-            });
-            QTest::keyClick(menu, Qt::Key_Down);
-            QTest::keyClick(menu, Qt::Key_Return);  // the first item: "&Add"
-        });
+        whenReady([&] { return popup() != nullptr; },
+                  [&] {
+                      QMenu* menu = popup();
+                      shown.clear();
+                      for (QAction* a : menu->actions()) shown << a->text();
+                      whenReady(
+                          [&] {
+                              return toolkit.topWindow() != nullptr &&
+                                     toolkit.topWindow()->form().name() == "frmJournalDetails";
+                          },
+                          [&] {
+                              qtui::FormDialog* editor = toolkit.topWindow();
+                              editorShown = true;
+                              EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
+                                        std::to_string(f.lvwPostingDetails.count() + 1));
+                              QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"), Qt::LeftButton);
+                          });
+                      QTest::keyClick(menu, Qt::Key_Down);
+                      QTest::keyClick(menu, Qt::Key_Return);  // the first item: "&Add"
+                  });
         viewRows(postings);
         QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
                           postings->visualRect(postings->model()->index(0, 0)).center());
@@ -308,7 +316,8 @@ TEST_F(ScreensTest, TypedKeysPassTheScreensKeyFiltersAndEnterMovesOn) {
         EXPECT_EQ(f.txtRemarks.text(), "October");
         EXPECT_EQ(f.activeControl(), &f.txtRemarks);
         QTest::keyClick(remarks, Qt::Key_Return);
-        EXPECT_TRUE(waitFor([&] { return QApplication::focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
+        EXPECT_TRUE(waitFor(
+            [&] { return QApplication::focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
         EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
         answerNextBox(QMessageBox::No);  // "Save Changes?"
         d.close();
