@@ -6,6 +6,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include "common/Error.h"
 #include "gui_support.h"
 #include "qt/ItemModels.h"
 
@@ -111,6 +112,15 @@ TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     QCoreApplication::processEvents();
     EXPECT_EQ(table->model()->index(0, 1).data().toString().toStdString(), form.flexBig.textMatrix(1, 1));
     EXPECT_EQ(form.flexBig.textMatrix(1, 1), "PAL/9999");
+
+    // An error that the handler does not catch stops at the event and is shown.
+    form.flexBig.DblClick = [] { common::raise(5, "BigForm", "Invalid procedure call or argument"); };
+    SeenBox seen;
+    answerNextBox(QMessageBox::Ok, &seen);
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, {},
+                       table->visualRect(table->model()->index(0, 0)).center());
+    EXPECT_EQ(seen.icon, QMessageBox::Critical);
+    EXPECT_EQ(seen.text.toStdString(), "Run-time error '5':\n\nInvalid procedure call or argument");
 
     // Once the form is unloaded the views no longer read its models.
     binder.detach();

@@ -300,9 +300,16 @@ TEST_F(ScreensTest, TypedKeysPassTheScreensKeyFiltersAndEnterMovesOn) {
         QTest::keyClick(reason, Qt::Key_End);
         QTest::keyClick(reason, Qt::Key_V, Qt::ControlModifier);
         EXPECT_EQ(cancelForm.txtreason.text(), "Xits lat's");
+        // F1 opens the module's help file, or says that it is not there.
+        SeenBox help;
+        answerNextBox(QMessageBox::Ok, &help);
+        QTest::keyClick(reason, Qt::Key_F1);
+        EXPECT_TRUE(help.text.contains(QString::fromStdString(tmp.path().string() + "/Help/helpfile.hlp")))
+            << help.text.toStdString();
+        EXPECT_EQ(cancelForm.txtreason.text(), "Xits lat's");
         // Enter in the reason moves the focus to the Ok button.
         QTest::keyClick(reason, Qt::Key_Return);
-        EXPECT_EQ(QApplication::focusWidget(), d.findChild<QPushButton*>("cmdok"));
+        EXPECT_EQ(d.focusWidget(), d.findChild<QPushButton*>("cmdok"));
         // Closing this screen cancels an entry: let the window go without it.
         d.markUnloaded();
     });
@@ -316,8 +323,7 @@ TEST_F(ScreensTest, TypedKeysPassTheScreensKeyFiltersAndEnterMovesOn) {
         EXPECT_EQ(f.txtRemarks.text(), "October");
         EXPECT_EQ(f.activeControl(), &f.txtRemarks);
         QTest::keyClick(remarks, Qt::Key_Return);
-        EXPECT_TRUE(waitFor(
-            [&] { return QApplication::focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
+        EXPECT_TRUE(waitFor([&] { return d.focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
         EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
         answerNextBox(QMessageBox::No);  // "Save Changes?"
         d.close();
