@@ -322,6 +322,8 @@ void Binder::connectWidget(Binding& b) {
         table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
         table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 6);
         table->horizontalHeader()->setHighlightSections(false);
+        // The header row is no column selector: the screens sort through their own controls.
+        table->horizontalHeader()->setSectionsClickable(false);
         table->viewport()->installEventFilter(this);
         byWidget_[table->viewport()] = &b;
         b.gridModel->afterReset = [this, &b] {
