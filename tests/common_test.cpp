@@ -1,6 +1,7 @@
 // The classic conversions, dates and values that every screen relies on.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
 
 #include "common/Conv.h"
@@ -85,6 +86,8 @@ TEST(Conv, NumberTextIsTheShortestTextUpToFifteenDigits) {
     EXPECT_EQ(NumberText(1e15), "1E+15");
     EXPECT_EQ(NumberText(0), "0");
     EXPECT_EQ(NumberText(-1.5e-7), "-1.5E-07");
+    EXPECT_EQ(NumberText(DBL_MAX), "1.79769313486231E+308");  // cut, not rounded past the largest double
+    EXPECT_EQ(NumberText(-DBL_MAX), "-1.79769313486231E+308");
 }
 
 TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {

@@ -238,6 +238,15 @@ std::string NumberText(double value) {
         }
     }
     std::snprintf(buf, sizeof buf, "%.*e", precision - 1, value);
+    if (!std::isfinite(std::strtod(buf, nullptr))) {
+        // Next to the largest double, rounding to 15 digits would step past it: cut instead,
+        // so the text still reads back as a number.
+        std::snprintf(buf, sizeof buf, "%.20e", value);
+        std::string full(buf);
+        auto ePos = full.find('e');
+        std::string cut = full.substr(0, full.find('.') + 15) + full.substr(ePos);
+        std::snprintf(buf, sizeof buf, "%s", cut.c_str());
+    }
     std::string s(buf);
     auto e = s.find('e');
     std::string mant = s.substr(0, e);
