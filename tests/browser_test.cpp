@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "browser/FrmMaster.h"
 #include "linking/frmPayrollAccountsLinking.h"
-#include "TestSupport.h"
 
 namespace {
 
@@ -19,8 +19,8 @@ protected:
         PU = mapped("puserrights");
         TC = mapped("ptablecolumns");
         dept = scalar("select min(DepartmentID) from " + D + " where CompanyID=1").toInt32();
-        deptName = scalar("select DepartmentName from " + D + " where CompanyID=1 and DepartmentID=" +
-                          std::to_string(dept))
+        deptName = scalar("select DepartmentName from " + D +
+                          " where CompanyID=1 and DepartmentID=" + std::to_string(dept))
                        .toText();
         raw->execute("delete from " + H + " where CompanyID=1");
         setDays(0);
@@ -54,10 +54,11 @@ protected:
                          std::to_string(id) + ",'" + hn.first + "','" + hn.second + "')");
     }
     void setRights(int user, const std::string& rights) {
-        raw->execute("delete from " + PU + " where companyid=1 and interfaceid=60 and userid=" +
-                     std::to_string(user));
+        raw->execute("delete from " + PU +
+                     " where companyid=1 and interfaceid=60 and userid=" + std::to_string(user));
         if (!rights.empty())
-            raw->execute("insert into " + PU + " (companyid, userid, interfaceid, FunctionRights) values (1," +
+            raw->execute("insert into " + PU +
+                         " (companyid, userid, interfaceid, FunctionRights) values (1," +
                          std::to_string(user) + ",60,'" + rights + "')");
     }
 
@@ -144,14 +145,17 @@ TEST_F(BrowserTest, CaptionsInColumnOrderAndCombosWithoutEmployeeNumber) {
     auto& f = module->FrmMaster();
     std::vector<std::string> headers;
     for (int c = 0; c < f.flexMaster.cols(); ++c) headers.push_back(f.flexMaster.textMatrix(0, c));
-    EXPECT_EQ(headers, (std::vector<std::string>{"ID", "Entry No", "Entry Date", "Type", "Emp No", "Cancelled",
-                                                 "Posted?"}));
+    EXPECT_EQ(headers, (std::vector<std::string>{"ID", "Entry No", "Entry Date", "Type", "Emp No",
+                                                 "Cancelled", "Posted?"}));
     for (ui::ComboBox* combo : {&f.cboColNames, &f.cboSearch}) {
         std::vector<std::pair<std::string, int64_t>> items;
         for (int i = 0; i < combo->listCount(); ++i) items.emplace_back(combo->list(i), combo->itemData(i));
-        EXPECT_EQ(items, (std::vector<std::pair<std::string, int64_t>>{
-                             {"ID", 0}, {"Entry No", 1}, {"Entry Date", 2}, {"Type", 3}, {"Cancelled", 5},
-                             {"Posted?", 6}}))
+        EXPECT_EQ(items, (std::vector<std::pair<std::string, int64_t>>{{"ID", 0},
+                                                                       {"Entry No", 1},
+                                                                       {"Entry Date", 2},
+                                                                       {"Type", 3},
+                                                                       {"Cancelled", 5},
+                                                                       {"Posted?", 6}}))
             << combo->name();
     }
     for (int c = 0; c < 7; ++c) EXPECT_GT(f.flexMaster.colWidth(c), 0);
@@ -261,7 +265,8 @@ TEST_F(BrowserTest, RightsDecideTheButtons) {
     setRights(1, "NEDP");
     auto& f = module->FrmMaster();
     EXPECT_TRUE(enabled(f, true, true, true, true));
-    EXPECT_TRUE(traced("Select FunctionRights from " + PU + " where companyid = 1 and userid = 1 and interfaceid = 60"));
+    EXPECT_TRUE(traced("Select FunctionRights from " + PU +
+                       " where companyid = 1 and userid = 1 and interfaceid = 60"));
 
     setRights(1, "nedp");
     EXPECT_TRUE(enabled(reopen(), false, false, false, false));
@@ -343,6 +348,15 @@ TEST_F(BrowserTest, NewAndEditOpenTheLinkingScreenInTheirModes) {
     EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), "PAL-11");
     EXPECT_FALSE(module->frmPayrollAccountsLinking().cmdOk.enabled());
     EXPECT_TRUE(toolkit.errors.empty());
+}
+
+TEST_F(BrowserTest, WithoutTheTableMappingTheListStatementIsWhatFails) {
+    raw->execute("drop table linktable");
+    EXPECT_THROW(module->FrmMaster(), common::Error);
+    const auto statements = trace->statements();
+    ASSERT_FALSE(statements.empty());
+    EXPECT_EQ(statements.back().rfind("select TransID, TransNo, TransDate, Case ", 0), 0u) << statements.back();
+    EXPECT_NE(statements.back().find(" From  pa,  dm Where"), std::string::npos) << statements.back();
 }
 
 TEST_F(BrowserTest, CloseDropsTheSessionConnection) {

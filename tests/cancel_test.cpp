@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "browser/FrmMaster.h"
 #include "linking/frmcancell.h"
-#include "TestSupport.h"
 
 namespace {
 
@@ -18,15 +18,18 @@ protected:
         ModuleTest::SetUp();
         H = mapped("paPayAccLinkHeader");
         DT = mapped("paPayAccLinkDetails");
-        dept = scalar("select min(DepartmentID) from " + mapped("pDepartment") + " where CompanyID=1").toInt32();
+        dept =
+            scalar("select min(DepartmentID) from " + mapped("pDepartment") + " where CompanyID=1").toInt32();
         const std::string pu = mapped("puserrights");
         raw->execute("delete from " + pu + " where companyid=1 and userid=1 and interfaceid=60");
         raw->execute("insert into " + pu +
                      " (companyid, userid, interfaceid, FunctionRights) values (1, 1, 60, 'NEDP')");
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
-        runs = ids("select mppProcessID from pMonthlyPayRollProcessing where mppCompanyID=1 "
-                   "order by mppProcessID limit 3");
-        payments = ids("select phPaymentID from pPaymentHeader where phCompanyID=1 order by phPaymentID limit 3");
+        runs =
+            ids("select mppProcessID from pMonthlyPayRollProcessing where mppCompanyID=1 "
+                "order by mppProcessID limit 3");
+        payments =
+            ids("select phPaymentID from pPaymentHeader where phCompanyID=1 order by phPaymentID limit 3");
         ASSERT_EQ(runs.size(), 3u);
         ASSERT_EQ(payments.size(), 3u);
     }
@@ -66,11 +69,12 @@ protected:
                      "','2026-10-10','" + type + "','r',0,0)");
         int detail = 0;
         for (const auto& ref : refs) {
-            raw->execute("insert into " + DT +
-                         " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, "
-                         "Credit) values (1," +
-                         std::to_string(id) + "," + std::to_string(++detail) + "," + std::to_string(dept) + "," +
-                         ref + ",'S-" + ref + "','" + type + "',0)");
+            raw->execute(
+                "insert into " + DT +
+                " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, "
+                "Credit) values (1," +
+                std::to_string(id) + "," + std::to_string(++detail) + "," + std::to_string(dept) + "," + ref +
+                ",'S-" + ref + "','" + type + "',0)");
             if (type == "P")
                 raw->execute("update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + ref);
             else
@@ -93,20 +97,20 @@ protected:
         return module->frmcancell();
     }
     std::string headerOf(int transId) {
-        return dump("select Cancelled, cancelremarks from " + H + " where CompanyID=1 and TransID=" +
-                    std::to_string(transId));
+        return dump("select Cancelled, cancelremarks from " + H +
+                    " where CompanyID=1 and TransID=" + std::to_string(transId));
     }
     std::string flags(const std::string& table, const std::string& key, const std::string& flag,
                       const std::vector<std::string>& keys) {
         std::string out;
-        for (const auto& k : keys) out += scalar("select " + flag + " from " + table + " where " + key + "=" + k).joinText();
+        for (const auto& k : keys)
+            out += scalar("select " + flag + " from " + table + " where " + key + "=" + k).joinText();
         return out;
     }
     int count(const std::string& prefix) const {
         auto s = trace->statements();
-        return static_cast<int>(std::count_if(s.begin(), s.end(), [&](const std::string& x) {
-            return x.rfind(prefix, 0) == 0;
-        }));
+        return static_cast<int>(
+            std::count_if(s.begin(), s.end(), [&](const std::string& x) { return x.rfind(prefix, 0) == 0; }));
     }
     bool traced(const std::string& sql) const {
         auto s = trace->statements();
@@ -133,11 +137,12 @@ TEST_F(CancelTest, PayrollEntryReleasesBothRunsAndKeepsItsDetails) {
     EXPECT_EQ(headerOf(901), "1|Duplicate run|\n");
     EXPECT_EQ(flags("pMonthlyPayRollProcessing", "mppProcessID", "mppPosted", runs), "001");
     EXPECT_EQ(scalar("select count(*) from " + DT + " where CompanyID=1 and TransID=901").toInt32(), 2);
-    EXPECT_TRUE(traced("update " + H +
-                       "  set cancelled=1, cancelremarks='Duplicate run' where TransID=901  and CompanyID= 1"));
+    EXPECT_TRUE(
+        traced("update " + H +
+               "  set cancelled=1, cancelremarks='Duplicate run' where TransID=901  and CompanyID= 1"));
     EXPECT_TRUE(traced("Select distinct RefTransID from " + DT + " where CompanyID=1 and TransID=901"));
-    EXPECT_TRUE(traced("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=1 and mppProcessID=" +
-                       runs[1]));
+    EXPECT_TRUE(traced(
+        "update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=1 and mppProcessID=" + runs[1]));
     EXPECT_EQ(count("update pPaymentHeader"), 0);
 
     EXPECT_FALSE(module->isLoaded("frmcancell"));
@@ -218,11 +223,13 @@ TEST_F(CancelTest, FailureAtAnyStatementLeavesEverythingAsItWas) {
     for (; k < 40; ++k) {
         int calls = 0;
         trace->beforeEach = [&](const data::TraceEntry&) {
-            if (++calls == k) throw common::Error(-2147467259, "TestProvider", "injected fault " + std::to_string(k));
+            if (++calls == k)
+                throw common::Error(-2147467259, "TestProvider", "injected fault " + std::to_string(k));
         };
         c.cmdok.userClick();
         trace->beforeEach = nullptr;
-        if (!module->isLoaded("frmcancell")) break;  // the k-th call never came: the cancellation went through
+        if (!module->isLoaded("frmcancell"))
+            break;  // the k-th call never came: the cancellation went through
 
         EXPECT_EQ(state(), before) << "fault at call " << k;
         EXPECT_FALSE(trace->inTransaction()) << k;
@@ -243,7 +250,8 @@ TEST_F(CancelTest, FailureAtAnyStatementLeavesEverythingAsItWas) {
     std::string line;
     int logged = 0;
     while (std::getline(text, line)) {
-        EXPECT_EQ(line.rfind("frmcancell:QORPayAccLinking:-2147467259:TestProvider:injected fault ", 0), 0u) << line;
+        EXPECT_EQ(line.rfind("frmcancell:QORPayAccLinking:-2147467259:TestProvider:injected fault ", 0), 0u)
+            << line;
         EXPECT_NE(line.find(":Cmdok_Click :"), std::string::npos) << line;
         ++logged;
     }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/Conv.h"
+#include "common/Error.h"
 #include "common/DateTime.h"
 #include "data/TableNames.h"
 #include "linking/frmPayrollAccountsLinking.h"
@@ -85,7 +86,12 @@ void FrmMaster::Form_Load() {
 
     helpFile_ = module_.helpFile();
 
-    data::AssignTableName(module_.connection(), module_.session.tables);
+    try {
+        data::AssignTableName(module_.connection(), module_.session.tables);
+    } catch (const common::Error&) {
+        // The mapping ends quietly and the load goes on with the names it has: the first
+        // statement that needs a missing name is the one the user sees fail.
+    }
 
     // The suite's settings table is named literally here, not through the mapping.
     db_->strTablename = "psettings";
@@ -204,7 +210,8 @@ void FrmMaster::FillColumnHeaders(const std::string& tableName) {
     rs->close();
 
     for (size_t c = 0; c < widths_.size(); ++c)
-        flexMaster.setColWidth(static_cast<int>(c), static_cast<int>(widths_[c]) * kWidthPerChar + kWidthMargin);
+        flexMaster.setColWidth(static_cast<int>(c),
+                               static_cast<int>(widths_[c]) * kWidthPerChar + kWidthMargin);
 }
 
 void FrmMaster::GridColor() {
@@ -252,8 +259,8 @@ void FrmMaster::flexMaster_RowColChange() {
     CmdEdit.setEnabled(rights_.find('E') != std::string::npos);
     cmdPrint.setEnabled(rights_.find('P') != std::string::npos);
     // A cancelled entry cannot be cancelled again.
-    const bool cancelled = flexMaster.cols() > kColCancel &&
-                           flexMaster.textMatrix(flexMaster.row(), kColCancel) == "Yes";
+    const bool cancelled =
+        flexMaster.cols() > kColCancel && flexMaster.textMatrix(flexMaster.row(), kColCancel) == "Yes";
     CmdDelete.setEnabled(rights_.find('D') != std::string::npos && !cancelled);
 }
 
@@ -274,8 +281,7 @@ void FrmMaster::CmdEdit_Click() {
 }
 
 void FrmMaster::CmdDelete_Click() {
-    const int32_t transId =
-        common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
+    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
     if (transId == 0) return;
     if (module_.MsgBox("Are you sure you want to delete Entry - " +
                            flexMaster.textMatrix(flexMaster.row(), kColTransNo) + "?",

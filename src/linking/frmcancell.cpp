@@ -108,8 +108,9 @@ void frmcancell::ReleaseSourceTransactions(const std::string& typeName, int32_t 
     while (!rs->eof()) {
         const std::string refTransId = rs->field("RefTransID").toText();
         if (payroll) {
-            module_.connection().execute("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=" +
-                                         company + " and mppProcessID=" + refTransId);
+            module_.connection().execute(
+                "update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=" + company +
+                " and mppProcessID=" + refTransId);
         } else if (payment) {
             module_.connection().execute("update pPaymentHeader set phPosted=0 where phCompanyID=" + company +
                                          " and phPaymentID=" + refTransId);
