@@ -90,7 +90,7 @@ void frmJournalDetails::Form_Load() {
         auto& postingDetails = linkingForm.lvwPostingDetails;
         lblCompAmount.setCaption(postingDetails.columnHeader(pst::CompAmount) + " :");
         lblDepAmount.setCaption(postingDetails.columnHeader(pst::DeptAmount) + " :");
-        lblAmount.setCaption("Amount(" + std::string() + "):");
+        lblAmount.setCaption("Amount(" + std::string() + "):");  // no symbol until an account is chosen
         lblBalance.setCaption(linkingForm.lblTotalAmt.caption());
         firstActivation = true;
 
