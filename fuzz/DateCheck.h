@@ -54,7 +54,8 @@ inline void checkDateArithmetic(const common::DateTime& d, int64_t days, int mon
     if (monthIndex >= 100 * 12 && monthIndex <= 9999 * 12 + 11) {
         const std::string what = "addMonths " + std::to_string(months) + at;
         require(r.valid(), what + " gives " + detail::show(r));
-        require(int64_t{r.year} * 12 + (r.month - 1) == monthIndex, what + " lands in the wrong month: " + detail::show(r));
+        require(int64_t{r.year} * 12 + (r.month - 1) == monthIndex,
+                what + " lands in the wrong month: " + detail::show(r));
         require(r.day == std::min(d.day, daysInMonth(r.year, r.month)),
                 what + " does not keep the day or end the month: " + detail::show(r));
         require(detail::sameTime(r, d), what + " changes the time of day");
@@ -83,14 +84,16 @@ inline void checkDateForms(const common::DateTime& d) {
 inline void checkDateInput(std::string_view input) {
     using namespace common;
     int32_t tail = 0;
-    if (input.size() >= sizeof tail) std::memcpy(&tail, input.data() + input.size() - sizeof tail, sizeof tail);
+    if (input.size() >= sizeof tail)
+        std::memcpy(&tail, input.data() + input.size() - sizeof tail, sizeof tail);
     const int64_t span = detail::lastDay() - detail::firstDay() + 1;
 
     if (auto d = parseDate(input)) {
         checkDateForms(*d);
         static constexpr int64_t days[] = {1, -1, 28, -29, 365, -366, 1461, -146097};
         static constexpr int months[] = {1, -1, 11, -12, 13, -1200};
-        for (size_t i = 0; i < std::size(days); ++i) checkDateArithmetic(*d, days[i], months[i % std::size(months)]);
+        for (size_t i = 0; i < std::size(days); ++i)
+            checkDateArithmetic(*d, days[i], months[i % std::size(months)]);
         checkDateArithmetic(*d, int64_t{tail} % span, static_cast<int16_t>(tail & 0xffff));
     }
     // A serial day anywhere in the range is a date in every form too.

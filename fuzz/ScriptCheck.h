@@ -60,13 +60,15 @@ inline void checkScriptInput(std::string_view input) {
     }
     // Exactly one failure, the last line, naming a line that the script has.
     require(last.rfind("FAIL line ", 0) == 0, "a failed script does not end with its failure" + at);
-    const size_t firstFailure = transcript.rfind("FAIL line ", 0) == 0 ? 0 : transcript.find("\nFAIL line ") + 1;
-    require(firstFailure == (lastStart == std::string::npos ? 0 : lastStart + 1), "more than one failure" + at);
+    const size_t firstFailure =
+        transcript.rfind("FAIL line ", 0) == 0 ? 0 : transcript.find("\nFAIL line ") + 1;
+    require(firstFailure == (lastStart == std::string::npos ? 0 : lastStart + 1),
+            "more than one failure" + at);
     const long lines = static_cast<long>(std::count(text.begin(), text.end(), '\n')) +
                        (!text.empty() && text.back() != '\n' ? 1 : 0);
     const long number = std::strtol(last.c_str() + 10, nullptr, 10);
-    require(number >= 1 && number <= lines, "the failure names line " + std::to_string(number) + " of " +
-                                                std::to_string(lines) + at);
+    require(number >= 1 && number <= lines,
+            "the failure names line " + std::to_string(number) + " of " + std::to_string(lines) + at);
 }
 
 }  // namespace fuzzcheck

@@ -22,8 +22,9 @@ namespace detail {
 // Bounds on what one statement may cost, so that a recursive query or a huge blob ends in an
 // error instead of exhausting the fuzzer's memory and time.
 struct SqlBudget {
-    static constexpr int kTicks = 300;          // progress calls of 1000 VM steps each
-    static constexpr int kMaxValue = 8192;      // bytes in one text or blob (the schema's longest view is half that)
+    static constexpr int kTicks = 300;  // progress calls of 1000 VM steps each
+    static constexpr int kMaxValue =
+        8192;  // bytes in one text or blob (the schema's longest view is half that)
     int ticks = 0;
     bool unlimited = false;
     bool committed = false;
@@ -87,9 +88,10 @@ public:
         try {
             auto cmd = c_->command(sql, data::CommandType::Text);
             std::vector<data::Parameter>& params = cmd->parameters();
-            const common::Value values[] = {common::Value("15/Oct/2026"), common::Value(7), common::Value("12abc"),
-                                            common::Value(), common::Value(2.5),
-                                            common::Value(common::DateTime::ymd(2026, 10, 15))};
+            const common::Value values[] = {
+                common::Value("15/Oct/2026"), common::Value(7),
+                common::Value("12abc"),       common::Value(),
+                common::Value(2.5),           common::Value(common::DateTime::ymd(2026, 10, 15))};
             for (size_t i = 0; i < params.size(); ++i) cmd->setParameter(i, values[i % std::size(values)]);
             cmd->execute();
         } catch (const common::Error&) {
@@ -113,8 +115,8 @@ public:
         if (budget.committed || !stillOpen || changesSchema(sql)) {
             reopen();
         } else {
-            require(now == fingerprint_, "a rolled back " + printable(sql) + " changed the data: " + now + " instead of " +
-                                             fingerprint_);
+            require(now == fingerprint_, "a rolled back " + printable(sql) + " changed the data: " + now +
+                                             " instead of " + fingerprint_);
         }
     }
 
@@ -170,7 +172,8 @@ private:
         auto rs = c_->open(
             "select (select count(*) from sqlite_schema), (select count(*) from paPayAccLinkHeader), "
             "(select count(*) from paPayAccLinkDetails), (select count(*) from paPayAccLinkPostingDetails), "
-            "(select count(*) from pMonthlyPayRollProcessing), (select total(mppPosted) from pMonthlyPayRollProcessing), "
+            "(select count(*) from pMonthlyPayRollProcessing), (select total(mppPosted) from "
+            "pMonthlyPayRollProcessing), "
             "(select count(*) from pPaymentHeader), (select total(phPosted) from pPaymentHeader), "
             "(select count(*) from pusers)");
         std::string f;
@@ -193,8 +196,8 @@ private:
             adapter.adapt(sql);
         } catch (const common::Error& e) {
             require(e.number() == common::err::Database && e.source() == data::sqlite::kErrorSource,
-                    "the adapter refused " + printable(sql) + " with error " + std::to_string(e.number()) + " from " +
-                        e.source());
+                    "the adapter refused " + printable(sql) + " with error " + std::to_string(e.number()) +
+                        " from " + e.source());
         }
     }
 

@@ -18,7 +18,8 @@ inline bool allDigits(std::string_view s) {
 }
 
 // "-?d+.dd" with the given decimals (min..max); reports the shape it expected.
-inline void requireFixed(const std::string& s, size_t minDec, size_t maxDec, bool grouped, const std::string& what) {
+inline void requireFixed(const std::string& s, size_t minDec, size_t maxDec, bool grouped,
+                         const std::string& what) {
     std::string_view v = s;
     if (!v.empty() && v[0] == '-') v.remove_prefix(1);
     auto point = v.find('.');
@@ -31,7 +32,8 @@ inline void requireFixed(const std::string& s, size_t minDec, size_t maxDec, boo
         require(allDigits(lead) && lead.size() <= 3, what + " groups its digits wrongly: " + s);
         for (size_t p = first; p != std::string_view::npos;) {
             auto next = ip.find(',', p + 1);
-            std::string_view g = ip.substr(p + 1, next == std::string_view::npos ? std::string_view::npos : next - p - 1);
+            std::string_view g =
+                ip.substr(p + 1, next == std::string_view::npos ? std::string_view::npos : next - p - 1);
             require(allDigits(g) && g.size() == 3, what + " groups its digits wrongly: " + s);
             p = next;
         }
@@ -79,8 +81,10 @@ inline void checkNumber(double x) {
     detail::requireFixed(f0, 0, 0, false, "Format 0" + at);
 
     // Rounding is half away from zero, so a number and its negation format alike.
-    require(Format2(-x) == detail::negated(f2), "Format2 is not symmetric" + at + ": " + f2 + " / " + Format2(-x));
-    require(Format(-x, "###,###,##0.00######") == detail::negated(fg), "Format with eight decimals is not symmetric" + at);
+    require(Format2(-x) == detail::negated(f2),
+            "Format2 is not symmetric" + at + ": " + f2 + " / " + Format2(-x));
+    require(Format(-x, "###,###,##0.00######") == detail::negated(fg),
+            "Format with eight decimals is not symmetric" + at);
 
     // The shown figure is the number to its decimals, after the reduction to 15 digits.
     auto near = [&](const std::string& shown, double halfStep) {
@@ -98,8 +102,10 @@ inline void checkNumber(double x) {
     require(IsNumeric(nt), "NumberText" + at + " is not numeric");
     double back = Val(nt);
     // Only the very largest doubles round up past the largest one at 15 digits.
-    require(std::isfinite(back) || std::fabs(x) > 1.79769313486231e308, "NumberText" + at + " reads back as " + NumberText(back));
-    if (std::isfinite(back)) require(NumberText(back) == nt, "NumberText" + at + " reads back as " + NumberText(back));
+    require(std::isfinite(back) || std::fabs(x) > 1.79769313486231e308,
+            "NumberText" + at + " reads back as " + NumberText(back));
+    if (std::isfinite(back))
+        require(NumberText(back) == nt, "NumberText" + at + " reads back as " + NumberText(back));
     char buf[40];
     std::snprintf(buf, sizeof buf, "%.15g", x);
     if (std::strtod(buf, nullptr) == x) require(back == x, "Val of NumberText" + at + " is not the number");
@@ -110,7 +116,8 @@ inline void checkNumber(double x) {
         double r = CInt(x);
         require(std::fabs(r - x) <= 0.5, "CInt" + at + " is " + std::to_string(r));
     } catch (const Error& e) {
-        require(e.number() == err::Overflow && std::fabs(x) > 32767, "CInt" + at + " raised " + e.description());
+        require(e.number() == err::Overflow && std::fabs(x) > 32767,
+                "CInt" + at + " raised " + e.description());
     }
     try {
         double r = CLng(x);
@@ -131,10 +138,12 @@ inline void checkNumberText(std::string_view text) {
         require(numeric, "CDbl reads " + printable(text) + ", which IsNumeric refuses");
         // Without thousands commas both read the same number.
         if (text.find(',') == std::string_view::npos)
-            require(c == v || (std::isnan(c) && std::isnan(v)),
-                    "CDbl and Val disagree on " + printable(text) + ": " + NumberText(c) + " / " + NumberText(v));
+            require(
+                c == v || (std::isnan(c) && std::isnan(v)),
+                "CDbl and Val disagree on " + printable(text) + ": " + NumberText(c) + " / " + NumberText(v));
     } catch (const Error& e) {
-        require(!numeric, "CDbl refuses " + printable(text) + ", which IsNumeric accepts: " + e.description());
+        require(!numeric,
+                "CDbl refuses " + printable(text) + ", which IsNumeric accepts: " + e.description());
         require(e.number() == err::TypeMismatch, "CDbl of " + printable(text) + " raised " + e.description());
     }
     checkNumber(v);

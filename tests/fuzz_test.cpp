@@ -40,8 +40,8 @@ TEST(FuzzSeeds, EverySeedKeepsItsTargetsInvariants) {
                    {"script_fuzz", fuzzcheck::checkScriptInput}};
     for (const auto& t : targets) {
         int seeds = 0;
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::string(PAYACC_SOURCE_DIR) + "/fuzz/corpus/" + t.target)) {
+        for (const auto& entry : std::filesystem::directory_iterator(std::string(PAYACC_SOURCE_DIR) +
+                                                                     "/fuzz/corpus/" + t.target)) {
             std::ifstream in(entry.path(), std::ios::binary);
             std::stringstream bytes;
             bytes << in.rdbuf();
@@ -53,10 +53,32 @@ TEST(FuzzSeeds, EverySeedKeepsItsTargetsInvariants) {
 }
 
 TEST(FuzzInvariants, AmountsAtRoundingEdgesAndLimits) {
-    const double edges[] = {0.0, -0.0, 2.345, 0.005, 0.0049999999999999, 1.005, 0.125, 1234567.895,
-                            999999999.995, 0.1 + 0.2, 1.0 / 3, 32767.5, 32767.49, -32768.5, -32768.51,
-                            2147483647.5, -2147483648.5, 123456789012345.6, 1e15, 1e21, 1e-5, 1e-300,
-                            5e-324, DBL_MAX, DBL_MIN, std::numeric_limits<double>::infinity(),
+    const double edges[] = {0.0,
+                            -0.0,
+                            2.345,
+                            0.005,
+                            0.0049999999999999,
+                            1.005,
+                            0.125,
+                            1234567.895,
+                            999999999.995,
+                            0.1 + 0.2,
+                            1.0 / 3,
+                            32767.5,
+                            32767.49,
+                            -32768.5,
+                            -32768.51,
+                            2147483647.5,
+                            -2147483648.5,
+                            123456789012345.6,
+                            1e15,
+                            1e21,
+                            1e-5,
+                            1e-300,
+                            5e-324,
+                            DBL_MAX,
+                            DBL_MIN,
+                            std::numeric_limits<double>::infinity(),
                             std::numeric_limits<double>::quiet_NaN()};
     for (double x : edges) {
         expectHolds([&] { fuzzcheck::checkNumber(x); }, "amount " + std::to_string(x));
@@ -65,15 +87,16 @@ TEST(FuzzInvariants, AmountsAtRoundingEdgesAndLimits) {
     // Every thousandth from -20 to 20: each is a half-cent question for Format2.
     for (int k = -20000; k <= 20000; ++k)
         expectHolds([&] { fuzzcheck::checkNumber(k / 1000.0); }, "amount " + std::to_string(k) + "/1000");
-    for (const char* text : {"12abc", "1e5", "1,000.5", " &H10 ", "&HFFFF", "&O777", "-", "+.5", "5.", "1e", "1e+",
-                             "- 5", "1d-2", "1E400", ",1", "1,", "$1", "\t7\t", " . "})
+    for (const char* text : {"12abc", "1e5", "1,000.5", " &H10 ", "&HFFFF", "&O777", "-", "+.5", "5.", "1e",
+                             "1e+", "- 5", "1d-2", "1E400", ",1", "1,", "$1", "\t7\t", " . "})
         expectHolds([&] { fuzzcheck::checkNumberText(text); }, std::string("text \"") + text + "\"");
 }
 
 TEST(FuzzInvariants, DatesAcrossLeapYearsAndTheEndsOfTheRange) {
     using common::DateTime;
-    const DateTime starts[] = {DateTime::ymd(100, 1, 1), DateTime::ymd(1899, 11, 1), DateTime::ymd(1999, 12, 1),
-                               DateTime::ymd(2100, 1, 15), DateTime::ymd(9997, 10, 1)};
+    const DateTime starts[] = {DateTime::ymd(100, 1, 1), DateTime::ymd(1899, 11, 1),
+                               DateTime::ymd(1999, 12, 1), DateTime::ymd(2100, 1, 15),
+                               DateTime::ymd(9997, 10, 1)};
     for (const DateTime& start : starts) {
         for (int i = 0; i < 800; ++i) {
             DateTime d = common::addDays(start, i);
