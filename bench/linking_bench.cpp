@@ -122,7 +122,8 @@ void BM_SelectAll(benchmark::State& state) {
         state.ResumeTiming();
         s.f().chkSelectAll.userClick();
     }
-    if (s.ok(state) && s.f().txtTotDepAmount.text() != "0.00") state.SkipWithError("unbalanced after Select All");
+    if (s.ok(state) && s.f().txtTotDepAmount.text() != "0.00")
+        state.SkipWithError("unbalanced after Select All");
 }
 
 // One run ticked while everything else is unticked, and again while everything else is ticked.
@@ -183,7 +184,8 @@ void BM_Save(benchmark::State& state) {
         state.PauseTiming();
         if (!s->ok(state)) break;
         if (s->module->isLoaded("frmPayrollAccountsLinking")) {
-            state.SkipWithError(s->toolkit.lastMessage() ? s->toolkit.lastMessage()->text.c_str() : "not saved");
+            state.SkipWithError(s->toolkit.lastMessage() ? s->toolkit.lastMessage()->text.c_str()
+                                                         : "not saved");
             break;
         }
         s.reset();
@@ -210,19 +212,37 @@ void BM_PlainInserts(benchmark::State& state) {
         state.ResumeTiming();
         c.beginTrans();
         auto cmd = c.command(
-            " insert into paPayAccLinkDetails( CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, "
+            " insert into paPayAccLinkDetails( CompanyID, TransID, DetailID, DepartmentID, RefTransID, "
+            "RefTransNo, "
             "RefTransType, RefTransDate,EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, "
-            "AccCurrSymbol,TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount,Credit) "
+            "AccCurrSymbol,TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, "
+            "CompAmount,Credit) "
             "Values ( ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ");
         for (int r = 1; r <= d.count(); ++r) {
             auto n = [&](int col) { return Value(Val(d.cell(r, col))); };
             auto t = [&](int col) { return Value(Trim(d.cell(r, col))); };
-            cmd->execute({Value(1), Value(999), Value(r), n(det::DeptID), n(det::TransID), t(det::TransNo),
+            cmd->execute({Value(1),
+                          Value(999),
+                          Value(r),
+                          n(det::DeptID),
+                          n(det::TransID),
+                          t(det::TransNo),
                           t(det::Type),
                           Value(common::formatDate(common::toDate(d.cell(r, det::Date)), "dd/MMM/yyyy")),
-                          n(det::EmpID), t(det::Employee), t(det::EmpNo), n(det::AccountID), t(det::AccountName),
-                          t(det::ResCurr), t(det::AccCur), n(det::ResCurrID), n(det::AccCurrID), n(det::RespAmt),
-                          n(det::Amount), n(det::DepAmount), n(det::ComAmt), n(det::Credit)});
+                          n(det::EmpID),
+                          t(det::Employee),
+                          t(det::EmpNo),
+                          n(det::AccountID),
+                          t(det::AccountName),
+                          t(det::ResCurr),
+                          t(det::AccCur),
+                          n(det::ResCurrID),
+                          n(det::AccCurrID),
+                          n(det::RespAmt),
+                          n(det::Amount),
+                          n(det::DepAmount),
+                          n(det::ComAmt),
+                          n(det::Credit)});
         }
         auto post = c.command(
             " insert into paPayAccLinkPostingDetails( CompanyID, TransID, DetailID, DepartmentID, AccountID, "

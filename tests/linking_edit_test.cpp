@@ -22,21 +22,27 @@ protected:
 TEST_F(EditTest, SavedEntryFillsTheFieldsAndTheThreeLists) {
     auto& f = openEdit(3);  // August payroll of the Pune department, paid in rupees
     EXPECT_TRUE(toolkit.messages.empty());
-    EXPECT_TRUE(traced("select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted from "
-                       "paPayAccLinkHeader where CompanyID=1 and TransID=3"));
+    EXPECT_TRUE(
+        traced("select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted from "
+               "paPayAccLinkHeader where CompanyID=1 and TransID=3"));
     EXPECT_TRUE(traced(
-        "Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo,  pa.RefTransType, pa.RefTransDate, "
+        "Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo,  pa.RefTransType, "
+        "pa.RefTransDate, "
         "pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID, pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, "
         "pa.TransCurrID, pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount, "
         "pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol  from "
-        "paPayAccLinkDetails pa, pCompanyMaster cm,pDepartmentMaster dm,pCurrencyMaster dc,pCurrencyMaster cc "
-        "where pa.CompanyID=cm.CompanyID and  pa.CompanyID=dm.CompanyID and pa.DepartmentID = dm.DepartmentID "
-        "and  dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and  cm.CompanyID=cc.CompanyID and "
+        "paPayAccLinkDetails pa, pCompanyMaster cm,pDepartmentMaster dm,pCurrencyMaster dc,pCurrencyMaster "
+        "cc "
+        "where pa.CompanyID=cm.CompanyID and  pa.CompanyID=dm.CompanyID and pa.DepartmentID = "
+        "dm.DepartmentID "
+        "and  dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and  cm.CompanyID=cc.CompanyID "
+        "and "
         "cm.CurrencyID = cc.CurrencyID and  pa.CompanyID=1 and pa.TransID=3"));
-    EXPECT_TRUE(traced("Select DetailID, DepartmentID, AccountID, AccountDesc, Description, AccCurrID, "
-                       "AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount,RefTransAmount, "
-                       "DeptAmount, CompAmount, Editable from paPayAccLinkPostingDetails where CompanyID=1 and "
-                       "TransID=3"));
+    EXPECT_TRUE(
+        traced("Select DetailID, DepartmentID, AccountID, AccountDesc, Description, AccCurrID, "
+               "AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount,RefTransAmount, "
+               "DeptAmount, CompAmount, Editable from paPayAccLinkPostingDetails where CompanyID=1 and "
+               "TransID=3"));
 
     EXPECT_EQ(f.txtTransNo.text(), "PAL/3");
     EXPECT_EQ(f.dtpTransDate.value(), DateTime::ymd(2026, 9, 1));
@@ -48,7 +54,8 @@ TEST_F(EditTest, SavedEntryFillsTheFieldsAndTheThreeLists) {
     EXPECT_TRUE(f.cmdOk.enabled());
 
     // One transaction row per source run, its lines beneath; everything ticked.
-    const int runs = count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
+    const int runs =
+        count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
     const int lines = count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
     ASSERT_GT(runs, 1);
     ASSERT_EQ(f.lvwTransactions.count(), runs);
@@ -57,8 +64,10 @@ TEST_F(EditTest, SavedEntryFillsTheFieldsAndTheThreeLists) {
     for (int r = 1; r <= runs; ++r) EXPECT_TRUE(f.lvwTransactions.checked(r));
     for (int d = 1; d <= lines; ++d) EXPECT_TRUE(f.lvwTransactionDetails.checked(d));
     // Name under "Emp No", number under "Employee", as the retrieval fills this list.
-    EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::EmpNo), f.lvwTransactionDetails.cell(1, linking::det::Employee));
-    EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::Employee), f.lvwTransactionDetails.cell(1, linking::det::EmpNo));
+    EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::EmpNo),
+              f.lvwTransactionDetails.cell(1, linking::det::Employee));
+    EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::Employee),
+              f.lvwTransactionDetails.cell(1, linking::det::EmpNo));
     EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::Date), "28/Aug/2026");
     // The currency id stands where the retrieval shows the symbol.
     EXPECT_EQ(f.lvwTransactionDetails.cell(1, linking::det::ResCurr), "3");
@@ -68,9 +77,11 @@ TEST_F(EditTest, SavedEntryFillsTheFieldsAndTheThreeLists) {
     EXPECT_EQ(f.lvwPostingDetails.count(),
               count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"));
     EXPECT_EQ(f.lvwPostingDetails.text(1), "1");
-    EXPECT_EQ(f.lvwPostingDetails.cell(1, DebitAmount),
-              common::Format2(scalar("select DebitAmount from paPayAccLinkPostingDetails where CompanyID=1 and "
-                                     "TransID=3 and DetailID=1").toDouble()));
+    EXPECT_EQ(
+        f.lvwPostingDetails.cell(1, DebitAmount),
+        common::Format2(scalar("select DebitAmount from paPayAccLinkPostingDetails where CompanyID=1 and "
+                               "TransID=3 and DetailID=1")
+                            .toDouble()));
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(11), "Amount(AED)");
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(12), "Amount(INR)");
     EXPECT_EQ(f.lvwTransactionDetails.columnHeader(13), "Amount(INR)");
@@ -103,18 +114,23 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
 }
 
 TEST_F(EditTest, PaymentEntryLinesShowTheirSides) {
-    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                 "Remarks, Cancelled) values (1, 50, 9, 'PAL/50', '2026-10-20', 'O', NULL, 0)");
-    raw->execute("insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, "
-                 "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, "
-                 "AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount, "
-                 "Credit) values (1, 50, 1, 9, 9301, 'PAY/9301', 'Others', '2026-10-18', 901, 'Tester 901', 'T901', "
-                 "2006, 'Other Staff Payments', 'AED', 'AED', 1, 1, 100, 100, 100, 100, 0)");
-    raw->execute("insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
-                 "AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, "
-                 "CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable) values "
-                 "(1, 50, 1, 9, 2006, 'Other Staff Payments', NULL, 1, 'AED', 1, 'AED', 100, 0, 100, 100, 100, 'N'),"
-                 "(1, 50, 2, 9, 3001, 'Cash in Hand', 'paid out', 1, 'AED', 1, 'AED', 0, 60.5, -60.5, -60.5, -60.5, 'Y')");
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (1, 50, 9, 'PAL/50', '2026-10-20', 'O', NULL, 0)");
+    raw->execute(
+        "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, DepartmentID, RefTransID, "
+        "RefTransNo, "
+        "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, "
+        "AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount, "
+        "Credit) values (1, 50, 1, 9, 9301, 'PAY/9301', 'Others', '2026-10-18', 901, 'Tester 901', 'T901', "
+        "2006, 'Other Staff Payments', 'AED', 'AED', 1, 1, 100, 100, 100, 100, 0)");
+    raw->execute(
+        "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
+        "AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, "
+        "CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable) values "
+        "(1, 50, 1, 9, 2006, 'Other Staff Payments', NULL, 1, 'AED', 1, 'AED', 100, 0, 100, 100, 100, 'N'),"
+        "(1, 50, 2, 9, 3001, 'Cash in Hand', 'paid out', 1, 'AED', 1, 'AED', 0, 60.5, -60.5, -60.5, -60.5, "
+        "'Y')");
     auto& f = openEdit(50);
     EXPECT_EQ(f.cboType.text(), "Others");
     EXPECT_EQ(f.cboDepartment.text(), "Test Lab");
@@ -148,32 +164,42 @@ TEST_F(EditTest, SavingAnEditedEntryReleasesUntickedSourcesAndRenumbers) {
     ASSERT_TRUE(toolkit.errors.empty());
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
-    EXPECT_TRUE(traced(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=3"));
+    EXPECT_TRUE(
+        traced(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=3"));
     EXPECT_TRUE(traced("Delete from paPayAccLinkDetails where CompanyID=1 and transid=3"));
     EXPECT_TRUE(traced("Delete from paPayAccLinkPostingDetails where CompanyID=1 and transid=3"));
-    EXPECT_TRUE(traced("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=1 and mppProcessID=" +
-                       released1));
+    EXPECT_TRUE(
+        traced("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=1 and mppProcessID=" +
+               released1));
     EXPECT_EQ(rows("select TransNo, TransType, DepartmentID, TransDate, Remarks from paPayAccLinkHeader "
                    "where CompanyID=1 and TransID=3"),
               "PAL/3|P|5|20/10/2026|Pune, re-checked|\n");
 
     // The two runs' lines are gone, the rest numbered from 1 without gaps.
-    EXPECT_EQ(rows("select count(*), min(DetailID), max(DetailID) from paPayAccLinkDetails where CompanyID=1 and "
-                   "TransID=3"),
-              std::to_string(lines - 8) + "|1|" + std::to_string(lines - 8) + "|\n");
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3 and RefTransID in (" +
-                    released1 + "," + released2 + ")"),
-              0);
-    EXPECT_EQ(rows("select count(*), max(DetailID) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"),
-              std::to_string(postingLines) + "|" + std::to_string(postingLines) + "|\n");
-    EXPECT_EQ(rows("select mppPosted from pMonthlyPayRollProcessing where mppCompanyID=1 and mppProcessID in (" +
-                   released1 + "," + released2 + ")"),
-              "0|\n0|\n");
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing p where mppPosted=1 and exists (select 1 from "
-                    "paPayAccLinkDetails d where d.CompanyID=1 and d.TransID=3 and d.RefTransID=p.mppProcessID)"),
-              count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3"));
+    EXPECT_EQ(
+        rows("select count(*), min(DetailID), max(DetailID) from paPayAccLinkDetails where CompanyID=1 and "
+             "TransID=3"),
+        std::to_string(lines - 8) + "|1|" + std::to_string(lines - 8) + "|\n");
+    EXPECT_EQ(
+        count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3 and RefTransID in (" +
+              released1 + "," + released2 + ")"),
+        0);
+    EXPECT_EQ(
+        rows(
+            "select count(*), max(DetailID) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"),
+        std::to_string(postingLines) + "|" + std::to_string(postingLines) + "|\n");
+    EXPECT_EQ(
+        rows("select mppPosted from pMonthlyPayRollProcessing where mppCompanyID=1 and mppProcessID in (" +
+             released1 + "," + released2 + ")"),
+        "0|\n0|\n");
+    EXPECT_EQ(
+        count("select count(*) from pMonthlyPayRollProcessing p where mppPosted=1 and exists (select 1 from "
+              "paPayAccLinkDetails d where d.CompanyID=1 and d.TransID=3 and d.RefTransID=p.mppProcessID)"),
+        count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3"));
     // Loaded with the currency id under "Res Curr", so that is what goes back.
-    EXPECT_EQ(rows("select distinct TransCurrSymbol from paPayAccLinkDetails where CompanyID=1 and TransID=3"), "3|\n");
+    EXPECT_EQ(
+        rows("select distinct TransCurrSymbol from paPayAccLinkDetails where CompanyID=1 and TransID=3"),
+        "3|\n");
 
     // The browser's row shows the new date.
     auto& g = browser().flexMaster;

@@ -1,12 +1,13 @@
 #pragma once
 // The linking screen's tests: a department of their own ("Test Lab", paid in dirhams) with
 // runs and payments whose amounts the tests know, and helpers that drive the screen as a user.
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "TestSupport.h"
-#include "common/Conv.h"
 #include "browser/FrmMaster.h"
+#include "common/Conv.h"
 #include "linking/frmPayrollAccountsLinking.h"
 
 namespace linkingtest {
@@ -20,13 +21,16 @@ class LinkingTest : public testsupport::ModuleTest {
 protected:
     void SetUp() override {
         ModuleTest::SetUp();
-        raw->execute("insert into " + mapped("pDepartment") +
-                     " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (1, 9, 'Test Lab', 1)");
+        raw->execute(
+            "insert into " + mapped("pDepartment") +
+            " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (1, 9, 'Test Lab', 1)");
         // 901-905 paid in dirhams, 906 in dollars.
         for (int e = 901; e <= 906; ++e)
-            raw->execute("insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
-                         "values (1, " + std::to_string(e) + ", 'T" + std::to_string(e) + "', 'Tester " +
-                         std::to_string(e) + "', 9, " + (e == 906 ? "2" : "1") + ")");
+            raw->execute(
+                "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
+                "values (1, " +
+                std::to_string(e) + ", 'T" + std::to_string(e) + "', 'Tester " + std::to_string(e) +
+                "', 9, " + (e == 906 ? "2" : "1") + ")");
     }
 
     std::string mapped(const std::string& logical) {
@@ -37,22 +41,26 @@ protected:
     // A processed payroll of the test department on the 28th of November 2026.
     void addRun(int id, int emp, double basic, double allowances, double deductions,
                 const std::string& isoDate = "2026-11-28") {
-        raw->execute("insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
-                     "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
-                     "mppNetPay, mppPosted) values (1, " + std::to_string(id) + ", 'PRT/" + std::to_string(id) +
-                     "', '" + isoDate + "', 9, " + std::to_string(emp) + ", " + common::NumberText(basic) + ", " +
-                     common::NumberText(allowances) + ", " + common::NumberText(deductions) + ", " +
-                     common::NumberText(basic + allowances - deductions) + ", 0)");
+        raw->execute(
+            "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
+            "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
+            "mppNetPay, mppPosted) values (1, " +
+            std::to_string(id) + ", 'PRT/" + std::to_string(id) + "', '" + isoDate + "', 9, " +
+            std::to_string(emp) + ", " + common::NumberText(basic) + ", " + common::NumberText(allowances) +
+            ", " + common::NumberText(deductions) + ", " +
+            common::NumberText(basic + allowances - deductions) + ", 0)");
     }
     // A payment of the test department with one line.
     void addPayment(int id, const std::string& type, int emp, double amount, const std::string& isoDate,
                     int currency = 1) {
-        raw->execute("insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
-                     "phEmployeeID, phcurrencyid, phType, phPosted) values (1, " + std::to_string(id) + ", 'PAY/" +
-                     std::to_string(id) + "', '" + isoDate + "', 9, " + std::to_string(emp) + ", " +
-                     std::to_string(currency) + ", '" + type + "', 0)");
-        raw->execute("insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values (1, " +
-                     std::to_string(id) + ", 1, " + common::NumberText(amount) + ")");
+        raw->execute(
+            "insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
+            "phEmployeeID, phcurrencyid, phType, phPosted) values (1, " +
+            std::to_string(id) + ", 'PAY/" + std::to_string(id) + "', '" + isoDate + "', 9, " +
+            std::to_string(emp) + ", " + std::to_string(currency) + ", '" + type + "', 0)");
+        raw->execute(
+            "insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values (1, " +
+            std::to_string(id) + ", 1, " + common::NumberText(amount) + ")");
     }
 
     browser::FrmMaster& browser() { return module->FrmMaster(); }
@@ -68,11 +76,19 @@ protected:
             if (g.textMatrix(r, 0) == std::to_string(transId)) {
                 g.userSelectCell(r, 0);
                 browser().CmdEdit.userClick();
-                return module->frmPayrollAccountsLinking();
+                return shown();
             }
         }
         ADD_FAILURE() << "entry " << transId << " not in the browser";
-        return module->frmPayrollAccountsLinking();
+        return shown();
+    }
+    // The linking screen if it is open. An entry that failed to load leaves none, and asking
+    // the module would load a new one: such callers get a screen that was never loaded.
+    frmPayrollAccountsLinking& shown() {
+        if (auto* f = module->loadedForm("frmPayrollAccountsLinking"))
+            return static_cast<frmPayrollAccountsLinking&>(*f);
+        if (!notLoaded_) notLoaded_ = std::make_unique<frmPayrollAccountsLinking>(*module);
+        return *notLoaded_;
     }
 
     // Type, department and transaction date as a user picks them, then Show.
@@ -85,7 +101,8 @@ protected:
     }
 
     // The posting line of an account in a transaction currency, 0 when none.
-    static int lineOf(const frmPayrollAccountsLinking& f, const std::string& account, const std::string& currency) {
+    static int lineOf(const frmPayrollAccountsLinking& f, const std::string& account,
+                      const std::string& currency) {
         for (int r = 1; r <= f.lvwPostingDetails.count(); ++r)
             if (f.lvwPostingDetails.cell(r, linking::pst::DebitAccountID) == account &&
                 f.lvwPostingDetails.cell(r, linking::pst::ResCurrID) == currency)
@@ -119,7 +136,16 @@ protected:
         return s;
     }
     int count(const std::string& sql) { return scalar(sql).toInt32(); }
-    std::string lastMessage() const { return toolkit.lastMessage() ? toolkit.lastMessage()->text : std::string(); }
+    std::string lastMessage() const {
+        return toolkit.lastMessage() ? toolkit.lastMessage()->text : std::string();
+    }
+    void TearDown() override {
+        notLoaded_.reset();
+        ModuleTest::TearDown();
+    }
+
+private:
+    std::unique_ptr<frmPayrollAccountsLinking> notLoaded_;
 };
 
 }  // namespace linkingtest

@@ -2,9 +2,8 @@
 // defaults, retrieval, ticks, Select All and the posting lines.
 #include <algorithm>
 
-#include "ui/Helpers.h"
-
 #include "linking_fixture.h"
+#include "ui/Helpers.h"
 
 namespace linkingtest {
 namespace {
@@ -37,31 +36,40 @@ TEST_F(GatherTest, SettingsCheckWantsFourSalaryAccountsPerCurrencyInUseAndEveryL
     // Company 2 pays in two currencies; finish its link settings so that only the salary
     // account rows decide.
     raw->execute("update paPayAccLinkSettings set adcAccountID=2006 where CompanyID=2 and SettingCode='H'");
-    raw->execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
-                 "values (2, 'CASH', 'Cash', 3001)");
-    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
-                 "sacCredit) values (2, 2, 'B', 1001, 0), (2, 2, 'A', 1002, 0), (2, 2, 'D', 1003, 1)");
+    raw->execute(
+        "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
+        "values (2, 'CASH', 'Cash', 3001)");
+    raw->execute(
+        "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+        "sacCredit) values (2, 2, 'B', 1001, 0), (2, 2, 'A', 1002, 0), (2, 2, 'D', 1003, 1)");
     module->session.companyId = 2;
     auto& f = openNew();
     EXPECT_EQ(lastMessage(), "All the settings are not entered. Set all the settings to continue.");
     EXPECT_FALSE(f.cmdOk.enabled());
     EXPECT_FALSE(f.fraLoanApp.enabled());
-    EXPECT_TRUE(traced(*trace, "select count(1) from pCurrencyMaster where companyID= 2 and CurrencyID in(select "
-                               "distinct ecurrencyid from pemployee where eCompanyID=2)"));
+    EXPECT_TRUE(traced(*trace,
+                       "select count(1) from pCurrencyMaster where companyID= 2 and CurrencyID in(select "
+                       "distinct ecurrencyid from pemployee where eCompanyID=2)"));
     EXPECT_TRUE(traced(*trace, "select count(1) from paSalaryAccountsConfig where sacCompanyID=2"));
-    EXPECT_FALSE(traced(*trace, "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
-                                "and CompanyID=2"));  // seven rows fail before the last count
+    EXPECT_FALSE(traced(*trace,
+                        "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
+                        "and CompanyID=2"));  // seven rows fail before the last count
 
-    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
-                 "sacCredit) values (2, 2, 'N', 1004, 1)");
+    raw->execute(
+        "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+        "sacCredit) values (2, 2, 'N', 1004, 1)");
     EXPECT_TRUE(f.FnCheckAllSettingsEntered());  // eight
-    EXPECT_TRUE(traced(*trace, "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
-                               "and CompanyID=2"));
-    raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
-                 "sacCredit) values (2, 2, 'N', 1004, 1)");
+    EXPECT_TRUE(traced(*trace,
+                       "select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  "
+                       "and CompanyID=2"));
+    raw->execute(
+        "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
+        "sacCredit) values (2, 2, 'N', 1004, 1)");
     EXPECT_FALSE(f.FnCheckAllSettingsEntered());  // nine
-    raw->execute("delete from paSalaryAccountsConfig where sacCompanyID=2 and sacCurrencyID=2 and sacComponent='N'");
-    raw->execute("update paPayAccLinkSettings set adcAccountID=NULL where CompanyID=2 and SettingCode='CASH'");
+    raw->execute(
+        "delete from paSalaryAccountsConfig where sacCompanyID=2 and sacCurrencyID=2 and sacComponent='N'");
+    raw->execute(
+        "update paPayAccLinkSettings set adcAccountID=NULL where CompanyID=2 and SettingCode='CASH'");
     EXPECT_FALSE(f.FnCheckAllSettingsEntered());  // a link setting without an account
 }
 
@@ -94,14 +102,16 @@ TEST_F(GatherTest, DateRangeDefaultsPerType) {
 
     // No payroll in February 2004: both ends become the transaction date.
     f.cboType.userSelectText("Payroll");
-    EXPECT_TRUE(traced(*trace, "Select isnull(max(mppProcessedDate), '20040215') from pMonthlyPayRollProcessing "
-                               "where month(mppProcessedDate) = 2 and year(mppProcessedDate) = 2004"));
+    EXPECT_TRUE(traced(*trace,
+                       "Select isnull(max(mppProcessedDate), '20040215') from pMonthlyPayRollProcessing "
+                       "where month(mppProcessedDate) = 2 and year(mppProcessedDate) = 2004"));
     EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2004, 2, 15));
     EXPECT_EQ(f.dtpToDate.value(), DateTime::ymd(2004, 2, 15));
 
     // The latest processing date of the month, whichever company processed it.
-    raw->execute("insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, mppProcessedDate, "
-                 "mppDepartmentID, mppEmpID) values (2, 7777, 'X', '2026-10-30', 1, 1)");
+    raw->execute(
+        "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, mppProcessedDate, "
+        "mppDepartmentID, mppEmpID) values (2, 7777, 'X', '2026-10-30', 1, 1)");
     f.dtpTransDate.userSet(DateTime::ymd(2026, 10, 15));
     f.cboType.userSelectText("Payroll");
     EXPECT_EQ(f.dtpFromDate.value(), DateTime::ymd(2026, 10, 30));
@@ -119,10 +129,26 @@ TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
     EXPECT_EQ(rowCells(f.lvwTransactions, 1),
               (std::vector<std::string>{"1", "PRT/9001", "28/Nov/2026", "Tester 901", "T901", "9001", "9"}));
     ASSERT_EQ(f.lvwTransactionDetails.count(), 12);
-    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1),
-              (std::vector<std::string>{"1", "PRT/9001", "28/Nov/2026", "T901", "Tester 901", "1000", "0", "9001",
-                                        "1001", "9", "Basic Salaries - AED", "Basic Salary", "1000", "1000.00",
-                                        "1000.00", "AED", "AED", "1", "1", "901"}));
+    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1), (std::vector<std::string>{"1",
+                                                                              "PRT/9001",
+                                                                              "28/Nov/2026",
+                                                                              "T901",
+                                                                              "Tester 901",
+                                                                              "1000",
+                                                                              "0",
+                                                                              "9001",
+                                                                              "1001",
+                                                                              "9",
+                                                                              "Basic Salaries - AED",
+                                                                              "Basic Salary",
+                                                                              "1000",
+                                                                              "1000.00",
+                                                                              "1000.00",
+                                                                              "AED",
+                                                                              "AED",
+                                                                              "1",
+                                                                              "1",
+                                                                              "901"}));
     EXPECT_EQ(f.lvwTransactionDetails.cell(12, 7), "9003");
     EXPECT_EQ(f.lvwTransactionDetails.cell(9, linking::det::DepAmount), "1836.25");  // 500 USD at 3.6725
     EXPECT_EQ(module->DepartmentCurrencyID, 1);
@@ -145,9 +171,10 @@ TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
     f.cmdShowDetails.userClick();
     for (int d = 1; d <= 12; ++d) EXPECT_EQ(f.lvwTransactionDetails.checked(d), d <= 4) << d;
     ASSERT_EQ(f.lvwPostingDetails.count(), 4);
-    EXPECT_EQ(rowCells(f.lvwPostingDetails, 1),
-              (std::vector<std::string>{"1", "Basic Salaries - AED", "", "AED", "1001", "1000.00", "0.00", "9",
-                                        "1000.00", "1000.00", "AED", "1000.00", "1000.00", "1", "1", "N"}));
+    EXPECT_EQ(
+        rowCells(f.lvwPostingDetails, 1),
+        (std::vector<std::string>{"1", "Basic Salaries - AED", "", "AED", "1001", "1000.00", "0.00", "9",
+                                  "1000.00", "1000.00", "AED", "1000.00", "1000.00", "1", "1", "N"}));
     EXPECT_EQ(f.lvwPostingDetails.cell(4, CreditAmount), "1100.00");
     EXPECT_EQ(f.lvwPostingDetails.cell(4, DeptAmount), "-1100.00");
     EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
@@ -283,11 +310,28 @@ TEST_F(GatherTest, PaymentsGoStraightToTheDetailList) {
     EXPECT_TRUE(f.lvwTransactionDetails.visible());
     EXPECT_FALSE(f.cmdShowDetails.visible());
     ASSERT_EQ(f.lvwTransactionDetails.count(), 4);  // a debit and a cash credit per payment
-    for (int d = 1; d <= 4; ++d) EXPECT_EQ(f.lvwTransactionDetails.cell(d, linking::det::Type), "Holded Salary");
-    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1),
-              (std::vector<std::string>{"1", "PAY/9101", "05/Nov/2026", "T901", "Tester 901", "1234.5", "0",
-                                        "9101", "2005", "9", "Held Salaries Payable", "Holded Salary", "1234.5",
-                                        "1234.5", "1234.5", "AED", "AED", "1", "1", "901"}));
+    for (int d = 1; d <= 4; ++d)
+        EXPECT_EQ(f.lvwTransactionDetails.cell(d, linking::det::Type), "Holded Salary");
+    EXPECT_EQ(rowCells(f.lvwTransactionDetails, 1), (std::vector<std::string>{"1",
+                                                                              "PAY/9101",
+                                                                              "05/Nov/2026",
+                                                                              "T901",
+                                                                              "Tester 901",
+                                                                              "1234.5",
+                                                                              "0",
+                                                                              "9101",
+                                                                              "2005",
+                                                                              "9",
+                                                                              "Held Salaries Payable",
+                                                                              "Holded Salary",
+                                                                              "1234.5",
+                                                                              "1234.5",
+                                                                              "1234.5",
+                                                                              "AED",
+                                                                              "AED",
+                                                                              "1",
+                                                                              "1",
+                                                                              "901"}));
     EXPECT_EQ(f.lvwTransactionDetails.cell(2, Credit), "1");
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(12), "Amount(AED)");
     EXPECT_EQ(f.lblTotalAmt.caption(), "Balance :");  // payments leave the label alone
@@ -357,8 +401,9 @@ TEST_F(GatherTest, PostingLinesGroupByAccountAndTransactionCurrency) {
 TEST_F(GatherTest, OnlyACreditOfOneIsACredit) {
     addRun(9001, 901, 1000, 200, 100);
     auto& f = openNew();
-    raw->execute("update paSalaryAccountsConfig set sacCredit=2 where sacCompanyID=1 and sacCurrencyID=1 "
-                 "and sacComponent='D'");
+    raw->execute(
+        "update paSalaryAccountsConfig set sacCredit=2 where sacCompanyID=1 and sacCurrencyID=1 "
+        "and sacComponent='D'");
     gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
     f.lvwTransactions.userToggle(1);
     int deductions = lineOf(f, "1003", "1");

@@ -29,13 +29,16 @@ protected:
         return rows("select * from paPayAccLinkHeader order by CompanyID, TransID") +
                rows("select * from paPayAccLinkDetails order by CompanyID, TransID, DetailID") +
                rows("select * from paPayAccLinkPostingDetails order by CompanyID, TransID, DetailID") +
-               rows("select mppCompanyID, mppProcessID from pMonthlyPayRollProcessing where mppPosted=1 order by 1, 2") +
+               rows(
+                   "select mppCompanyID, mppProcessID from pMonthlyPayRollProcessing where mppPosted=1 order "
+                   "by 1, 2") +
                rows("select phCompanyID, phPaymentID from pPaymentHeader where phPosted=1 order by 1, 2");
     }
     static std::string screenState(const frmPayrollAccountsLinking& f) {
         return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
-               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" + f.txtTotDepAmount.text() +
-               "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) + dump(f.lvwPostingDetails);
+               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" +
+               f.txtTotDepAmount.text() + "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) +
+               dump(f.lvwPostingDetails);
     }
     bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
 
@@ -50,7 +53,8 @@ protected:
             trace->beforeEach = [&](const data::TraceEntry& e) {
                 ++calls;
                 if (e.kind == data::TraceEntry::Kind::Commit) commitAt = calls;
-                if (calls == k) throw common::Error(-2147467259, "test", "fault at call " + std::to_string(k));
+                if (calls == k)
+                    throw common::Error(-2147467259, "test", "fault at call " + std::to_string(k));
             };
             f.cmdOk.userClick();
             trace->beforeEach = nullptr;
@@ -114,10 +118,14 @@ TEST_F(SaveTest, EntryNumberIsThePrefixAndTheNextNumberOfThatPrefix) {
     auto& f = openNew();
     raw->execute("update pprefix set Prefix='X' where companyid=1 and InterfaceID=60");
     for (auto [id, no] : {std::pair{101, "X9"}, {102, "X10"}, {103, "XA1"}, {104, "Y50"}})
-        raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                     "Cancelled) values (1, " + std::to_string(id) + ", 1, '" + no + "', '2026-10-01', 'P', 0)");
-    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
-                 "values (2, 101, 1, 'X40', '2026-10-01', 'P')");
+        raw->execute(
+            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, "
+            "Cancelled) values (1, " +
+            std::to_string(id) + ", 1, '" + no + "', '2026-10-01', 'P', 0)");
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
+        "values (2, 101, 1, 'X40', '2026-10-01', 'P')");
     trace->clear();
     EXPECT_EQ(f.Generateappno(), "X11");
     EXPECT_EQ(trace->statements(),
@@ -130,8 +138,9 @@ TEST_F(SaveTest, EntryNumberIsThePrefixAndTheNextNumberOfThatPrefix) {
     // Without a prefix only all-digit numbers count.
     raw->execute("delete from pprefix where companyid=1");
     EXPECT_EQ(f.Generateappno(), "1");
-    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
-                 "values (1, 105, 1, '7', '2026-10-01', 'P')");
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType) "
+        "values (1, 105, 1, '7', '2026-10-01', 'P')");
     EXPECT_EQ(f.Generateappno(), "8");
 }
 
@@ -144,35 +153,44 @@ TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
     ASSERT_TRUE(toolkit.errors.empty());
     EXPECT_FALSE(linkingOpen());
 
-    EXPECT_EQ(rows("select CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
-                   "cancelremarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID=6"),
-              "1|6|9|PAL/6|20/11/2026|P|November wages|0||0|\n");
+    EXPECT_EQ(
+        rows("select CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
+             "cancelremarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID=6"),
+        "1|6|9|PAL/6|20/11/2026|P|November wages|0||0|\n");
     bool headerTraced = false;
     for (const auto& e : trace->entries()) {
-        if (e.kind != data::TraceEntry::Kind::Command || e.text.find("paPayAccLinkHeader") == std::string::npos)
+        if (e.kind != data::TraceEntry::Kind::Command ||
+            e.text.find("paPayAccLinkHeader") == std::string::npos)
             continue;
         headerTraced = true;
-        EXPECT_EQ(e.text, " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
-                          "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ");
-        EXPECT_EQ(e.values, (std::vector<common::Value>{1, 6, 9, "PAL/6", "20/Nov/2026", "P", "November wages", 0}));
+        EXPECT_EQ(e.text,
+                  " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
+                  "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ");
+        EXPECT_EQ(e.values,
+                  (std::vector<common::Value>{1, 6, 9, "PAL/6", "20/Nov/2026", "P", "November wages", 0}));
     }
     EXPECT_TRUE(headerTraced);
 
-    EXPECT_EQ(rows("select DetailID, RefTransID, AccountID, Credit from paPayAccLinkDetails where CompanyID=1 and "
-                   "TransID=6 order by DetailID"),
-              "1|9001|1001|0|\n2|9001|1002|0|\n3|9001|1003|1|\n4|9001|1004|1|\n"
-              "5|9003|1011|0|\n6|9003|1012|0|\n7|9003|1013|1|\n8|9003|1014|1|\n");
-    EXPECT_EQ(rows("select DepartmentID, RefTransNo, RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountDesc, "
-                   "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, "
-                   "CompAmount from paPayAccLinkDetails where CompanyID=1 and TransID=6 and DetailID=5"),
-              "9|PRT/9003|Basic Salary|28/11/2026|906|Tester 906|T906|Basic Salaries - USD|USD|USD|2|2|500|500|"
-              "1836.25|1836.25|\n");
-    EXPECT_EQ(rows("select DetailID, AccountID, AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, "
-                   "RefCurrSymbol, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable "
-                   "from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 and DetailID in (1, 8) "
-                   "order by DetailID"),
-              "1|1001|Basic Salaries - AED||1|AED|1|AED|1000|0|1000|1000|1000|N|\n"
-              "8|1014|Net Salaries Payable - USD||2|USD|2|USD|0|530|-530|-1946.43|-1946.43|N|\n");
+    EXPECT_EQ(
+        rows("select DetailID, RefTransID, AccountID, Credit from paPayAccLinkDetails where CompanyID=1 and "
+             "TransID=6 order by DetailID"),
+        "1|9001|1001|0|\n2|9001|1002|0|\n3|9001|1003|1|\n4|9001|1004|1|\n"
+        "5|9003|1011|0|\n6|9003|1012|0|\n7|9003|1013|1|\n8|9003|1014|1|\n");
+    EXPECT_EQ(
+        rows("select DepartmentID, RefTransNo, RefTransType, RefTransDate, EmpID, EmpName, EmpNo, "
+             "AccountDesc, "
+             "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, "
+             "DeptAmount, "
+             "CompAmount from paPayAccLinkDetails where CompanyID=1 and TransID=6 and DetailID=5"),
+        "9|PRT/9003|Basic Salary|28/11/2026|906|Tester 906|T906|Basic Salaries - USD|USD|USD|2|2|500|500|"
+        "1836.25|1836.25|\n");
+    EXPECT_EQ(
+        rows("select DetailID, AccountID, AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, "
+             "RefCurrSymbol, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable "
+             "from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 and DetailID in (1, 8) "
+             "order by DetailID"),
+        "1|1001|Basic Salaries - AED||1|AED|1|AED|1000|0|1000|1000|1000|N|\n"
+        "8|1014|Net Salaries Payable - USD||2|USD|2|USD|0|530|-530|-1946.43|-1946.43|N|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6"), 8);
     EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
                    "(9001, 9002, 9003) order by 1"),
@@ -184,7 +202,8 @@ TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
     ASSERT_EQ(g.row(), g.rows() - 1);
     std::vector<std::string> cells;
     for (int c = 0; c < 7; ++c) cells.push_back(g.textMatrix(g.row(), c));
-    EXPECT_EQ(cells, (std::vector<std::string>{"6", "PAL/6", "20/11/2026", "Payroll", "Test Lab", "No", "No"}));
+    EXPECT_EQ(cells,
+              (std::vector<std::string>{"6", "PAL/6", "20/11/2026", "Payroll", "Test Lab", "No", "No"}));
 }
 
 TEST_F(SaveTest, DetailsAreNumberedOverTheTickedRowsOnly) {
@@ -239,7 +258,9 @@ TEST_F(SaveTest, YesToSaveChangesSavesAndCloses) {
     EXPECT_TRUE(toolkit.errors.empty());
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
     // The screen closed once.
-    EXPECT_EQ(std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmPayrollAccountsLinking"), 1);
+    EXPECT_EQ(
+        std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmPayrollAccountsLinking"),
+        1);
 }
 
 TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
@@ -250,7 +271,8 @@ TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 6);
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
     EXPECT_EQ(count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6"), 8);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"), 2);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"),
+              2);
     EXPECT_EQ(rows("select TransNo from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "PAL/6|\n");
 }
 
@@ -263,7 +285,8 @@ TEST_F(SaveTest, EditedEntryIsAllOrNothingWhateverCallFails) {
     ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
     faultEveryCall(f);
     ASSERT_FALSE(linkingOpen());
-    EXPECT_EQ(rows("select TransDate from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "25/11/2026|\n");
+    EXPECT_EQ(rows("select TransDate from paPayAccLinkHeader where CompanyID=1 and TransID=6"),
+              "25/11/2026|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 4);
     EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
                    "(9001, 9003) order by 1"),
@@ -275,8 +298,10 @@ TEST_F(SaveTest, FaultAfterTheCommitKeepsTheSaveAndIsLogged) {
     browser();
     bool committed = false;
     trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind == data::TraceEntry::Kind::Commit) committed = true;
-        else if (committed && e.kind == data::TraceEntry::Kind::Open && e.text.find("transID= 6") != std::string::npos)
+        if (e.kind == data::TraceEntry::Kind::Commit)
+            committed = true;
+        else if (committed && e.kind == data::TraceEntry::Kind::Open &&
+                 e.text.find("transID= 6") != std::string::npos)
             throw common::Error(-2147467259, "test", "refresh failed");
     };
     f.cmdOk.userClick();
@@ -300,23 +325,27 @@ TEST_F(SaveTest, ConcurrentSaveOfTheSameKeyFailsCleanlyAndSavesOnRetry) {
     trace->beforeEach = [&](const data::TraceEntry& e) {
         if (e.kind != data::TraceEntry::Kind::Begin || done) return;
         done = true;
-        other->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-                       "TransType, Remarks, Cancelled) values (1, 6, 1, 'PAL/6', '2026-11-20', 'A', 'other', 0)");
+        other->execute(
+            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, Remarks, Cancelled) values (1, 6, 1, 'PAL/6', '2026-11-20', 'A', 'other', 0)");
     };
     f.cmdOk.userClick();
     trace->beforeEach = nullptr;
     ASSERT_TRUE(done);
     ASSERT_TRUE(linkingOpen());
     EXPECT_NE(lastMessage().find("UNIQUE"), std::string::npos) << lastMessage();
-    EXPECT_EQ(rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6"), "6|other|\n");
+    EXPECT_EQ(rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6"),
+              "6|other|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 0);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"), 0);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"),
+              0);
 
     f.cmdOk.userClick();
     EXPECT_FALSE(linkingOpen());
-    EXPECT_EQ(rows("select TransID, TransNo, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6 "
-                   "order by TransID"),
-              "6|PAL/6|other|\n7|PAL/7|November wages|\n");
+    EXPECT_EQ(
+        rows("select TransID, TransNo, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6 "
+             "order by TransID"),
+        "6|PAL/6|other|\n7|PAL/7|November wages|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=7"), 8);
 }
 

@@ -3,6 +3,7 @@
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
+#include "common/Error.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 
@@ -24,44 +25,57 @@ void FrmMaster::EditClick(int32_t& transId) {
     auto& s = module_.session;
     if (!gen_) gen_ = std::make_unique<suite::clsCommonGen>();
 
-    auto rs = module_.connection().open("select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted " +
-                                            std::string("from ") + s.tables.paPayAccLinkHeader +
-                                            " where CompanyID=" + std::to_string(s.companyId) +
-                                            " and TransID=" + std::to_string(transId),
-                                        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
-    if (!rs->eof()) {
-        f.txtTransNo.setText(rs->field("TransNo").joinText());
-        f.dtpTransDate.setValue(rs->field("TransDate").toDate());
+    auto load = [&] {
+        std::string sql = "select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted " +
+                          std::string("from ") + s.tables.paPayAccLinkHeader +
+                          " where CompanyID=" + std::to_string(s.companyId) +
+                          " and TransID=" + std::to_string(transId);
+        auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+        if (!rs->eof()) {
+            f.txtTransNo.setText(rs->field("TransNo").joinText());
+            f.dtpTransDate.setValue(rs->field("TransDate").toDate());
 
-        const std::string type = rs->field("TransType").toText();
-        if (type == "P") {
-            gen_->SelectComboItemByName(f.cboType, "Payroll");
-            f.cmdShowDetails.setVisible(true);
-        } else {
-            const std::string name = entry::TypeNameOfCode(type);
-            if (!name.empty()) gen_->SelectComboItemByName(f.cboType, name);
-        }
-        gen_->SelectComboItemByValue(f.cboDepartment, rs->field("DepartmentID"));
-        f.txtRemarks.setText(rs->field("Remarks").joinText());
+            const std::string type = rs->field("TransType").toText();
+            if (type == "P") {
+                gen_->SelectComboItemByName(f.cboType, "Payroll");
+                f.cmdShowDetails.setVisible(true);
+            } else {
+                const std::string name = entry::TypeNameOfCode(type);
+                if (!name.empty()) gen_->SelectComboItemByName(f.cboType, name);
+            }
+            gen_->SelectComboItemByValue(f.cboDepartment, rs->field("DepartmentID"));
+            f.txtRemarks.setText(rs->field("Remarks").joinText());
 
-        // A cancelled entry is shown read-only without a word; a posted one says why.
-        if (rs->field("Cancelled").isOne()) {
-            f.cmdOk.setEnabled(false);
-            f.fraPostingDetails.setEnabled(false);
-            f.fraTransactionDetails.setEnabled(false);
+            // A cancelled entry is shown read-only without a word; a posted one says why.
+            if (rs->field("Cancelled").isOne()) {
+                f.cmdOk.setEnabled(false);
+                f.fraPostingDetails.setEnabled(false);
+                f.fraTransactionDetails.setEnabled(false);
+            }
+            if (rs->field("Posted").isOne()) {
+                f.cmdOk.setEnabled(false);
+                f.fraPostingDetails.setEnabled(false);
+                f.fraTransactionDetails.setEnabled(false);
+                module_.MsgBox("Record posted. Can't Edit.", ui::vbOKOnly + ui::vbInformation);
+            }
         }
-        if (rs->field("Posted").isOne()) {
+        rs->close();
+
+        LoadEntryTransactions(transId);
+        LoadEntryPostingDetails(transId);
+        f.txtTotDepAmount.setText(Format2(linking::PostingBalance(module_, f.lvwPostingDetails)));
+    };
+    try {
+        load();
+    } catch (const common::Error&) {
+        // A half-loaded entry must not be what the next New shows: the screen goes, without
+        // offering to save what it could not load, and the error goes on to the edit action.
+        if (f.loaded) {
             f.cmdOk.setEnabled(false);
-            f.fraPostingDetails.setEnabled(false);
-            f.fraTransactionDetails.setEnabled(false);
-            module_.MsgBox("Record posted. Can't Edit.", ui::vbOKOnly + ui::vbInformation);
+            f.unload();
         }
+        throw;
     }
-    rs->close();
-
-    LoadEntryTransactions(transId);
-    LoadEntryPostingDetails(transId);
-    f.txtTotDepAmount.setText(Format2(linking::PostingBalance(module_, f.lvwPostingDetails)));
 }
 
 void FrmMaster::LoadEntryTransactions(int32_t& transId) {
@@ -72,18 +86,18 @@ void FrmMaster::LoadEntryTransactions(int32_t& transId) {
     f.lvwTransactions.clear();
     f.lvwTransactionDetails.clear();
 
-    std::string sql = "Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo, " +
-                      std::string(" pa.RefTransType, pa.RefTransDate, pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID,") +
-                      " pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, pa.TransCurrID," +
-                      " pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount," +
-                      " pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol " +
-                      " from " + t.paPayAccLinkDetails + " pa, " + t.pCompanyMaster + " cm," + t.pDepartment +
-                      " dm," + t.pCurrencyMaster + " dc," + t.pCurrencyMaster +
-                      " cc where pa.CompanyID=cm.CompanyID and " +
-                      " pa.CompanyID=dm.CompanyID and pa.DepartmentID = dm.DepartmentID and " +
-                      " dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and " +
-                      " cm.CompanyID=cc.CompanyID and cm.CurrencyID = cc.CurrencyID and " +
-                      " pa.CompanyID=" + std::to_string(s.companyId) + " and pa.TransID=" + std::to_string(transId);
+    std::string sql =
+        "Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo, " +
+        std::string(" pa.RefTransType, pa.RefTransDate, pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID,") +
+        " pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, pa.TransCurrID," +
+        " pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount," +
+        " pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol " + " from " +
+        t.paPayAccLinkDetails + " pa, " + t.pCompanyMaster + " cm," + t.pDepartment + " dm," +
+        t.pCurrencyMaster + " dc," + t.pCurrencyMaster + " cc where pa.CompanyID=cm.CompanyID and " +
+        " pa.CompanyID=dm.CompanyID and pa.DepartmentID = dm.DepartmentID and " +
+        " dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and " +
+        " cm.CompanyID=cc.CompanyID and cm.CurrencyID = cc.CurrencyID and " +
+        " pa.CompanyID=" + std::to_string(s.companyId) + " and pa.TransID=" + std::to_string(transId);
     auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
     while (!rs->eof()) {
         const int32_t refTransId = rs->field("RefTransID").toInt32();

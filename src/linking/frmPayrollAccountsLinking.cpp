@@ -57,10 +57,10 @@ frmPayrollAccountsLinking::frmPayrollAccountsLinking(entry::Module& module)
       mnuSelect(add<ui::MenuItem>(mnuPopup, "mnuSelect", "Select some transactions to continue...")),
       module_(module) {
     AddColumns(lvwTransactions, {"Sl No", "Trans No", "Date", "Emp No", "Employee", "Trans ID ", "Dept ID"});
-    AddColumns(lvwTransactionDetails,
-               {"Sl No", "Trans No", "Date", "Emp No", "Employee", "Amount", "Credit", "Trans ID ",
-                "Account ID", "Dept ID", "Account Name", "Type", "Resp. Amt", "Dep Amount", "Com. Amt.",
-                "Res Curr", "Acc Cur", "Res Curr ID", "Acc Curr ID", "EmpID"});
+    AddColumns(lvwTransactionDetails, {"Sl No",        "Trans No", "Date",        "Emp No",      "Employee",
+                                       "Amount",       "Credit",   "Trans ID ",   "Account ID",  "Dept ID",
+                                       "Account Name", "Type",     "Resp. Amt",   "Dep Amount",  "Com. Amt.",
+                                       "Res Curr",     "Acc Cur",  "Res Curr ID", "Acc Curr ID", "EmpID"});
     AddColumns(lvwPostingDetails,
                {"Sl No", "Debit Account", "Description", "Acc Currency", "Debit Account ID", "Debit Amount",
                 "Credit Amount", "Dept ID", "Total Amount", "Trans Amt", "Trans Curr.", "Comp Amount",
@@ -102,7 +102,9 @@ frmPayrollAccountsLinking::frmPayrollAccountsLinking(entry::Module& module)
     cmdOk.Click = [this] { cmdOk_Click(); };
     cmdClose.Click = [this] { CmdClose_Click(); };
 
-    lvwPostingDetails.MouseDown = [this](int b, int s, float x, float y) { lvwPostingDetails_MouseDown(b, s, x, y); };
+    lvwPostingDetails.MouseDown = [this](int b, int s, float x, float y) {
+        lvwPostingDetails_MouseDown(b, s, x, y);
+    };
     lvwPostingDetails.DblClick = [this] { lvwPostingDetails_DblClick(); };
     lvwPostingDetails.KeyDown = [this](int16_t& k, int16_t s) { lvwPostingDetails_KeyDown(k, s); };
     mnuAdd.Click = [this] { mnuAdd_Click(); };
@@ -154,9 +156,9 @@ bool frmPayrollAccountsLinking::FnCheckAllSettingsEntered() {
         return n;
     };
 
-    int32_t currencies = count("select count(1) from pCurrencyMaster where companyID= " + company +
-                               " and CurrencyID in(select distinct ecurrencyid from pemployee where eCompanyID=" +
-                               company + ")");
+    int32_t currencies = count(
+        "select count(1) from pCurrencyMaster where companyID= " + company +
+        " and CurrencyID in(select distinct ecurrencyid from pemployee where eCompanyID=" + company + ")");
     int32_t configRows = count("select count(1) from paSalaryAccountsConfig where sacCompanyID=" + company);
     // Four salary accounts for every currency in use: more rows are as wrong as fewer.
     if (configRows != 4 * currencies) return false;
@@ -194,7 +196,8 @@ void frmPayrollAccountsLinking::cboType_Click() {
         const common::DateTime transDate = dtpTransDate.value();
         if (Trim(cboType.text()) == "Payroll") {
             // Processing dates of every company count: the statement has no company condition.
-            std::string sql = "Select isnull(max(mppProcessedDate), '" + common::formatDate(transDate, "yyyymmdd") +
+            std::string sql = "Select isnull(max(mppProcessedDate), '" +
+                              common::formatDate(transDate, "yyyymmdd") +
                               "') from pMonthlyPayRollProcessing where month(mppProcessedDate) = " +
                               std::to_string(transDate.month) +
                               " and year(mppProcessedDate) = " + std::to_string(transDate.year);
@@ -230,8 +233,14 @@ void frmPayrollAccountsLinking::cboDepartment_Click() {
 }
 
 // Rows added through these keep the lookups in step.
-int frmPayrollAccountsLinking::AddTransactionRow(int32_t transId) { return transactionIndex_->append(transId); }
-int frmPayrollAccountsLinking::AddTransactionDetailRow(int32_t transId) { return detailIndex_->append(transId); }
-bool frmPayrollAccountsLinking::TransactionListed(int32_t transId) { return transactionIndex_->find(transId) != 0; }
+int frmPayrollAccountsLinking::AddTransactionRow(int32_t transId) {
+    return transactionIndex_->append(transId);
+}
+int frmPayrollAccountsLinking::AddTransactionDetailRow(int32_t transId) {
+    return detailIndex_->append(transId);
+}
+bool frmPayrollAccountsLinking::TransactionListed(int32_t transId) {
+    return transactionIndex_->find(transId) != 0;
+}
 
 }  // namespace linking

@@ -292,7 +292,9 @@ void frmPayrollAccountsLinking::BuildPostingDetails(int detailRow) {
 
     const int line = PostingLineOf(detailRow);
     if (line > 0) {
-        auto add = [&p, line](int col, double delta) { p.setCell(line, col, Format2(Val(p.cell(line, col)) + delta)); };
+        auto add = [&p, line](int col, double delta) {
+            p.setCell(line, col, Format2(Val(p.cell(line, col)) + delta));
+        };
         // Debit rows add to the signed currency columns, credit rows subtract; unticking reverses.
         const double sign = (ticked ? 1.0 : -1.0) * (credit ? -1.0 : 1.0);
         add(credit ? pst::CreditAmount : pst::DebitAmount, ticked ? amount : -amount);

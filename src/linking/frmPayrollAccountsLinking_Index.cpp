@@ -21,7 +21,8 @@ double PostingBalance(entry::Module& module, const ui::ListView& postingDetails)
 
 ListIndex::ListIndex(ui::ListView& list, std::vector<int> keyColumns)
     : list_(list), keyColumns_(std::move(keyColumns)) {
-    listener_ = list_.addListener([this](ui::Control&, ui::Change c, int row, int col) { changed(c, row, col); });
+    listener_ =
+        list_.addListener([this](ui::Control&, ui::Change c, int row, int col) { changed(c, row, col); });
 }
 
 ListIndex::~ListIndex() { list_.removeListener(listener_); }
@@ -147,7 +148,8 @@ int PostingIndex::find(const std::string& accountId, const std::string& currency
     return it == rows_.end() ? 0 : it->second;
 }
 
-int PostingIndex::append(const std::string& slNo, const std::string& accountId, const std::string& currencyId) {
+int PostingIndex::append(const std::string& slNo, const std::string& accountId,
+                         const std::string& currencyId) {
     ensure();
     Quiet q(*this);
     int row = list_.add(slNo);

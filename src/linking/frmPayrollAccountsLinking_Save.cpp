@@ -17,7 +17,9 @@ namespace {
 
 Value Number(const std::string& cell) { return Value(Val(cell)); }
 Value Text(const std::string& cell) { return Value(Trim(cell)); }
-Value DateText(const std::string& cell) { return Value(common::formatDate(common::toDate(cell), "dd/MMM/yyyy")); }
+Value DateText(const std::string& cell) {
+    return Value(common::formatDate(common::toDate(cell), "dd/MMM/yyyy"));
+}
 
 // The TransID of the browser's selected row.
 int32_t SelectedTransID(entry::Module& module) {
@@ -110,7 +112,8 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
     if (module_.EntryMode == "N") {
         const std::string typeCode = entry::TypeCodeOfName(Trim(cboType.text()));
         // Read again on every attempt, so that a retry after a clash takes a free key.
-        int32_t transId = db_->nextFreeKey(s.tables.paPayAccLinkHeader + " where CompanyID = " + company, "TransID");
+        int32_t transId =
+            db_->nextFreeKey(s.tables.paPayAccLinkHeader + " where CompanyID = " + company, "TransID");
         txtTransNo.setText(Generateappno());
 
         conn.beginTrans();
@@ -119,10 +122,10 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
                                 "TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled) " +
                                 "values (?, ?, ?, ?, ?, ?, ?, ?) ");
         cmd->refreshParameters();
-        cmd->execute({Value(s.companyId), Value(transId),
-                      Value(cboDepartment.itemData(cboDepartment.listIndex())),
-                      Value(Trim(txtTransNo.text())), Value(common::formatDate(dtpTransDate.value(), "dd/MMM/yyyy")),
-                      Value(typeCode.substr(0, 1)), Value(Trim(txtRemarks.text())), Value(0)});
+        cmd->execute(
+            {Value(s.companyId), Value(transId), Value(cboDepartment.itemData(cboDepartment.listIndex())),
+             Value(Trim(txtTransNo.text())), Value(common::formatDate(dtpTransDate.value(), "dd/MMM/yyyy")),
+             Value(typeCode.substr(0, 1)), Value(Trim(txtRemarks.text())), Value(0)});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
         UpdateTransTables();
@@ -159,24 +162,38 @@ void frmPayrollAccountsLinking::InsertIntoDetailTable(int32_t& transId) {
         conn.execute("Delete from " + s.tables.paPayAccLinkDetails + " where CompanyID=" + company +
                      " and transid=" + std::to_string(transId));
     }
-    auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkDetails + "( CompanyID, TransID, " +
-                            "DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, RefTransDate," +
-                            "EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol," +
-                            "TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount," +
-                            "Credit) Values ( ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ");
+    auto cmd =
+        conn.command(" insert into " + s.tables.paPayAccLinkDetails + "( CompanyID, TransID, " +
+                     "DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, RefTransDate," +
+                     "EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol," +
+                     "TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount," +
+                     "Credit) Values ( ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ");
     auto& l = lvwTransactionDetails;
     int32_t detailId = 0;
     for (int r = 1; r <= l.count(); ++r) {
         if (!l.checked(r)) continue;
         ++detailId;
-        cmd->execute({Value(s.companyId), Value(transId), Value(detailId), Number(l.cell(r, det::DeptID)),
-                      Number(l.cell(r, det::TransID)), Text(l.cell(r, det::TransNo)), Text(l.cell(r, det::Type)),
-                      DateText(l.cell(r, det::Date)), Number(l.cell(r, det::EmpID)), Text(l.cell(r, det::Employee)),
-                      Text(l.cell(r, det::EmpNo)), Number(l.cell(r, det::AccountID)),
-                      Text(l.cell(r, det::AccountName)), Text(l.cell(r, det::ResCurr)), Text(l.cell(r, det::AccCur)),
-                      Number(l.cell(r, det::ResCurrID)), Number(l.cell(r, det::AccCurrID)),
-                      Number(l.cell(r, det::RespAmt)), Number(l.cell(r, det::Amount)),
-                      Number(l.cell(r, det::DepAmount)), Number(l.cell(r, det::ComAmt)),
+        cmd->execute({Value(s.companyId),
+                      Value(transId),
+                      Value(detailId),
+                      Number(l.cell(r, det::DeptID)),
+                      Number(l.cell(r, det::TransID)),
+                      Text(l.cell(r, det::TransNo)),
+                      Text(l.cell(r, det::Type)),
+                      DateText(l.cell(r, det::Date)),
+                      Number(l.cell(r, det::EmpID)),
+                      Text(l.cell(r, det::Employee)),
+                      Text(l.cell(r, det::EmpNo)),
+                      Number(l.cell(r, det::AccountID)),
+                      Text(l.cell(r, det::AccountName)),
+                      Text(l.cell(r, det::ResCurr)),
+                      Text(l.cell(r, det::AccCur)),
+                      Number(l.cell(r, det::ResCurrID)),
+                      Number(l.cell(r, det::AccCurrID)),
+                      Number(l.cell(r, det::RespAmt)),
+                      Number(l.cell(r, det::Amount)),
+                      Number(l.cell(r, det::DepAmount)),
+                      Number(l.cell(r, det::ComAmt)),
                       Number(l.cell(r, det::Credit))});
         cmd->refreshParameters();
     }
@@ -264,7 +281,8 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
             if (grid.rows() <= grid.fixedRows) {
                 grid.setRows(grid.fixedRows + 1);
                 row = grid.fixedRows;
-            } else if (grid.rows() == grid.fixedRows + 1 && Trim(grid.textMatrix(grid.fixedRows, 0)).empty()) {
+            } else if (grid.rows() == grid.fixedRows + 1 &&
+                       Trim(grid.textMatrix(grid.fixedRows, 0)).empty()) {
                 row = grid.fixedRows;  // the grid's single empty row
             } else {
                 grid.setRows(grid.rows() + 1);
@@ -282,7 +300,8 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
         for (int i = 1; i < rs->fieldCount(); ++i) {
             const Value& v = rs->field(i);
             if (i == 2) {
-                grid.setTextMatrix(row, i, v.isNull() ? std::string() : common::formatDate(v.toDate(), "dd/MM/yyyy"));
+                grid.setTextMatrix(row, i,
+                                   v.isNull() ? std::string() : common::formatDate(v.toDate(), "dd/MM/yyyy"));
             } else {
                 grid.setTextMatrix(row, i, Trim(v.joinText()));
             }
@@ -290,18 +309,20 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
         rs->close();
         grid.setRow(row);
     } catch (const common::Error& e) {
-        module_.LogError("FrmLoanApplication", module_.session.userId, "UpdateEditedRow ", e.number(), e.source(),
-                         e.description(), "NA", true);
+        module_.LogError("FrmLoanApplication", module_.session.userId, "UpdateEditedRow ", e.number(),
+                         e.source(), e.description(), "NA", true);
     }
 }
 
 double frmPayrollAccountsLinking::fnPrevPendingLoanAmt(int32_t employeeId, int32_t loanId) {
     auto& s = module_.session;
     // Old-style outer joins, as the suite's server reads them.
-    std::string sql = "select sum(coalesce(liCurrentBalance,laSanctionAmount)) PendingAmt from pLoanApplication a,pLoansIssue b" +
-                      std::string(" where a.laCompanyID*=b.liCompanyID and a.laLoanAppID*=b.liLoanAppID ") +
-                      " and a.laAppType='L' and a.laEmployeeID=" + std::to_string(employeeId) +
-                      " and a.laLoanID=" + std::to_string(loanId) + " and a.laCompanyID=" + std::to_string(s.companyId);
+    std::string sql =
+        "select sum(coalesce(liCurrentBalance,laSanctionAmount)) PendingAmt from pLoanApplication "
+        "a,pLoansIssue b" +
+        std::string(" where a.laCompanyID*=b.liCompanyID and a.laLoanAppID*=b.liLoanAppID ") +
+        " and a.laAppType='L' and a.laEmployeeID=" + std::to_string(employeeId) +
+        " and a.laLoanID=" + std::to_string(loanId) + " and a.laCompanyID=" + std::to_string(s.companyId);
     if (module_.EntryMode != "N") {
         auto& grid = module_.FrmMaster().flexMaster;
         sql += " and a.laLoanAppID<>" + grid.textMatrix(grid.row(), 0);
