@@ -1,0 +1,423 @@
+// A long seeded random walk through the real screens (new payroll and payment entries over
+// random selections, edits that untick and re-tick, journal lines added and deleted to balance,
+// cancellations), checking after every step what must always hold: each saved entry balances,
+// a payroll run is flagged posted exactly while a live entry links it, and no row is lost.
+// PAYACC_SOAK_OPS=N sets the length (1,000 and more on demand), PAYACC_SOAK_SEED=S repeats a run.
+// And two copies of the component on one embedded database at the same time.
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "journal/frmJournalDetails.h"
+#include "linking/frmcancell.h"
+#include "linking_fixture.h"
+
+namespace linkingtest {
+namespace {
+
+namespace pst = linking::pst;
+namespace det = linking::det;
+using common::Val;
+
+unsigned long envNumber(const char* name, unsigned long fallback) {
+    const char* v = std::getenv(name);
+    return v && *v ? std::strtoul(v, nullptr, 10) : fallback;
+}
+
+// Accounts in dirhams (the department's currency) that gathering never uses: the lines added by
+// hand to balance an entry take one of them.
+const std::vector<std::pair<std::string, std::string>> kHandAccounts = {
+    {"3002", "Emirates Bank Current Account"},
+    {"2006", "Other Staff Payments"},
+    {"2004", "Leave Encashment Expense"},
+    {"2002", "Staff Expense Reimbursements"}};
+
+class SoakTest : public LinkingTest {
+protected:
+    // What the database must hold for one entry.
+    struct Expected {
+        int details = 0;
+        int postings = 0;
+        bool cancelled = false;
+        std::string reason;
+    };
+
+    void SetUp() override {
+        LinkingTest::SetUp();
+        raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
+        // Three months of payroll for the six staff of the test department (906 is paid in
+        // dollars), advances for all of them and other payments for three.
+        for (int m = 9; m <= 11; ++m)
+            for (int e = 901; e <= 906; ++e)
+                addRun(9000 + m * 10 + (e - 900), e, 1000 + 37.5 * (e - 900) + m, 150.25 * (e - 900),
+                       80.4 + m, m < 10 ? "2026-09-28" : "2026-" + std::to_string(m) + "-28");
+        for (int e = 901; e <= 906; ++e)
+            addPayment(9500 + e - 900, "A", e, 200 + 12.5 * (e - 900), "2026-11-05", e == 906 ? 2 : 1);
+        for (int e = 901; e <= 903; ++e) addPayment(9600 + e - 900, "O", e, 90.75 * (e - 900), "2026-10-15");
+        for (auto rs =
+                 raw->open("select h.TransID, (select count(*) from paPayAccLinkDetails d where "
+                           "d.CompanyID=h.CompanyID and d.TransID=h.TransID), (select count(*) from "
+                           "paPayAccLinkPostingDetails p where p.CompanyID=h.CompanyID and "
+                           "p.TransID=h.TransID), h.Cancelled, h.cancelremarks from paPayAccLinkHeader h "
+                           "where h.CompanyID=1");
+             !rs->eof(); rs->moveNext())
+            expected[rs->field(0).toInt32()] = {rs->field(1).toInt32(), rs->field(2).toInt32(),
+                                                rs->field(3).isOne(), rs->field(4).joinText()};
+    }
+
+    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
+    linking::frmPayrollAccountsLinking& linkingForm() { return module->frmPayrollAccountsLinking(); }
+
+    std::string text() {
+        static const std::vector<std::string> texts = {
+            "November wages", "O'Brien's advance", "a; b -- c /* d */", "He said \"no\"", "Zürich – Ærø", ""};
+        return texts[pick(texts.size())];
+    }
+    size_t pick(size_t n) { return n == 0 ? 0 : std::uniform_int_distribution<size_t>(0, n - 1)(rng); }
+    bool chance(int percent) { return static_cast<int>(pick(100)) < percent; }
+
+    void closeWithoutSaving(linking::frmPayrollAccountsLinking& f) {
+        toolkit.answers = {ui::vbNo};
+        f.cmdClose.userClick();
+        toolkit.answers.clear();
+        EXPECT_FALSE(linkingOpen());
+    }
+
+    int tickedDetails(const linking::frmPayrollAccountsLinking& f) {
+        int n = 0;
+        for (int r = 1; r <= f.lvwTransactionDetails.count(); ++r)
+            n += f.lvwTransactionDetails.checked(r) ? 1 : 0;
+        return n;
+    }
+
+    // Presses Ok; when it saves, the entry's rows are what the screen held.
+    void save(linking::frmPayrollAccountsLinking& f, int transId) {
+        const int details = tickedDetails(f), postings = f.lvwPostingDetails.count();
+        f.cmdOk.userClick();
+        if (linkingOpen()) {
+            closeWithoutSaving(f);
+            return;
+        }
+        if (transId == 0) {
+            transId = count("select max(TransID) from paPayAccLinkHeader where CompanyID=1");
+            EXPECT_EQ(expected.count(transId), 0u) << "a new entry took the key of entry " << transId;
+        }
+        Expected& e = expected[transId];
+        e.details = details;
+        e.postings = postings;
+        ++saves;
+    }
+
+    // A journal line added by hand: the editor proposes the side that brings the balance to 0.
+    void addLine(linking::frmPayrollAccountsLinking& f, double amount) {
+        std::set<std::string> used;
+        for (int r = 1; r <= f.lvwPostingDetails.count(); ++r)
+            used.insert(f.lvwPostingDetails.cell(r, pst::DebitAccountID));
+        std::vector<std::string> free;
+        for (const auto& [id, name] : kHandAccounts)
+            if (!used.count(id)) free.push_back(name);
+        if (free.empty()) return;
+        // The user right-clicks on a line, which selects it first.
+        if (f.lvwPostingDetails.count() > 0)
+            f.lvwPostingDetails.userSelectRow(1 + static_cast<int>(pick(f.lvwPostingDetails.count())));
+        f.lvwPostingDetails.userRightClick();
+        f.mnuAdd.userClick();
+        if (!module->isLoaded("frmJournalDetails")) return;  // an empty list offers no Add
+        auto& ed = module->frmJournalDetails();
+        ASSERT_TRUE(ed.cboAccountID.userSelectText(free[pick(free.size())]));
+        const std::string description = text();
+        ed.txtDescription.userType(description.empty() ? "by hand" : description);
+        ed.txtAmount.userType(common::Format2(amount));
+        ed.cmdOK.userClick();
+        ed.cmdCancel.userClick();
+        ++handLines;
+    }
+    void balanceByHand(linking::frmPayrollAccountsLinking& f) {
+        const double balance = Val(f.txtTotDepAmount.text());
+        if (balance != 0) addLine(f, std::fabs(balance));
+    }
+    // A line added and deleted again, as a user changing their mind.
+    void addAndDeleteALine(linking::frmPayrollAccountsLinking& f) {
+        const int before = f.lvwPostingDetails.count();
+        addLine(f, 10 + static_cast<double>(pick(500)));
+        if (f.lvwPostingDetails.count() != before + 1) return;
+        f.lvwPostingDetails.userSelectRow(before + 1);
+        f.lvwPostingDetails.userRightClick();
+        toolkit.answers = {ui::vbYes};
+        f.mnuDelete.userClick();
+        toolkit.answers.clear();
+        EXPECT_EQ(f.lvwPostingDetails.count(), before);
+    }
+
+    void gatherRange(linking::frmPayrollAccountsLinking& f, const std::string& type) {
+        ASSERT_TRUE(f.cboType.userSelectText(type));
+        ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
+        f.dtpFromDate.userSet(DateTime::ymd(2026, 9, 1));
+        f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
+        f.cmdShow.userClick();
+    }
+
+    void newPayroll() {
+        auto& f = openNew();
+        gatherRange(f, "Payroll");
+        auto& l = f.lvwTransactions;
+        switch (pick(4)) {
+            case 0:  // Select All
+                f.chkSelectAll.userClick();
+                break;
+            case 1:  // single ticks, some of them undone
+                for (size_t k = pick(6); k > 0; --k) l.userToggle(1 + static_cast<int>(pick(l.count())));
+                break;
+            case 2:  // Select All, then a few taken out
+                f.chkSelectAll.userClick();
+                for (size_t k = pick(4); k > 0; --k) l.userToggle(1 + static_cast<int>(pick(l.count())));
+                break;
+            default:  // a few ticks, then all dropped through the box (or not), then one more
+                for (size_t k = 1 + pick(3); k > 0; --k) l.userToggle(1 + static_cast<int>(pick(l.count())));
+                if (f.chkSelectAll.value() == 0) f.chkSelectAll.userClick();
+                toolkit.answers = {chance(70) ? ui::vbYes : ui::vbNo};
+                f.chkSelectAll.userClick();
+                toolkit.answers.clear();
+                l.userToggle(1 + static_cast<int>(pick(l.count())));
+                break;
+        }
+        if (chance(50)) f.txtRemarks.userPaste(text());
+        save(f, 0);
+    }
+
+    void newPayment() {
+        auto& f = openNew();
+        gatherRange(f, chance(60) ? "Salary Advances" : "Others");
+        auto& d = f.lvwTransactionDetails;
+        for (size_t k = pick(5); k > 0; --k) d.userToggle(1 + static_cast<int>(pick(d.count())));
+        if (chance(30)) addAndDeleteALine(f);
+        if (chance(85)) balanceByHand(f);
+        save(f, 0);
+    }
+
+    void edit() {
+        auto& g = browser().flexMaster;
+        if (g.rows() < 2) return;
+        const int row = 1 + static_cast<int>(pick(g.rows() - 1));
+        const int transId = std::stoi(g.textMatrix(row, 0));
+        g.userSelectCell(row, 0);
+        browser().CmdEdit.userClick();
+        if (!linkingOpen()) return;
+        auto& f = linkingForm();
+        if (!f.cmdOk.enabled()) {  // cancelled or posted: looked at only
+            closeWithoutSaving(f);
+            return;
+        }
+        auto& l = f.lvwTransactions;
+        for (size_t k = pick(4); k > 0; --k) l.userToggle(1 + static_cast<int>(pick(l.count())));
+        if (chance(40)) f.txtRemarks.userPaste(text());
+        if (chance(25) && f.lvwPostingDetails.count() > 0) {
+            f.lvwPostingDetails.userSelectRow(1 + static_cast<int>(pick(f.lvwPostingDetails.count())));
+            f.lvwPostingDetails.userDblClick();
+            if (module->isLoaded("frmJournalDetails")) {
+                auto& ed = module->frmJournalDetails();
+                ed.txtDescription.userPaste(text() + " (edited)");
+                ed.cmdOK.userClick();
+                ed.cmdCancel.userClick();
+            }
+        }
+        if (chance(50)) balanceByHand(f);
+        save(f, transId);
+    }
+
+    void cancel() {
+        auto& b = browser();
+        auto& g = b.flexMaster;
+        if (g.rows() < 2) return;
+        const int row = 1 + static_cast<int>(pick(g.rows() - 1));
+        const int transId = std::stoi(g.textMatrix(row, 0));
+        g.userSelectCell(row, 0);
+        if (!b.CmdDelete.enabled()) return;
+        const bool yes = chance(85);
+        toolkit.answers = {yes ? ui::vbYes : ui::vbNo};
+        b.CmdDelete.userClick();
+        toolkit.answers.clear();
+        if (!module->isLoaded("frmcancell")) return;  // answered No, or posted
+        auto& c = module->frmcancell();
+        if (chance(20)) c.cmdok.userClick();  // no reason yet: asked for one
+        std::string reason = text();
+        if (reason.empty()) reason = "duplicate";
+        if (chance(50)) {
+            c.txtreason.userType(reason);
+            reason.erase(std::remove(reason.begin(), reason.end(), '\''), reason.end());
+        } else {
+            c.txtreason.userPaste(reason);
+        }
+        c.cmdok.userClick();
+        EXPECT_FALSE(module->isLoaded("frmcancell"));
+        expected[transId].cancelled = true;
+        expected[transId].reason = reason;
+    }
+
+    // Everything that must hold between two steps.
+    void checkInvariants() {
+        // Each entry balances: the journal lines' department amounts sum to nothing, and the debits
+        // equal the credits. A line added by hand as a credit carries its credit negative and one
+        // edited carries it positive (the screens' own convention), so credits count by size;
+        // gathered lines never carry a negative credit.
+        EXPECT_EQ(rows("select TransID, round(sum(DeptAmount), 2), round(sum(DebitAmount), 2), "
+                       "round(sum(abs(CreditAmount)), 2) from paPayAccLinkPostingDetails where CompanyID=1 "
+                       "group by TransID having abs(sum(DeptAmount)) >= 0.005 or "
+                       "abs(sum(DebitAmount) - sum(abs(CreditAmount))) >= 0.005"),
+                  "")
+            << "entries that do not balance";
+        EXPECT_EQ(
+            count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and Editable='N' and "
+                  "CreditAmount < 0"),
+            0);
+        // A run is flagged posted exactly while a live (not cancelled) payroll entry links it.
+        EXPECT_EQ(
+            rows(
+                "select m.mppProcessID, coalesce(m.mppPosted, 0) from pMonthlyPayRollProcessing m left join "
+                "(select distinct d.RefTransID as id from paPayAccLinkDetails d join paPayAccLinkHeader h on "
+                "h.CompanyID=d.CompanyID and h.TransID=d.TransID where h.CompanyID=1 and h.TransType='P' and "
+                "coalesce(h.Cancelled, 0) <> 1) l on l.id=m.mppProcessID where m.mppCompanyID=1 and "
+                "(coalesce(m.mppPosted, 0) = 1) <> (l.id is not null)"),
+            "")
+            << "runs whose flag disagrees with the live entries";
+        // No row lost or gained: every entry has the details and lines that were saved with it.
+        std::string want, have;
+        for (const auto& [id, e] : expected)
+            want += std::to_string(id) + "|" + std::to_string(e.details) + "|" + std::to_string(e.postings) +
+                    "|" + (e.cancelled ? "1" : "0") + "|" + (e.cancelled ? e.reason : std::string()) + "|\n";
+        have = rows(
+            "select h.TransID, (select count(*) from paPayAccLinkDetails d where d.CompanyID=h.CompanyID "
+            "and d.TransID=h.TransID), (select count(*) from paPayAccLinkPostingDetails p where "
+            "p.CompanyID=h.CompanyID and p.TransID=h.TransID), coalesce(h.Cancelled, 0), "
+            "case when h.Cancelled=1 then h.cancelremarks else '' end from paPayAccLinkHeader h where "
+            "h.CompanyID=1 order by h.TransID");
+        EXPECT_EQ(have, want);
+        EXPECT_EQ(rows("select TransNo from paPayAccLinkHeader where CompanyID=1 group by TransNo having "
+                       "count(*) > 1"),
+                  "")
+            << "entry numbers given twice";
+        // The browser shows every entry once, cancelled ones as such.
+        auto& g = browser().flexMaster;
+        std::map<int, std::string> shown;
+        for (int r = 1; r < g.rows(); ++r)
+            if (!shown.emplace(std::stoi(g.textMatrix(r, 0)), g.textMatrix(r, 5)).second)
+                ADD_FAILURE() << "entry " << g.textMatrix(r, 0) << " shown twice";
+        std::map<int, std::string> all;
+        for (const auto& [id, e] : expected) all[id] = e.cancelled ? "Yes" : "No";
+        EXPECT_EQ(shown, all);
+        // Nothing left open, nothing left unanswered, no error that no handler caught.
+        EXPECT_EQ(toolkit.topForm(), nullptr);
+        EXPECT_TRUE(toolkit.answers.empty());
+        for (const auto& e : toolkit.errors)
+            ADD_FAILURE() << "uncaught error " << e.number() << ": " << e.description();
+        toolkit.errors.clear();
+    }
+
+    std::mt19937 rng;
+    std::map<int, Expected> expected;
+    int saves = 0, handLines = 0;
+};
+
+TEST_F(SoakTest, RandomOperationsKeepEveryEntryBalancedFlaggedAndWhole) {
+    const unsigned long ops = envNumber("PAYACC_SOAK_OPS", 150);
+    const unsigned long seed = envNumber("PAYACC_SOAK_SEED", std::random_device{}());
+    SCOPED_TRACE(testing::Message() << "seed " << seed << " (PAYACC_SOAK_SEED=" << seed
+                                    << " repeats this run)");
+    rng.seed(static_cast<std::mt19937::result_type>(seed));
+    browser();
+    checkInvariants();
+    std::map<std::string, int> done;
+    for (unsigned long i = 1; i <= ops && !HasFailure(); ++i) {
+        const size_t op = pick(100);
+        const char* name = op < 25 ? "new payroll" : op < 45 ? "new payment" : op < 75 ? "edit" : "cancel";
+        SCOPED_TRACE(testing::Message() << "operation " << i << ": " << name);
+        toolkit.messages.clear();
+        if (op < 25)
+            newPayroll();
+        else if (op < 45)
+            newPayment();
+        else if (op < 75)
+            edit();
+        else
+            cancel();
+        module->collect();
+        checkInvariants();
+        ++done[name];
+    }
+    std::cout << "[ soak     ] seed " << seed << ": " << done["new payroll"] << " new payroll, "
+              << done["new payment"] << " new payment, " << done["edit"] << " edit, " << done["cancel"]
+              << " cancel; " << saves << " saves, " << handLines << " lines by hand\n";
+    // The walk did what it is for: entries saved, balanced by hand, edited and cancelled.
+    if (ops >= 100 && !HasFailure()) {
+        EXPECT_GT(saves, 10);
+        EXPECT_GT(handLines, 3);
+        EXPECT_GT(
+            std::count_if(expected.begin(), expected.end(), [](const auto& e) { return e.second.cancelled; }),
+            3);
+    }
+}
+
+// Two copies of the component on one database file: the browser of one reads while the other
+// holds its save's transaction open, and a second writer waits for the first instead of failing.
+class ConcurrentUseTest : public LinkingTest {};
+
+TEST_F(ConcurrentUseTest, SecondCopyReadsDuringAnotherSaveAndItsSaveWaitsItsTurn) {
+    raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
+    addRun(9701, 901, 1000, 100, 50);
+    // The first copy is half-way through a save of its own.
+    raw->beginTrans();
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (1, 990, 9, 'OTHER/990', '2026-11-01', 'P', 'first copy', 0)");
+    EXPECT_TRUE(std::filesystem::exists(dbPath + "-wal")) << "the database is not in write-ahead-log mode";
+
+    ui::HeadlessToolkit toolkit2;
+    entry::Module second(toolkit2);
+    second.session = module->session;
+    second.session.connection = data::sqlite::open(dbPath);
+    auto& b = second.FrmMaster();
+    std::set<std::string> listed;
+    for (int r = 1; r < b.flexMaster.rows(); ++r) listed.insert(b.flexMaster.textMatrix(r, 0));
+    EXPECT_EQ(listed, (std::set<std::string>{"1", "2", "3", "4", "5"}))
+        << "the list missed entries or saw uncommitted ones";
+
+    // The write lock is held: a writer that will not wait is refused at once ...
+    data::sqlite::OpenOptions noWait;
+    noWait.busyTimeoutMs = 0;
+    auto impatient = data::sqlite::open(dbPath, noWait);
+    EXPECT_THROW(impatient->execute("update psettings set noofpreviousdays=0 where companyid=2"),
+                 common::Error);
+
+    // ... while the second copy's save waits until the first commits.
+    b.cmdnew.userClick();
+    auto& f = second.frmPayrollAccountsLinking();
+    ASSERT_TRUE(f.cboType.userSelectText("Payroll"));
+    ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
+    f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
+    f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
+    f.cmdShow.userClick();
+    ASSERT_EQ(f.lvwTransactions.count(), 1);
+    f.lvwTransactions.userToggle(1);
+    std::thread first([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        raw->commitTrans();
+    });
+    f.cmdOk.userClick();
+    first.join();
+    EXPECT_FALSE(second.isLoaded("frmPayrollAccountsLinking"))
+        << (toolkit2.lastMessage() ? toolkit2.lastMessage()->text : std::string());
+    EXPECT_EQ(
+        rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>5 order by 1"),
+        "6||\n990|first copy|\n");
+    EXPECT_EQ(count("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9701"), 1);
+    EXPECT_TRUE(toolkit2.errors.empty());
+}
+
+}  // namespace
+}  // namespace linkingtest
