@@ -46,6 +46,8 @@ TEST(Conv, IsNumericAnswersAsTheClassicFunction) {
     for (const char* no : {"", " ", ".", "X1", "1e", "12abc", "-", "1.2.3", "&HZ"})
         EXPECT_FALSE(IsNumeric(no)) << no;
     EXPECT_EQ(CDbl("1,234.5"), 1234.5);
+    EXPECT_EQ(CDbl("\t&H10"), 16);  // the blanks IsNumeric skips are skipped before the hex prefix too
+    EXPECT_EQ(CDbl("\n\n&H7"), 7);
     EXPECT_EQ(errorNumber([] { CDbl("abc"); }), err::TypeMismatch);
 }
 

@@ -22,7 +22,7 @@ BEGIN
     WHERE mppCompanyID = @CompanyID
       AND mppDepartmentID = @DepartmentID
       AND mppProcessedDate >= @FromDate
-      AND mppProcessedDate < DATEADD(day, 1, @ToDate)
+      AND CAST(mppProcessedDate AS date) <= CAST(@ToDate AS date)
       AND ISNULL(mppPosted, 0) <> 1
     ORDER BY mppProcessedDate, mppProcessID,
              CASE sacComponent WHEN 'B' THEN 1 WHEN 'A' THEN 2 WHEN 'D' THEN 3 ELSE 4 END;
@@ -51,7 +51,7 @@ BEGIN
       AND phDepartmentID = @DepartmentID
       AND phType = 'A'
       AND phDate >= @FromDate
-      AND phDate < DATEADD(day, 1, @ToDate)
+      AND CAST(phDate AS date) <= CAST(@ToDate AS date)
       AND ISNULL(phPosted, 0) <> 1
     ORDER BY phDate, phPaymentID, pdLineID, Credit;
 END
@@ -76,7 +76,7 @@ BEGIN
       AND phDepartmentID = @DepartmentID
       AND phType = 'R'
       AND phDate >= @FromDate
-      AND phDate < DATEADD(day, 1, @ToDate)
+      AND CAST(phDate AS date) <= CAST(@ToDate AS date)
       AND ISNULL(phPosted, 0) <> 1
     ORDER BY phDate, phPaymentID, pdLineID, Credit;
 END
@@ -101,7 +101,7 @@ BEGIN
       AND phDepartmentID = @DepartmentID
       AND phType = 'S'
       AND phDate >= @FromDate
-      AND phDate < DATEADD(day, 1, @ToDate)
+      AND CAST(phDate AS date) <= CAST(@ToDate AS date)
       AND ISNULL(phPosted, 0) <> 1
     ORDER BY phDate, phPaymentID, pdLineID, Credit;
 END
@@ -128,7 +128,7 @@ BEGIN
       AND phType = @Type
       AND @Type IN ('E', 'H', 'O')
       AND phDate >= @FromDate
-      AND phDate < DATEADD(day, 1, @ToDate)
+      AND CAST(phDate AS date) <= CAST(@ToDate AS date)
       AND ISNULL(phPosted, 0) <> 1
     ORDER BY phDate, phPaymentID, pdLineID, Credit;
 END

@@ -89,7 +89,11 @@ std::string group(const std::string& digits) {
 // CDbl of a text: blanks and thousands commas skipped, "&H"/"&O" read, else Type mismatch.
 double parseNumber(std::string_view text) {
     if (!IsNumeric(text)) raiseTypeMismatch();
-    std::string s = Trim(text);
+    // The same blanks that IsNumeric passes over (tabs and line breaks too) go before the
+    // "&H" test, or a hex text after a tab would fall through to strtod and read as 0.
+    std::string s;
+    for (char c : text)
+        if (!isBlank(c)) s += c;
     if (s.size() > 1 && s[0] == '&') return Val(s);
     std::string clean;
     for (char c : s)

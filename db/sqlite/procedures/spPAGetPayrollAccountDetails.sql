@@ -13,7 +13,7 @@ FROM vwPayrollAccountLines
 WHERE mppCompanyID = @CompanyID
   AND mppDepartmentID = @DepartmentID
   AND mppProcessedDate >= @FromDate
-  AND mppProcessedDate < date(@ToDate, '+1 day')
+  AND mppProcessedDate <= @ToDate || ' 23:59:59'
   AND coalesce(mppPosted, 0) <> 1
 ORDER BY mppProcessedDate, mppProcessID,
          CASE sacComponent WHEN 'B' THEN 1 WHEN 'A' THEN 2 WHEN 'D' THEN 3 ELSE 4 END

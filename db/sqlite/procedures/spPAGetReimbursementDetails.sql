@@ -15,6 +15,6 @@ WHERE phCompanyID = @CompanyID
   AND phDepartmentID = @DepartmentID
   AND phType = 'R'
   AND phDate >= @FromDate
-  AND phDate < date(@ToDate, '+1 day')
+  AND phDate <= @ToDate || ' 23:59:59'
   AND coalesce(phPosted, 0) <> 1
 ORDER BY phDate, phPaymentID, pdLineID, Credit
