@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "browser/FrmMaster.h"
+#include "common/Conv.h"
 #include "data/ErrorLog.h"
 #include "data/sqlite/Generator.h"
 #include "data/sqlite/SqliteConnection.h"
@@ -163,7 +164,10 @@ void BM_SortByColumn(benchmark::State& state) {
     }
     if (!s.ok(state)) return;
     auto& g = f.flexMaster;
-    if (g.col() != c.column || g.textMatrix(1, c.column) < g.textMatrix(g.rows() - 1, c.column))
+    const std::string &top = g.textMatrix(1, c.column), &bottom = g.textMatrix(g.rows() - 1, c.column);
+    const bool numbers = common::IsNumeric(top) && common::IsNumeric(bottom);
+    if (g.col() != c.column ||
+        (numbers ? common::Val(top) < common::Val(bottom) : common::UCase(top) < common::UCase(bottom)))
         state.SkipWithError("not sorted descending on the chosen column");
 }
 
