@@ -3,6 +3,7 @@
 // read, dates at the edges of the calendar and ids at the edges of 32 bits. Each must end in
 // what the screens define or in an error the user is shown: never a crash, never a half-written
 // entry, never a statement that the input rewrote.
+#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <fstream>

@@ -4,6 +4,7 @@
 // a payroll run is flagged posted exactly while a live entry links it, and no row is lost.
 // PAYACC_SOAK_OPS=N sets the length (1,000 and more on demand), PAYACC_SOAK_SEED=S repeats a run.
 // And two copies of the component on one embedded database at the same time.
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -22,7 +23,6 @@ namespace linkingtest {
 namespace {
 
 namespace pst = linking::pst;
-namespace det = linking::det;
 using common::Val;
 
 unsigned long envNumber(const char* name, unsigned long fallback) {
