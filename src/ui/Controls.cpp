@@ -814,16 +814,6 @@ void FlexGrid::setColWidth(int col, int width) {
 
 namespace {
 
-int compareNoCase(const std::string& a, const std::string& b) {
-    size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i) {
-        int x = std::tolower(static_cast<unsigned char>(a[i]));
-        int y = std::tolower(static_cast<unsigned char>(b[i]));
-        if (x != y) return x < y ? -1 : 1;
-    }
-    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
-}
-
 // The number a numeric cell stands for; thousands separators are part of a number's text.
 double numberOf(const std::string& s) {
     if (s.find(',') == std::string::npos) return common::Val(s);
@@ -882,6 +872,20 @@ void FlexGrid::sort(Sort mode) {
             }
     }
 
+    // Texts are folded to one case once per cell too: the search sorts its column at every
+    // keystroke, and folding inside each comparison was most of that time.
+    std::vector<std::string> folded;
+    if (generic || noCase) {
+        folded.resize(static_cast<size_t>(n) * keys);
+        for (int r = 0; r < n; ++r)
+            for (int k = 0; k < keys; ++k) {
+                size_t i = static_cast<size_t>(r) * keys + k;
+                std::string f = cells_[first + r][c1 + k];
+                for (char& ch : f) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+                folded[i] = std::move(f);
+            }
+    }
+
     auto compare = [&](int a, int b) {
         for (int k = 0; k < keys; ++k) {
             const std::string& x = cells_[first + a][c1 + k];
@@ -891,7 +895,8 @@ void FlexGrid::sort(Sort mode) {
             if ((generic || numeric) && isNum[ia] && isNum[ib]) {
                 c = num[ia] < num[ib] ? -1 : (num[ia] > num[ib] ? 1 : 0);
             } else if (generic || noCase) {
-                c = compareNoCase(x, y);
+                c = folded[ia].compare(folded[ib]);
+                c = c < 0 ? -1 : (c > 0 ? 1 : 0);
             } else {
                 c = x.compare(y);
                 c = c < 0 ? -1 : (c > 0 ? 1 : 0);
@@ -900,6 +905,12 @@ void FlexGrid::sort(Sort mode) {
         }
         return 0;
     };
+
+    auto before = [&](int a, int b) { return descending ? compare(a, b) > 0 : compare(a, b) < 0; };
+    // A column already in order stays as it is; the stable sort would not move a row anyway.
+    bool inOrder = true;
+    for (int i = 1; i < n && inOrder; ++i) inOrder = !before(i, i - 1);
+    if (inOrder) return;
 
     std::vector<int> order(n);
     for (int i = 0; i < n; ++i) order[i] = i;
