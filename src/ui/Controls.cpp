@@ -814,6 +814,17 @@ void FlexGrid::setColWidth(int col, int width) {
 
 namespace {
 
+// Text order without regard to case, comparing byte by byte as unsigned.
+int compareFolded(const std::string& a, const std::string& b) {
+    size_t n = std::min(a.size(), b.size());
+    for (size_t i = 0; i < n; ++i) {
+        int x = std::tolower(static_cast<unsigned char>(a[i]));
+        int y = std::tolower(static_cast<unsigned char>(b[i]));
+        if (x != y) return x < y ? -1 : 1;
+    }
+    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
+}
+
 // The number a numeric cell stands for; thousands separators are part of a number's text.
 double numberOf(const std::string& s) {
     if (s.find(',') == std::string::npos) return common::Val(s);
@@ -856,6 +867,41 @@ void FlexGrid::sort(Sort mode) {
     bool noCase = mode == flexSortStringNoCaseAscending || mode == flexSortStringNoCaseDescending;
     bool descending = mode == flexSortGenericDescending || mode == flexSortNumericDescending ||
                       mode == flexSortStringNoCaseDescending || mode == flexSortStringDescending;
+
+    // A column already in order (the search sorts its column at every keystroke) is found in
+    // one pass that reads each cell once and allocates nothing; the stable sort would not move
+    // a row of it anyway.
+    {
+        struct Key {
+            const std::string* text;
+            bool isNum;
+            double num;
+        };
+        auto keyOf = [&](int r, int k) {
+            const std::string& t = cells_[first + r][c1 + k];
+            bool isN = numeric || (generic && common::IsNumeric(t));
+            return Key{&t, isN, isN ? numberOf(t) : 0.0};
+        };
+        auto order = [&](const Key& x, const Key& y) {
+            if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
+            if (generic || noCase) return compareFolded(*x.text, *y.text);
+            int c = x.text->compare(*y.text);
+            return c < 0 ? -1 : (c > 0 ? 1 : 0);
+        };
+        std::vector<Key> prev(static_cast<size_t>(keys)), cur(static_cast<size_t>(keys));
+        for (int k = 0; k < keys; ++k) prev[static_cast<size_t>(k)] = keyOf(0, k);
+        bool inOrder = true;
+        for (int r = 1; r < n && inOrder; ++r) {
+            int c = 0;
+            for (int k = 0; k < keys; ++k) {
+                cur[static_cast<size_t>(k)] = keyOf(r, k);
+                if (c == 0) c = order(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)]);
+            }
+            inOrder = descending ? c >= 0 : c <= 0;
+            std::swap(prev, cur);
+        }
+        if (inOrder) return;
+    }
 
     // Numbers are read once per cell rather than at every comparison.
     std::vector<double> num;
@@ -905,12 +951,6 @@ void FlexGrid::sort(Sort mode) {
         }
         return 0;
     };
-
-    auto before = [&](int a, int b) { return descending ? compare(a, b) > 0 : compare(a, b) < 0; };
-    // A column already in order stays as it is; the stable sort would not move a row anyway.
-    bool inOrder = true;
-    for (int i = 1; i < n && inOrder; ++i) inOrder = !before(i, i - 1);
-    if (inOrder) return;
 
     std::vector<int> order(n);
     for (int i = 0; i < n; ++i) order[i] = i;
