@@ -868,26 +868,30 @@ void FlexGrid::sort(Sort mode) {
     bool descending = mode == flexSortGenericDescending || mode == flexSortNumericDescending ||
                       mode == flexSortStringNoCaseDescending || mode == flexSortStringDescending;
 
+    // One sort key per cell: whether it counts as a number, and its value.
+    struct Key {
+        const std::string* text;
+        bool isNum;
+        double num;
+    };
+    auto keyOf = [&](int r, int k) {
+        const std::string& t = cells_[first + r][c1 + k];
+        bool isN = numeric || (generic && common::IsNumeric(t));
+        return Key{&t, isN, isN ? numberOf(t) : 0.0};
+    };
+    // Texts compare without regard to case in the generic and no-case modes; `folded` says the
+    // texts are already in one case.
+    auto compareKeys = [&](const Key& x, const Key& y, bool folded) {
+        if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
+        if ((generic || noCase) && !folded) return compareFolded(*x.text, *y.text);
+        int c = x.text->compare(*y.text);
+        return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    };
+
     // A column already in order (the search sorts its column at every keystroke) is found in
     // one pass that reads each cell once and allocates nothing; the stable sort would not move
     // a row of it anyway.
     {
-        struct Key {
-            const std::string* text;
-            bool isNum;
-            double num;
-        };
-        auto keyOf = [&](int r, int k) {
-            const std::string& t = cells_[first + r][c1 + k];
-            bool isN = numeric || (generic && common::IsNumeric(t));
-            return Key{&t, isN, isN ? numberOf(t) : 0.0};
-        };
-        auto order = [&](const Key& x, const Key& y) {
-            if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
-            if (generic || noCase) return compareFolded(*x.text, *y.text);
-            int c = x.text->compare(*y.text);
-            return c < 0 ? -1 : (c > 0 ? 1 : 0);
-        };
         std::vector<Key> prev(static_cast<size_t>(keys)), cur(static_cast<size_t>(keys));
         for (int k = 0; k < keys; ++k) prev[static_cast<size_t>(k)] = keyOf(0, k);
         bool inOrder = true;
@@ -895,7 +899,7 @@ void FlexGrid::sort(Sort mode) {
             int c = 0;
             for (int k = 0; k < keys; ++k) {
                 cur[static_cast<size_t>(k)] = keyOf(r, k);
-                if (c == 0) c = order(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)]);
+                if (c == 0) c = compareKeys(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)], false);
             }
             inOrder = descending ? c >= 0 : c <= 0;
             std::swap(prev, cur);
@@ -903,50 +907,23 @@ void FlexGrid::sort(Sort mode) {
         if (inOrder) return;
     }
 
-    // Numbers are read once per cell rather than at every comparison.
-    std::vector<double> num;
-    std::vector<char> isNum;
-    if (generic || numeric) {
-        num.resize(static_cast<size_t>(n) * keys);
-        isNum.resize(num.size());
-        for (int r = 0; r < n; ++r)
-            for (int k = 0; k < keys; ++k) {
-                const std::string& s = cells_[first + r][c1 + k];
-                size_t i = static_cast<size_t>(r) * keys + k;
-                isNum[i] = numeric || common::IsNumeric(s);
-                num[i] = isNum[i] ? numberOf(s) : 0.0;
-            }
-    }
-
-    // Texts are folded to one case once per cell too: the search sorts its column at every
-    // keystroke, and folding inside each comparison was most of that time.
+    // Otherwise every key is read once, and texts are folded to one case once per cell rather
+    // than inside each comparison (that folding was most of a sort's time).
+    std::vector<Key> all(static_cast<size_t>(n) * keys);
     std::vector<std::string> folded;
-    if (generic || noCase) {
-        folded.resize(static_cast<size_t>(n) * keys);
-        for (int r = 0; r < n; ++r)
-            for (int k = 0; k < keys; ++k) {
-                size_t i = static_cast<size_t>(r) * keys + k;
-                std::string f = cells_[first + r][c1 + k];
-                for (char& ch : f) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-                folded[i] = std::move(f);
-            }
-    }
-
+    if (generic || noCase) folded.resize(all.size());
+    for (int r = 0; r < n; ++r)
+        for (int k = 0; k < keys; ++k) {
+            size_t i = static_cast<size_t>(r) * keys + k;
+            all[i] = keyOf(r, k);
+            if (folded.empty()) continue;
+            folded[i] = *all[i].text;
+            for (char& ch : folded[i]) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+            all[i].text = &folded[i];
+        }
     auto compare = [&](int a, int b) {
         for (int k = 0; k < keys; ++k) {
-            const std::string& x = cells_[first + a][c1 + k];
-            const std::string& y = cells_[first + b][c1 + k];
-            int c;
-            size_t ia = static_cast<size_t>(a) * keys + k, ib = static_cast<size_t>(b) * keys + k;
-            if ((generic || numeric) && isNum[ia] && isNum[ib]) {
-                c = num[ia] < num[ib] ? -1 : (num[ia] > num[ib] ? 1 : 0);
-            } else if (generic || noCase) {
-                c = folded[ia].compare(folded[ib]);
-                c = c < 0 ? -1 : (c > 0 ? 1 : 0);
-            } else {
-                c = x.compare(y);
-                c = c < 0 ? -1 : (c > 0 ? 1 : 0);
-            }
+            int c = compareKeys(all[static_cast<size_t>(a) * keys + k], all[static_cast<size_t>(b) * keys + k], true);
             if (c != 0) return c;
         }
         return 0;
