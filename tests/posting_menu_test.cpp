@@ -134,7 +134,7 @@ TEST_F(PostingMenuTest, HandAddedLineBalancesAndIsSaved) {
              "TransID " +
              entry + ") order by DetailID"),
         "1|2001||250.75|0|250.75|250.75|1|N|\n"
-        "2|3002|Paid by bank transfer|0|-250.75|-250.75|-250.75|1|Y|\n");
+        "2|3002|Paid by bank transfer|0|250.75|-250.75|-250.75|1|Y|\n");
     EXPECT_EQ(
         rows("select RefTransID, AccountID from paPayAccLinkDetails where CompanyID=1 and TransID=(select "
              "TransID " +
@@ -160,7 +160,7 @@ TEST_F(PostingMenuTest, ExampleScriptSavesTheBalancedEntry) {
              "from paPayAccLinkPostingDetails p, paPayAccLinkHeader h where p.CompanyID=h.CompanyID and "
              "p.TransID=h.TransID and h.CompanyID=1 and h.TransType='A' and h.DepartmentID=1 order by "
              "p.DetailID"),
-        "2001||1529.5|0|1529.5|N|\n3002|Paid by bank transfer|0|-1529.5|-1529.5|Y|\n");
+        "2001||1529.5|0|1529.5|N|\n3002|Paid by bank transfer|0|1529.5|-1529.5|Y|\n");
 }
 
 }  // namespace

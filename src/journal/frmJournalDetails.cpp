@@ -268,7 +268,10 @@ void frmJournalDetails::txtAmount_GotFocus() {
     txtAmount.setSelLength(static_cast<int>(txtAmount.text().size()));
 }
 
-void frmJournalDetails::txtAmount_LostFocus() { txtAmount.setText(Format2(Val(txtAmount.text()))); }
+// Only a number is put in the amount pattern; any other text stays as typed.
+void frmJournalDetails::txtAmount_LostFocus() {
+    if (common::IsNumeric(txtAmount.text())) txtAmount.setText(Format2(Val(txtAmount.text())));
+}
 
 namespace {
 

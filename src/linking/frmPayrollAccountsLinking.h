@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "entry/Module.h"
 #include "suite/CommonModule.h"
@@ -125,6 +127,18 @@ public:
     bool TransactionListed(int32_t transId);
 
 private:
+    // Guards of the save: extra checks inside its transaction that stop it (rolled back, the
+    // screen as it was) where saving would post a source twice or reuse another entry's keys.
+    struct SaveStopped;
+    std::string NextEntryNumber();
+    std::string EntryNumberOrStop();
+    bool EntryKeysTaken(int32_t transId, const std::string& transNo);
+    void TakeFreeEntryKeys(int32_t& transId);
+    void StopIfSourcesTaken(int32_t ownTransId);
+    void StopIfEntryClosed(int32_t transId);
+    // Each source of the lists (its key as listed) and whether the entry links it.
+    std::vector<std::pair<std::string, bool>> SourceTicks();
+
     int PostingLineOf(int detailRow);
     bool AllDetailsTicked();
     void ClearSelection();

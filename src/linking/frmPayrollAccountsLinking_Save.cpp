@@ -1,5 +1,9 @@
 // Saving: the checks, the entry number, the one transaction that writes an entry and flags
 // its sources, the browser row refresh and the closing of the screen.
+#include <map>
+#include <utility>
+#include <vector>
+
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
@@ -27,10 +31,56 @@ int32_t SelectedTransID(entry::Module& module) {
     return WholeNumber(grid.textMatrix(grid.row(), 0));
 }
 
+// The list holds a credit added by hand as a negative credit and an edited one as a positive
+// one. Re-opening an entry tells a line's side by its debit less its credit, so every credit is
+// stored positive, as gathered credits are; the signed amounts keep their signs.
+Value StoredCredit(const std::string& cell) {
+    const double credit = Val(cell);
+    return Value(credit < 0 ? -credit : credit);
+}
+
+bool IsPaymentType(const std::string& type) {
+    return type == "Salary Advances" || type == "Reimbursements" || type == "Savings" ||
+           type == "Holded Salaries" || type == "Leave Encashments" || type == "Others";
+}
+
+// Characters, not bytes: a prefix in another script is cut where the server cuts it.
+std::string CharCount(const std::string& text) {
+    size_t n = 0;
+    for (unsigned char c : text) n += (c & 0xC0) != 0x80 ? 1 : 0;
+    return std::to_string(n);
+}
+
+std::string QuotedText(const std::string& text) {
+    std::string out = "'";
+    for (char c : text) out += c == '\'' ? std::string("''") : std::string(1, c);
+    return out + "'";
+}
+
+// How often a save takes fresh keys after another copy took the ones it read.
+constexpr int kKeyAttempts = 5;
+// A long list of sources is checked in slices, so that no statement grows without bound.
+constexpr size_t kSourcesPerCheck = 500;
+
 }  // namespace
+
+// A save stopped by a guard: rolled back, the screen left as it was before Ok. An empty
+// sentence means the user has been told already.
+struct frmPayrollAccountsLinking::SaveStopped {
+    std::string sentence;
+};
 
 void frmPayrollAccountsLinking::cmdOk_Click() {
     const int info = ui::vbOKOnly + ui::vbInformation;
+    // A save that does not go through leaves the screen as unsaved as it found it, so that
+    // closing it still offers to save the user's work.
+    const std::string tagBefore = cmdOk.Tag, numberBefore = txtTransNo.text();
+    auto rollBack = [&] {
+        auto& conn = module_.connection();
+        if (module_.TransactionOpen && conn.inTransaction()) conn.rollbackTrans();
+        cmdOk.Tag = tagBefore;
+        if (txtTransNo.text() != numberBefore) txtTransNo.setText(numberBefore);
+    };
     try {
         if (module_.EntryMode == "E" && browser::IsEntryPosted(module_)) {
             module_.MsgBox("Entry Posted. Cannot Save.", info);
@@ -67,16 +117,29 @@ void frmPayrollAccountsLinking::cmdOk_Click() {
             return;
         }
         InsertIntoTable();
+    } catch (const SaveStopped& stop) {
+        rollBack();
+        if (!stop.sentence.empty()) module_.MsgBox(stop.sentence, info);
     } catch (const common::Error& e) {
         // The flag outlives a failed save; a retry that fails before its own transaction
         // begins has nothing to roll back.
-        auto& conn = module_.connection();
-        if (module_.TransactionOpen && conn.inTransaction()) conn.rollbackTrans();
+        rollBack();
         module_.MsgBox(e.description(), info);
     }
 }
 
 std::string frmPayrollAccountsLinking::Generateappno() {
+    try {
+        return NextEntryNumber();
+    } catch (const common::Error& e) {
+        // Screen and procedure names are those the suite's log readers know this handler by.
+        module_.LogError("Employeeexit", module_.session.userId, "Generateexitno", e.number(), e.source(),
+                         e.description(), module_.EntryMode, true);
+        return std::string();
+    }
+}
+
+std::string frmPayrollAccountsLinking::NextEntryNumber() {
     auto& s = module_.session;
     auto& conn = module_.connection();
     const std::string company = std::to_string(s.companyId);
@@ -89,7 +152,7 @@ std::string frmPayrollAccountsLinking::Generateappno() {
     rs->close();
 
     // Only numbers of this company that are the prefix followed by digits count.
-    const std::string len = std::to_string(prefix.size());
+    const std::string len = CharCount(prefix);
     std::string sql = "Select isnull(max(convert(int,right(TransNo,len(TransNo)-" + len + "))),0) from " +
                       s.tables.paPayAccLinkHeader + " where CompanyID    = " + company +
                       " and len(TransNo)>len('" + prefix + "') and " +
@@ -114,10 +177,12 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         // Read again on every attempt, so that a retry after a clash takes a free key.
         int32_t transId =
             db_->nextFreeKey(s.tables.paPayAccLinkHeader + " where CompanyID = " + company, "TransID");
-        txtTransNo.setText(Generateappno());
+        txtTransNo.setText(EntryNumberOrStop());
 
         conn.beginTrans();
         module_.TransactionOpen = true;
+        TakeFreeEntryKeys(transId);
+        StopIfSourcesTaken(transId);
         auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkHeader + " ( CompanyID," +
                                 "TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled) " +
                                 "values (?, ?, ?, ?, ?, ?, ?, ?) ");
@@ -140,6 +205,8 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
                           "Remarks=? where CompanyID=" + company + " and transID=" + std::to_string(transId);
         conn.beginTrans();
         module_.TransactionOpen = true;
+        StopIfEntryClosed(transId);
+        StopIfSourcesTaken(transId);
         auto cmd = conn.command(sql);
         cmd->refreshParameters();
         cmd->execute({Value(dtpTransDate.value()), Value(Trim(txtRemarks.text()))});
@@ -219,7 +286,7 @@ void frmPayrollAccountsLinking::InsertIntoPostingDetailsTable(int32_t& transId) 
                       Text(l.cell(r, pst::Description)), Number(l.cell(r, pst::AccCurrID)),
                       Text(l.cell(r, pst::AccCurrency)), Text(l.cell(r, pst::ResCurrID)),
                       Text(l.cell(r, pst::TransCurr)), Number(l.cell(r, pst::DebitAmount)),
-                      Number(l.cell(r, pst::CreditAmount)), Number(l.cell(r, pst::TransAmt)),
+                      StoredCredit(l.cell(r, pst::CreditAmount)), Number(l.cell(r, pst::TransAmt)),
                       Number(l.cell(r, pst::DeptAmount)), Number(l.cell(r, pst::CompAmount)),
                       Text(l.cell(r, pst::Editable))});
         cmd->refreshParameters();
@@ -238,8 +305,7 @@ void frmPayrollAccountsLinking::UpdateTransTables() {
         clear = "update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=";
         set += company + " and mppProcessID=";
         clear += company + " and mppProcessID=";
-    } else if (type == "Salary Advances" || type == "Reimbursements" || type == "Savings" ||
-               type == "Holded Salaries" || type == "Leave Encashments" || type == "Others") {
+    } else if (IsPaymentType(type)) {
         set = "update pPaymentHeader set phPosted=1 where phCompanyID=";
         clear = "update pPaymentHeader set phPosted=0 where phCompanyID=";
         set += company + " and phPaymentID=";
@@ -248,14 +314,112 @@ void frmPayrollAccountsLinking::UpdateTransTables() {
         return;
     }
     // An edited entry releases every listed source that is no longer ticked.
-    for (int r = 1; r <= lvwTransactions.count(); ++r) {
-        const std::string& key = lvwTransactions.cell(r, trn::TransID);
-        if (lvwTransactions.checked(r)) {
+    for (const auto& [key, ticked] : SourceTicks()) {
+        if (ticked) {
             conn.execute(set + key);
         } else if (editing) {
             conn.execute(clear + key);
         }
     }
+}
+
+std::vector<std::pair<std::string, bool>> frmPayrollAccountsLinking::SourceTicks() {
+    std::vector<std::pair<std::string, bool>> sources;
+    if (Trim(cboType.text()) == "Payroll") {
+        for (int r = 1; r <= lvwTransactions.count(); ++r)
+            sources.emplace_back(lvwTransactions.cell(r, trn::TransID), lvwTransactions.checked(r));
+        return sources;
+    }
+    // A payment's lines are ticked one by one and its retrieval leaves the transaction list
+    // empty: the payment counts as linked while any of its lines is ticked.
+    std::map<std::string, size_t> at;
+    auto& d = lvwTransactionDetails;
+    for (int r = 1; r <= d.count(); ++r) {
+        const std::string key = std::to_string(WholeNumber(d.cell(r, det::TransID)));
+        auto [it, added] = at.emplace(key, sources.size());
+        if (added) sources.emplace_back(key, false);
+        if (d.checked(r)) sources[it->second].second = true;
+    }
+    return sources;
+}
+
+std::string frmPayrollAccountsLinking::EntryNumberOrStop() {
+    std::string number = Generateappno();
+    // The handler has shown what failed; an entry without a number is not saved.
+    if (number.empty()) throw SaveStopped{};
+    return number;
+}
+
+bool frmPayrollAccountsLinking::EntryKeysTaken(int32_t transId, const std::string& transNo) {
+    auto& s = module_.session;
+    auto rs = module_.connection().open(
+        "select count(*) from " + s.tables.paPayAccLinkHeader + " with (updlock, holdlock) where CompanyID=" +
+            std::to_string(s.companyId) + " and (TransID=" + std::to_string(transId) +
+            " or TransNo=" + QuotedText(transNo) + ")",
+        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    const bool taken = !rs->eof() && rs->field(0).toInt64() > 0;
+    rs->close();
+    return taken;
+}
+
+void frmPayrollAccountsLinking::TakeFreeEntryKeys(int32_t& transId) {
+    auto& s = module_.session;
+    // The key and the number were read before the transaction, so another copy saving at the
+    // same moment may have read them too; now that this save holds the lock, the one that
+    // comes second takes fresh ones instead of failing on the key.
+    for (int attempt = 1; EntryKeysTaken(transId, Trim(txtTransNo.text())); ++attempt) {
+        if (attempt == kKeyAttempts)
+            throw SaveStopped{"Other users are saving entries at this moment; press Ok again."};
+        transId = db_->nextFreeKey(s.tables.paPayAccLinkHeader + " where CompanyID = " +
+                                       std::to_string(s.companyId),
+                                   "TransID");
+        txtTransNo.setText(EntryNumberOrStop());
+    }
+}
+
+void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
+    auto& s = module_.session;
+    std::vector<std::string> ticked;
+    for (const auto& [key, isTicked] : SourceTicks())
+        if (isTicked) ticked.push_back(key);
+    const bool payroll = Trim(cboType.text()) == "Payroll";
+    for (size_t from = 0; from < ticked.size(); from += kSourcesPerCheck) {
+        std::string keys;
+        for (size_t i = from; i < ticked.size() && i < from + kSourcesPerCheck; ++i)
+            keys += (keys.empty() ? "" : ",") + std::to_string(WholeNumber(ticked[i]));
+        // Another live entry that links one of these sources, whoever saved it since they were
+        // listed; this entry's own links do not count.
+        auto rs = module_.connection().open(
+            "select h.TransNo from " + s.tables.paPayAccLinkHeader + " h with (updlock, holdlock), " +
+                s.tables.paPayAccLinkDetails + " d where d.CompanyID=h.CompanyID and d.TransID=h.TransID" +
+                " and h.CompanyID=" + std::to_string(s.companyId) + " and h.Cancelled=0 and h.TransID<>" +
+                std::to_string(ownTransId) + (payroll ? " and h.TransType='P'" : " and h.TransType<>'P'") +
+                " and d.RefTransID in (" + keys + ") order by h.TransID",
+            data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+        if (!rs->eof()) {
+            const std::string other = Trim(rs->field(0).joinText());
+            rs->close();
+            throw SaveStopped{"Entry " + other +
+                              " has linked some of the ticked transactions since they were listed; "
+                              "press Show again to list the ones still open."};
+        }
+        rs->close();
+    }
+}
+
+void frmPayrollAccountsLinking::StopIfEntryClosed(int32_t transId) {
+    auto& s = module_.session;
+    auto rs = module_.connection().open(
+        "select Cancelled, Posted from " + s.tables.paPayAccLinkHeader +
+            " with (updlock, holdlock) where CompanyID=" + std::to_string(s.companyId) +
+            " and TransID=" + std::to_string(transId),
+        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    const bool closed = rs->eof() || rs->field("Cancelled").isOne() || rs->field("Posted").isOne();
+    rs->close();
+    // Saving it now would flag its sources again under an entry that no longer counts.
+    if (closed)
+        throw SaveStopped{"This entry has been cancelled or posted by another user meanwhile; "
+                          "close the screen to leave it as it is."};
 }
 
 void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, int32_t transId) {

@@ -10,7 +10,7 @@ namespace linking {
 namespace {
 
 // The browser's columns that the cancellation reads and marks.
-constexpr int kColTransID = 0, kColType = 3, kColCancel = 5;
+constexpr int kColTransID = 0, kColType = 3, kColCancel = 5, kColPosted = 6;
 constexpr uint32_t kCancelledColor = 255;  // red, as the browser colours cancelled rows
 constexpr int16_t kApostrophe = 39;
 
@@ -65,6 +65,14 @@ void frmcancell::Cmdok_Click() {
 
         conn = &module_.connection();
         conn->beginTrans();
+        if (EntryClosedMeanwhile(row, transId)) {
+            conn->rollbackTrans();
+            module_.MsgBox("This entry has been cancelled or posted by another user meanwhile; it is left as it is.",
+                           ui::vbOKOnly + ui::vbInformation);
+            cmdok.setEnabled(false);
+            unload();
+            return;
+        }
 
         std::string sql = "update ";
         sql += module_.session.tables.paPayAccLinkHeader;
@@ -89,6 +97,29 @@ void frmcancell::Cmdok_Click() {
         if (conn != nullptr && conn->inTransaction()) conn->rollbackTrans();
         module_.LogError("frmcancell", "Cmdok_Click ", e);
     }
+}
+
+bool frmcancell::EntryClosedMeanwhile(int row, int32_t transId) {
+    // The browser's row may be older than another user's cancellation or posting: cancelling
+    // again would release the sources that a newer entry links and overwrite the first reason.
+    auto rs = module_.connection().open("select Cancelled, Posted from " +
+                                            module_.session.tables.paPayAccLinkHeader +
+                                            " with (updlock, holdlock) where CompanyID=" +
+                                            std::to_string(module_.session.companyId) +
+                                            " and TransID=" + std::to_string(transId),
+                                        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    const bool found = !rs->eof();
+    const bool cancelled = found && rs->field("Cancelled").isOne();
+    const bool posted = found && rs->field("Posted").isOne();
+    rs->close();
+    if (!cancelled && !posted) return false;
+
+    ui::FlexGrid& grid = module_.FrmMaster().flexMaster;
+    grid.setTextMatrix(row, kColCancel, cancelled ? "Yes" : "No");
+    grid.setTextMatrix(row, kColPosted, posted ? "Yes" : "No");
+    if (cancelled)
+        for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
+    return true;
 }
 
 void frmcancell::ReleaseSourceTransactions(const std::string& typeName, int32_t transId) {

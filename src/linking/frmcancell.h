@@ -29,6 +29,10 @@ public:
     const std::string& helpFile() const { return helpFile_; }
 
 private:
+    // Inside the cancellation's transaction: whether the entry was cancelled or posted since
+    // the browser listed it; if so its browser row is brought up to date.
+    bool EntryClosedMeanwhile(int row, int32_t transId);
+
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::string helpFile_;

@@ -363,6 +363,19 @@ private:
                 tok.text = "||";
             if (tok.kind != Tok::Ident) continue;
             std::string name = lower(tok.text);
+            // A table hint such as "with (updlock, holdlock)" asks the server for the locks that
+            // the embedded database's write lock already holds for the whole transaction.
+            if (name == "with" && has(k + 1) && at(k + 1).kind == Tok::LParen) {
+                const size_t close = matchForward(k + 1);
+                bool hints = close > k + 2;
+                for (size_t j = k + 2; j < close; ++j)
+                    hints = hints && (at(j).kind == Tok::Ident || at(j).kind == Tok::Comma);
+                if (hints) {
+                    for (size_t j = k; j <= close; ++j) t_[sig_[j]] = Token{Tok::Space, " "};
+                    k = close;
+                    continue;
+                }
+            }
             if (name == "top" && k > 0 &&
                 (isKeyword(at(k - 1), "select") || isKeyword(at(k - 1), "distinct")))
                 unsupported("SELECT TOP");
