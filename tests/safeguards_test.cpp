@@ -1,0 +1,367 @@
+// Where the component departs from the classic behaviour to keep data whole: two copies on one
+// database never post a source twice or share an entry's keys, a stale screen undoes nothing, a
+// failed save loses no typed work, and an entry balanced by hand re-opens as it was saved.
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include "journal/frmJournalDetails.h"
+#include "linking/frmcancell.h"
+#include "linking_fixture.h"
+
+namespace linkingtest {
+namespace {
+
+namespace pst = linking::pst;
+
+// A second copy of the component: its own toolkit, module and connection on the same file.
+struct OtherCopy {
+    OtherCopy(const entry::Module& first, const std::string& dbPath) : module(toolkit) {
+        module.session = first.session;
+        module.session.connection = data::sqlite::open(dbPath);
+    }
+    frmPayrollAccountsLinking& openNew() {
+        module.FrmMaster().cmdnew.userClick();
+        return module.frmPayrollAccountsLinking();
+    }
+    bool linkingOpen() const { return module.isLoaded("frmPayrollAccountsLinking"); }
+    ui::HeadlessToolkit toolkit;
+    entry::Module module;
+};
+
+class SafeguardTest : public LinkingTest {
+protected:
+    void SetUp() override {
+        LinkingTest::SetUp();
+        raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
+    }
+    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
+    void show(frmPayrollAccountsLinking& f, const std::string& type, const std::string& department = "Test Lab") {
+        ASSERT_TRUE(f.cboType.userSelectText(type));
+        ASSERT_TRUE(f.cboDepartment.userSelectText(department));
+        f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
+        f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
+        f.cmdShow.userClick();
+    }
+    // The live entries that link each source, one line per source.
+    std::string livePerSource() {
+        return rows(
+            "select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader h "
+            "where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 and "
+            "d.RefTransID>9000 group by d.RefTransID order by 1");
+    }
+    // A second department with a run for each of five employees of its own.
+    void addSecondDepartment(int runs) {
+        raw->execute("insert into " + mapped("pDepartment") + " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
+                     "values (1, 10, 'Test Lab B', 1)");
+        raw->execute(
+            "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
+            "values (1, 911, 'T911', 'Tester 911', 10, 1)");
+        for (int i = 1; i <= runs; ++i)
+            raw->execute(
+                "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
+                "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
+                "mppNetPay, mppPosted) values (1, " +
+                std::to_string(20000 + i) + ", 'PRB/" + std::to_string(i) +
+                "', '2026-11-28', 10, 911, 1000, 100, 50, 1050, 0)");
+    }
+};
+
+TEST_F(SafeguardTest, PaymentEntriesFlagTheirPaymentsAndReleaseThemWhenUntickedOrCancelled) {
+    addPayment(9501, "A", 901, 200, "2026-11-05");
+    addPayment(9502, "A", 902, 300, "2026-11-06");
+    auto& f = openNew();
+    show(f, "Salary Advances");
+    ASSERT_EQ(f.lvwTransactionDetails.count(), 4);  // a debit and a cash credit each
+    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    const std::string flags = "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
+
+    // Edited: the second payment unticked, so it is free again.
+    auto& e = openEdit(6);
+    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
+    e.lvwTransactions.userToggle(2);
+    e.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|0|\n");
+
+    toolkit.answers = {ui::vbYes};
+    browser().CmdDelete.userClick();
+    auto& c = module->frmcancell();
+    c.txtreason.userType("wrong month");
+    c.cmdok.userClick();
+    EXPECT_EQ(rows(flags), "9501|0|\n9502|0|\n");
+}
+
+// Two users Show the same selection and press Ok one after the other: the second is stopped
+// and keeps the screen, and each source stays linked by the first entry only.
+TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
+    addRun(9101, 901, 1000, 100, 50);
+    addRun(9102, 902, 1200, 100, 50);
+    addPayment(9501, "A", 901, 200, "2026-11-05");
+    struct Case {
+        std::string type;
+        ui::ListView& (*list)(frmPayrollAccountsLinking&);
+    };
+    const Case cases[] = {
+        {"Payroll", [](frmPayrollAccountsLinking& f) -> ui::ListView& { return f.lvwTransactions; }},
+        {"Salary Advances",
+         [](frmPayrollAccountsLinking& f) -> ui::ListView& { return f.lvwTransactionDetails; }}};
+    OtherCopy second(*module, dbPath);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.type);
+        auto& mine = openNew();
+        auto& theirs = second.openNew();
+        show(mine, c.type);
+        show(theirs, c.type);
+        for (auto* f : {&mine, &theirs})
+            for (int r = 1; r <= c.list(*f).count(); ++r) c.list(*f).userToggle(r);
+        const std::string dump = this->dump(theirs.lvwPostingDetails);
+
+        mine.cmdOk.userClick();
+        ASSERT_FALSE(linkingOpen()) << lastMessage();
+        const std::string number = scalar("select TransNo from paPayAccLinkHeader where TransID="
+                                          "(select max(TransID) from paPayAccLinkHeader)")
+                                       .toText();
+        theirs.cmdOk.userClick();
+        ASSERT_TRUE(second.linkingOpen());
+        ASSERT_TRUE(second.toolkit.lastMessage());
+        EXPECT_EQ(second.toolkit.lastMessage()->text,
+                  "Entry " + number +
+                      " has linked some of the ticked transactions since they were listed; press Show "
+                      "again to list the ones still open.");
+        EXPECT_EQ(second.toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+        EXPECT_EQ(this->dump(theirs.lvwPostingDetails), dump);
+        EXPECT_EQ(theirs.txtTransNo.text(), "");
+        // The screen is as unsaved as before: closing it asks.
+        second.toolkit.answers = {ui::vbNo};
+        theirs.cmdClose.userClick();
+        EXPECT_EQ(second.toolkit.lastMessage()->text, "Save Changes?");
+        EXPECT_FALSE(second.linkingOpen());
+    }
+    EXPECT_EQ(livePerSource(), "9101|1|\n9102|1|\n9501|1|\n");
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
+}
+
+// A browser opened before another user cancelled the entry and linked its runs again.
+TEST_F(SafeguardTest, StaleCancellationChangesNothingAndRefreshesTheRow) {
+    addRun(9101, 901, 1000, 100, 50);
+    auto& f = openNew();
+    show(f, "Payroll");
+    f.lvwTransactions.userToggle(1);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+
+    OtherCopy stale(*module, dbPath);
+    auto& g = stale.module.FrmMaster().flexMaster;
+    g.userSelectCell(g.rows() - 1, 0);
+    ASSERT_EQ(g.textMatrix(g.row(), 0), "6");
+
+    toolkit.answers = {ui::vbYes};
+    browser().CmdDelete.userClick();
+    module->frmcancell().txtreason.userType("first reason");
+    module->frmcancell().cmdok.userClick();
+    auto& again = openNew();
+    show(again, "Payroll");
+    again.lvwTransactions.userToggle(1);
+    again.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    const std::string before = rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
+                               rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+
+    stale.toolkit.answers = {ui::vbYes};
+    stale.module.FrmMaster().CmdDelete.userClick();
+    stale.module.frmcancell().txtreason.userType("second reason");
+    stale.module.frmcancell().cmdok.userClick();
+    EXPECT_EQ(stale.toolkit.lastMessage()->text,
+              "This entry has been cancelled or posted by another user meanwhile; it is left as it is.");
+    EXPECT_FALSE(stale.module.isLoaded("frmcancell"));
+    EXPECT_EQ(rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
+                  rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101"),
+              before);
+    EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
+    EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
+}
+
+// Two copies saving at the same moment, each its own department: every save goes through with
+// a key and a number of its own.
+TEST_F(SafeguardTest, ParallelSavesOfTwoCopiesAllSucceedWithDistinctNumbers) {
+    constexpr int kEach = 50;
+    for (int i = 1; i <= kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
+    addSecondDepartment(kEach);
+    OtherCopy a(*module, dbPath), b(*module, dbPath);
+    auto saveAll = [](OtherCopy* copy, std::string department, std::vector<std::string>* failures) {
+        for (int i = 0; i < kEach; ++i) {
+            auto& f = copy->openNew();
+            f.cboType.userSelectText("Payroll");
+            f.cboDepartment.userSelectText(department);
+            f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
+            f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
+            f.cmdShow.userClick();
+            if (f.lvwTransactions.count() > 0) f.lvwTransactions.userToggle(1);
+            f.cmdOk.userClick();
+            if (copy->linkingOpen()) {
+                failures->push_back(copy->toolkit.lastMessage() ? copy->toolkit.lastMessage()->text : "?");
+                copy->toolkit.answers = {ui::vbNo};
+                f.cmdClose.userClick();
+            }
+            copy->module.collect();
+        }
+    };
+    std::vector<std::string> failuresA, failuresB;
+    std::thread ta(saveAll, &a, "Test Lab", &failuresA), tb(saveAll, &b, "Test Lab B", &failuresB);
+    ta.join();
+    tb.join();
+    EXPECT_EQ(failuresA, std::vector<std::string>{});
+    EXPECT_EQ(failuresB, std::vector<std::string>{});
+    EXPECT_EQ(count("select count(distinct TransID) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
+              2 * kEach);
+    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
+              2 * kEach);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
+              2 * kEach);
+}
+
+// The same with two programs: two host processes running a script of saves each.
+TEST_F(SafeguardTest, ParallelSavesOfTwoProgramsAllSucceed) {
+    constexpr int kEach = 50;
+    for (int i = 1; i <= kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
+    addSecondDepartment(kEach);
+    auto script = [&](const std::string& department) {
+        std::string path = tmp.file(department + ".script"), text;
+        for (int i = 0; i < kEach; ++i)
+            text += "click cmdnew\nselect cboType Payroll\nselect cboDepartment " + department +
+                    "\nset dtpFromDate 01/11/2026\nset dtpToDate 30/11/2026\nclick cmdShow\n"
+                    "tick lvwTransactions 1\nclick cmdOk\n";
+        std::ofstream(path) << text;
+        return path;
+    };
+    auto run = [&](std::string path, int* status) {
+        const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() + "' timeout 300 '" PAYACC_BINARY_DIR
+                                "/app/payacclink' script '" + path + "' --db '" + dbPath +
+                                "' --date 15/10/2026 --user 1 --company 1 >'" + path + ".out' 2>&1";
+        const int raw = std::system(cmd.c_str());
+        *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    };
+    int statusA = -1, statusB = -1;
+    std::thread ta(run, script("Test Lab"), &statusA), tb(run, script("Test Lab B"), &statusB);
+    ta.join();
+    tb.join();
+    EXPECT_EQ(statusA, 0);
+    EXPECT_EQ(statusB, 0);
+    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
+              2 * kEach);
+    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
+              2 * kEach);
+}
+
+// A save that fails leaves the work unsaved: Close asks, and a failing save reached from that
+// question keeps the screen open.
+TEST_F(SafeguardTest, FailedSaveKeepsTheWorkAndCloseStillAsks) {
+    addRun(9101, 901, 1000, 100, 50);
+    auto& f = openNew();
+    show(f, "Payroll");
+    f.lvwTransactions.userToggle(1);
+    trace->beforeEach = [](const data::TraceEntry& e) {
+        if (e.text.find("insert into paPayAccLinkPostingDetails") != std::string::npos)
+            throw common::Error(-2147467259, "test", "database is locked");
+    };
+    f.cmdOk.userClick();
+    EXPECT_EQ(lastMessage(), "database is locked");
+    ASSERT_TRUE(linkingOpen());
+    EXPECT_EQ(f.txtTransNo.text(), "");
+
+    toolkit.answers = {ui::vbYes};
+    f.cmdClose.userClick();
+    EXPECT_EQ(toolkit.messages[toolkit.messages.size() - 2].request.text, "Save Changes?");
+    EXPECT_EQ(lastMessage(), "database is locked");
+    ASSERT_TRUE(linkingOpen());
+
+    trace->beforeEach = nullptr;
+    toolkit.answers = {ui::vbYes};
+    f.cmdClose.userClick();
+    EXPECT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 6);
+    EXPECT_EQ(count("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101"), 1);
+}
+
+// A debit gathered, its credit added by hand: re-opened, the line is still a credit of the same
+// amount, and saving it unchanged writes the same rows again.
+TEST_F(SafeguardTest, HandBalancedEntryReopensAndResavesUnchanged) {
+    addPayment(9301, "A", 901, 250.75, "2026-11-10");
+    auto& f = openNew();
+    show(f, "Salary Advances");
+    f.lvwTransactionDetails.userToggle(1);
+    f.lvwPostingDetails.userSelectRow(1);
+    f.lvwPostingDetails.userRightClick();
+    f.mnuAdd.userClick();
+    auto& ed = module->frmJournalDetails();
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("Emirates Bank Current Account"));
+    ed.txtDescription.userType("Paid by bank transfer");
+    // Leaving the amount box puts a number in the amount pattern and leaves anything else alone.
+    ed.txtAmount.userPaste("abc");
+    ed.txtAmount.LostFocus();
+    EXPECT_EQ(ed.txtAmount.text(), "abc");
+    ed.txtAmount.userPaste("250.75");
+    ed.txtAmount.LostFocus();
+    EXPECT_EQ(ed.txtAmount.text(), "250.75");
+    ed.cmdOK.userClick();
+    ed.cmdCancel.userClick();
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    const std::string stored =
+        "select DetailID, AccountID, Description, DebitAmount, CreditAmount, DeptAmount, CompAmount, "
+        "RefTransAmount, Editable from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 order by 1";
+    const std::string saved = rows(stored);
+
+    auto& e = openEdit(6);
+    EXPECT_EQ(e.txtTotDepAmount.text(), "0.00");
+    EXPECT_EQ(e.lvwPostingDetails.cell(2, pst::TotalAmount), "-250.75");
+    e.lvwPostingDetails.userSelectRow(2);
+    e.lvwPostingDetails.userDblClick();
+    auto& line = module->frmJournalDetails();
+    EXPECT_TRUE(line.optCredit.value());
+    EXPECT_EQ(line.txtAmount.text(), "250.75");
+    line.cmdOK.userClick();  // committed as it stands
+    line.cmdCancel.userClick();
+    EXPECT_EQ(e.txtTotDepAmount.text(), "0.00");
+    e.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(rows(stored), saved);
+}
+
+// The entry number's own handler, and a prefix in another script counted in characters.
+TEST_F(SafeguardTest, EntryNumberFailureIsLoggedAndAPrefixCountsCharacters) {
+    addRun(9101, 901, 1000, 100, 50);
+    raw->execute("update pprefix set Prefix='ق/' where companyid=1 and InterfaceID=60");
+    raw->execute("update paPayAccLinkHeader set TransNo='ق/' || TransID where CompanyID=1");
+    auto& f = openNew();
+    show(f, "Payroll");
+    f.lvwTransactions.userToggle(1);
+    trace->beforeEach = [](const data::TraceEntry& e) {
+        if (e.text.find("Select isnull(max(convert(int,right(TransNo") != std::string::npos)
+            throw common::Error(-2147217900, "test", "number statement failed");
+    };
+    f.cmdOk.userClick();
+    trace->beforeEach = nullptr;
+    EXPECT_EQ(lastMessage(), "number statement failed");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
+    std::ifstream log(data::errorLogPath());
+    std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("Employeeexit:"), std::string::npos) << text;
+    EXPECT_NE(text.find(":Generateexitno:N\r\n"), std::string::npos) << text;
+    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1 and TransNo=''"), 0);
+
+    if (linkingOpen()) f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(scalar("select TransNo from paPayAccLinkHeader where TransID=6").toText(), "ق/6");
+
+}
+
+}  // namespace
+}  // namespace linkingtest
