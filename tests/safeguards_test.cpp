@@ -335,8 +335,9 @@ TEST_F(SafeguardTest, HandBalancedEntryReopensAndResavesUnchanged) {
     EXPECT_EQ(rows(stored), saved);
 }
 
-// The entry number's own handler, and a prefix in another script counted in characters.
-TEST_F(SafeguardTest, EntryNumberFailureIsLoggedAndAPrefixCountsCharacters) {
+// The entry number's own handler, a prefix in another script counted in characters, and a
+// table mapping that fails on a later Show.
+TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     addRun(9101, 901, 1000, 100, 50);
     raw->execute("update pprefix set Prefix='ق/' where companyid=1 and InterfaceID=60");
     raw->execute("update paPayAccLinkHeader set TransNo='ق/' || TransID where CompanyID=1");
@@ -360,6 +361,19 @@ TEST_F(SafeguardTest, EntryNumberFailureIsLoggedAndAPrefixCountsCharacters) {
     if (linkingOpen()) f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
     EXPECT_EQ(scalar("select TransNo from paPayAccLinkHeader where TransID=6").toText(), "ق/6");
+
+    // A table mapping that fails on a later Show is logged and shown, and the browser loads.
+    browser().CmdClose.userClick();
+    module->collect();
+    raw->execute("alter table linktable rename to linktable_gone");
+    module->session.connection = trace;
+    browser();
+    EXPECT_TRUE(module->isLoaded("FrmMaster"));
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
+    std::ifstream again(data::errorLogPath());
+    text.assign(std::istreambuf_iterator<char>(again), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("FrmMaster:"), std::string::npos) << text;
+    EXPECT_NE(text.find(":AssignTableName:N\r\n"), std::string::npos) << text;
 
 }
 

@@ -88,9 +88,11 @@ void FrmMaster::Form_Load() {
 
     try {
         data::AssignTableName(module_.connection(), module_.session.tables);
-    } catch (const common::Error&) {
-        // The mapping ends quietly and the load goes on with the names it has: the first
-        // statement that needs a missing name is the one the user sees fail.
+    } catch (const common::Error& e) {
+        // The load goes on with the names it has. A later Show keeps those of the first and logs
+        // the failure as any handler does; before any mapping the log could not even name the
+        // user, so the first statement that needs a missing name is what the user sees fail.
+        if (!module_.session.tables.pusers.empty()) module_.LogError("FrmMaster", "AssignTableName", e);
     }
 
     // The suite's settings table is named literally here, not through the mapping.
