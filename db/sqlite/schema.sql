@@ -53,6 +53,8 @@ CREATE TABLE paPayAccLinkDetails (
     Credit          INTEGER DEFAULT 0,
     PRIMARY KEY (CompanyID, TransID, DetailID)
 );
+-- The save looks up which entries link a source.
+CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID);
 
 CREATE TABLE paPayAccLinkPostingDetails (
     CompanyID      INTEGER NOT NULL,

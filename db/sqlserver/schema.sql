@@ -50,6 +50,8 @@ CREATE TABLE paPayAccLinkDetails (
     Credit          int NULL DEFAULT 0,
     CONSTRAINT pkPayAccLinkDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
+-- The save looks up which entries link a source.
+CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID);
 
 CREATE TABLE paPayAccLinkPostingDetails (
     CompanyID      int NOT NULL,
