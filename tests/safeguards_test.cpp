@@ -39,7 +39,8 @@ protected:
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
     bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
-    void show(frmPayrollAccountsLinking& f, const std::string& type, const std::string& department = "Test Lab") {
+    void show(frmPayrollAccountsLinking& f, const std::string& type,
+              const std::string& department = "Test Lab") {
         ASSERT_TRUE(f.cboType.userSelectText(type));
         ASSERT_TRUE(f.cboDepartment.userSelectText(department));
         f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
@@ -55,7 +56,8 @@ protected:
     }
     // A second department with a run for each of five employees of its own.
     void addSecondDepartment(int runs) {
-        raw->execute("insert into " + mapped("pDepartment") + " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
+        raw->execute("insert into " + mapped("pDepartment") +
+                     " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
                      "values (1, 10, 'Test Lab B', 1)");
         raw->execute(
             "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
@@ -79,7 +81,8 @@ TEST_F(SafeguardTest, PaymentEntriesFlagTheirPaymentsAndReleaseThemWhenUntickedO
     for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
     f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string flags = "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
+    const std::string flags =
+        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
     EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
 
     // Edited: the second payment unticked, so it is free again.
@@ -125,8 +128,9 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
 
         mine.cmdOk.userClick();
         ASSERT_FALSE(linkingOpen()) << lastMessage();
-        const std::string number = scalar("select TransNo from paPayAccLinkHeader where TransID="
-                                          "(select max(TransID) from paPayAccLinkHeader)")
+        const std::string number = scalar(
+                                       "select TransNo from paPayAccLinkHeader where TransID="
+                                       "(select max(TransID) from paPayAccLinkHeader)")
                                        .toText();
         theirs.cmdOk.userClick();
         ASSERT_TRUE(second.linkingOpen());
@@ -148,8 +152,9 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
 }
 
-// A browser opened before another user cancelled the entry and linked its runs again.
-TEST_F(SafeguardTest, StaleCancellationChangesNothingAndRefreshesTheRow) {
+// A browser (and an edit) opened before another user cancelled the entry and linked its runs
+// again.
+TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     addRun(9101, 901, 1000, 100, 50);
     auto& f = openNew();
     show(f, "Payroll");
@@ -161,6 +166,10 @@ TEST_F(SafeguardTest, StaleCancellationChangesNothingAndRefreshesTheRow) {
     auto& g = stale.module.FrmMaster().flexMaster;
     g.userSelectCell(g.rows() - 1, 0);
     ASSERT_EQ(g.textMatrix(g.row(), 0), "6");
+    // The other user also has the entry open for editing.
+    stale.module.FrmMaster().CmdEdit.userClick();
+    auto& editing = stale.module.frmPayrollAccountsLinking();
+    editing.txtRemarks.userPaste("edited late");
 
     toolkit.answers = {ui::vbYes};
     browser().CmdDelete.userClick();
@@ -171,8 +180,17 @@ TEST_F(SafeguardTest, StaleCancellationChangesNothingAndRefreshesTheRow) {
     again.lvwTransactions.userToggle(1);
     again.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string before = rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-                               rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+    const std::string before =
+        rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
+        rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+
+    editing.cmdOk.userClick();
+    EXPECT_EQ(stale.toolkit.lastMessage()->text,
+              "This entry has been cancelled or posted by another user meanwhile; close the screen to "
+              "leave it as it is.");
+    stale.toolkit.answers = {ui::vbNo};
+    editing.cmdClose.userClick();
+    ASSERT_FALSE(stale.linkingOpen());
 
     stale.toolkit.answers = {ui::vbYes};
     stale.module.FrmMaster().CmdDelete.userClick();
@@ -242,9 +260,10 @@ TEST_F(SafeguardTest, ParallelSavesOfTwoProgramsAllSucceed) {
         return path;
     };
     auto run = [&](std::string path, int* status) {
-        const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() + "' timeout 300 '" PAYACC_BINARY_DIR
-                                "/app/payacclink' script '" + path + "' --db '" + dbPath +
-                                "' --date 15/10/2026 --user 1 --company 1 >'" + path + ".out' 2>&1";
+        const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() +
+                                "' timeout 300 '" PAYACC_BINARY_DIR "/app/payacclink' script '" + path +
+                                "' --db '" + dbPath + "' --date 15/10/2026 --user 1 --company 1 >'" + path +
+                                ".out' 2>&1";
         const int raw = std::system(cmd.c_str());
         *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     };
@@ -374,7 +393,6 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     text.assign(std::istreambuf_iterator<char>(again), std::istreambuf_iterator<char>());
     EXPECT_NE(text.find("FrmMaster:"), std::string::npos) << text;
     EXPECT_NE(text.find(":AssignTableName:N\r\n"), std::string::npos) << text;
-
 }
 
 }  // namespace

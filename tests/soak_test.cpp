@@ -234,7 +234,10 @@ protected:
         for (int copy : {first, 1 - first}) {
             use(copy);
             auto& f = openNew(type);
-            if (type == "Payroll") pickRuns(f); else pickPayments(f);
+            if (type == "Payroll")
+                pickRuns(f);
+            else
+                pickPayments(f);
         }
         for (int copy : {first, 1 - first}) {
             use(copy);
@@ -315,8 +318,8 @@ protected:
         return rows("select s." + id + ", " + posted + ", count(l.TransID) from " + table +
                     " s left join (select distinct d.RefTransID, h.TransID from paPayAccLinkDetails d join "
                     "paPayAccLinkHeader h on h.CompanyID=d.CompanyID and h.TransID=d.TransID where "
-                    "h.CompanyID=1 and coalesce(h.Cancelled, 0) <> 1 and h.TransType " + types +
-                    ") l on l.RefTransID=s." + id + " where s." + p + "CompanyID=1 group by s." + id +
+                    "h.CompanyID=1 and coalesce(h.Cancelled, 0) <> 1 and h.TransType " +
+                    types + ") l on l.RefTransID=s." + id + " where s." + p + "CompanyID=1 group by s." + id +
                     " having count(l.TransID) <> max(" + posted + ")");
     }
 
@@ -331,7 +334,9 @@ protected:
                        "(max(Editable) = 'N' and abs(sum(DebitAmount) - sum(CreditAmount)) >= 0.005)"),
                   "")
             << "entries that do not balance";
-        EXPECT_EQ(count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and CreditAmount < 0"), 0);
+        EXPECT_EQ(
+            count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and CreditAmount < 0"),
+            0);
         EXPECT_EQ(sourcesOutOfStep("pMonthlyPayRollProcessing", "mpp", "mppProcessID", "= 'P'"), "")
             << "runs whose flag disagrees with the live entries";
         EXPECT_EQ(sourcesOutOfStep("pPaymentHeader", "ph", "phPaymentID", "<> 'P'"), "")
@@ -418,8 +423,9 @@ TEST_F(SoakTest, RandomOperationsKeepEveryEntryBalancedFlaggedAndWhole) {
         ++done[name];
     }
     std::cout << "[ soak     ] seed " << seed << ": " << done["new payroll"] << " new payroll, "
-              << done["new payment"] << " new payment, " << done["race"] << " race, " << done["edit"] << " edit, " << done["cancel"]
-              << " cancel; " << saves << " saves, " << handLines << " lines by hand\n";
+              << done["new payment"] << " new payment, " << done["race"] << " race, " << done["edit"]
+              << " edit, " << done["cancel"] << " cancel; " << saves << " saves, " << handLines
+              << " lines by hand\n";
     // The walk did what it is for: entries saved, balanced by hand, edited and cancelled.
     if (ops >= 100 && !HasFailure()) {
         EXPECT_GT(saves, 10);

@@ -353,9 +353,9 @@ std::string frmPayrollAccountsLinking::EntryNumberOrStop() {
 bool frmPayrollAccountsLinking::EntryKeysTaken(int32_t transId, const std::string& transNo) {
     auto& s = module_.session;
     auto rs = module_.connection().open(
-        "select count(*) from " + s.tables.paPayAccLinkHeader + " with (updlock, holdlock) where CompanyID=" +
-            std::to_string(s.companyId) + " and (TransID=" + std::to_string(transId) +
-            " or TransNo=" + QuotedText(transNo) + ")",
+        "select count(*) from " + s.tables.paPayAccLinkHeader +
+            " with (updlock, holdlock) where CompanyID=" + std::to_string(s.companyId) +
+            " and (TransID=" + std::to_string(transId) + " or TransNo=" + QuotedText(transNo) + ")",
         data::CursorType::ForwardOnly, data::LockType::ReadOnly);
     const bool taken = !rs->eof() && rs->field(0).toInt64() > 0;
     rs->close();
@@ -370,9 +370,8 @@ void frmPayrollAccountsLinking::TakeFreeEntryKeys(int32_t& transId) {
     for (int attempt = 1; EntryKeysTaken(transId, Trim(txtTransNo.text())); ++attempt) {
         if (attempt == kKeyAttempts)
             throw SaveStopped{"Other users are saving entries at this moment; press Ok again."};
-        transId = db_->nextFreeKey(s.tables.paPayAccLinkHeader + " where CompanyID = " +
-                                       std::to_string(s.companyId),
-                                   "TransID");
+        transId = db_->nextFreeKey(
+            s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId), "TransID");
         txtTransNo.setText(EntryNumberOrStop());
     }
 }
@@ -418,8 +417,9 @@ void frmPayrollAccountsLinking::StopIfEntryClosed(int32_t transId) {
     rs->close();
     // Saving it now would flag its sources again under an entry that no longer counts.
     if (closed)
-        throw SaveStopped{"This entry has been cancelled or posted by another user meanwhile; "
-                          "close the screen to leave it as it is."};
+        throw SaveStopped{
+            "This entry has been cancelled or posted by another user meanwhile; "
+            "close the screen to leave it as it is."};
 }
 
 void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, int32_t transId) {

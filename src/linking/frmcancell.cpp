@@ -67,8 +67,9 @@ void frmcancell::Cmdok_Click() {
         conn->beginTrans();
         if (EntryClosedMeanwhile(row, transId)) {
             conn->rollbackTrans();
-            module_.MsgBox("This entry has been cancelled or posted by another user meanwhile; it is left as it is.",
-                           ui::vbOKOnly + ui::vbInformation);
+            module_.MsgBox(
+                "This entry has been cancelled or posted by another user meanwhile; it is left as it is.",
+                ui::vbOKOnly + ui::vbInformation);
             cmdok.setEnabled(false);
             unload();
             return;
@@ -102,12 +103,11 @@ void frmcancell::Cmdok_Click() {
 bool frmcancell::EntryClosedMeanwhile(int row, int32_t transId) {
     // The browser's row may be older than another user's cancellation or posting: cancelling
     // again would release the sources that a newer entry links and overwrite the first reason.
-    auto rs = module_.connection().open("select Cancelled, Posted from " +
-                                            module_.session.tables.paPayAccLinkHeader +
-                                            " with (updlock, holdlock) where CompanyID=" +
-                                            std::to_string(module_.session.companyId) +
-                                            " and TransID=" + std::to_string(transId),
-                                        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    auto rs = module_.connection().open(
+        "select Cancelled, Posted from " + module_.session.tables.paPayAccLinkHeader +
+            " with (updlock, holdlock) where CompanyID=" + std::to_string(module_.session.companyId) +
+            " and TransID=" + std::to_string(transId),
+        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
     const bool found = !rs->eof();
     const bool cancelled = found && rs->field("Cancelled").isOne();
     const bool posted = found && rs->field("Posted").isOne();
