@@ -206,12 +206,14 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
 }
 
-// Two copies saving at the same moment, each its own department: every save goes through with
-// a key and a number of its own.
-TEST_F(SafeguardTest, ParallelSavesOfTwoCopiesAllSucceedWithDistinctNumbers) {
+// Saves at the same moment, each side in a department of its own: first two copies in one
+// program, then two programs. Every save goes through with a key and a number of its own.
+TEST_F(SafeguardTest, ParallelSavesAllSucceedWithDistinctNumbers) {
     constexpr int kEach = 50;
-    for (int i = 1; i <= kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
-    addSecondDepartment(kEach);
+    for (int i = 1; i <= 2 * kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
+    addSecondDepartment(2 * kEach);
+    const std::string departments[] = {"Test Lab", "Test Lab B"};
+
     OtherCopy a(*module, dbPath), b(*module, dbPath);
     auto saveAll = [](OtherCopy* copy, std::string department, std::vector<std::string>* failures) {
         for (int i = 0; i < kEach; ++i) {
@@ -232,34 +234,19 @@ TEST_F(SafeguardTest, ParallelSavesOfTwoCopiesAllSucceedWithDistinctNumbers) {
         }
     };
     std::vector<std::string> failuresA, failuresB;
-    std::thread ta(saveAll, &a, "Test Lab", &failuresA), tb(saveAll, &b, "Test Lab B", &failuresB);
+    std::thread ta(saveAll, &a, departments[0], &failuresA), tb(saveAll, &b, departments[1], &failuresB);
     ta.join();
     tb.join();
     EXPECT_EQ(failuresA, std::vector<std::string>{});
     EXPECT_EQ(failuresB, std::vector<std::string>{});
-    EXPECT_EQ(count("select count(distinct TransID) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              2 * kEach);
-    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              2 * kEach);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
-              2 * kEach);
-}
 
-// The same with two programs: two host processes running a script of saves each.
-TEST_F(SafeguardTest, ParallelSavesOfTwoProgramsAllSucceed) {
-    constexpr int kEach = 50;
-    for (int i = 1; i <= kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
-    addSecondDepartment(kEach);
-    auto script = [&](const std::string& department) {
+    auto run = [&](std::string department, int* status) {
         std::string path = tmp.file(department + ".script"), text;
         for (int i = 0; i < kEach; ++i)
             text += "click cmdnew\nselect cboType Payroll\nselect cboDepartment " + department +
                     "\nset dtpFromDate 01/11/2026\nset dtpToDate 30/11/2026\nclick cmdShow\n"
                     "tick lvwTransactions 1\nclick cmdOk\n";
         std::ofstream(path) << text;
-        return path;
-    };
-    auto run = [&](std::string path, int* status) {
         const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() +
                                 "' timeout 300 '" PAYACC_BINARY_DIR "/app/payacclink' script '" + path +
                                 "' --db '" + dbPath + "' --date 15/10/2026 --user 1 --company 1 >'" + path +
@@ -268,15 +255,18 @@ TEST_F(SafeguardTest, ParallelSavesOfTwoProgramsAllSucceed) {
         *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     };
     int statusA = -1, statusB = -1;
-    std::thread ta(run, script("Test Lab"), &statusA), tb(run, script("Test Lab B"), &statusB);
-    ta.join();
-    tb.join();
+    std::thread pa(run, departments[0], &statusA), pb(run, departments[1], &statusB);
+    pa.join();
+    pb.join();
     EXPECT_EQ(statusA, 0);
     EXPECT_EQ(statusB, 0);
+
+    EXPECT_EQ(count("select count(distinct TransID) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
+              4 * kEach);
     EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              2 * kEach);
+              4 * kEach);
     EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
-              2 * kEach);
+              4 * kEach);
 }
 
 // A save that fails leaves the work unsaved: Close asks, and a failing save reached from that
