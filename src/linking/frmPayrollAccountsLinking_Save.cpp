@@ -39,9 +39,10 @@ Value StoredCredit(const std::string& cell) {
     return Value(credit < 0 ? -credit : credit);
 }
 
+// Every type but payroll is a kind of payment.
 bool IsPaymentType(const std::string& type) {
-    return type == "Salary Advances" || type == "Reimbursements" || type == "Savings" ||
-           type == "Holded Salaries" || type == "Leave Encashments" || type == "Others";
+    const std::string code = entry::TypeCodeOfName(type);
+    return !code.empty() && code != "P";
 }
 
 // Characters, not bytes: a prefix in another script is cut where the server cuts it.
