@@ -3,6 +3,11 @@
 # Server scripts, the README and the manual page in the GNU places; `cpack -G DEB` makes
 # payacclink_VERSION_ARCH.deb with its dependencies read from the binaries.
 include(GNUInstallDirs)
+# Documentation under the package's name, as Debian has it, not the project's, unless the
+# packager chose a folder.
+if("$CACHE{CMAKE_INSTALL_DOCDIR}" STREQUAL "")
+  set(CMAKE_INSTALL_DOCDIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/payacclink")
+endif()
 
 install(TARGETS payacclink RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
