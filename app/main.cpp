@@ -4,7 +4,6 @@
 // Each mode is one subcommand: a function that declares it with its options, and a function
 // that runs it. main() lists them in one table and dispatches in one place.
 #include <CLI/CLI.hpp>
-
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -112,8 +111,9 @@ data::ConnectionPtr openFile(const std::string& path) {
     try {
         data::sqlite::upgrade(*c);
     } catch (const std::exception& e) {
-        throw UsageError{"database '" + path + "' was made by an older payacclink and cannot be brought up to date (" +
-                         e.what() + "); make it writable and start again, or make a new one with: payacclink init FILE"};
+        throw UsageError{"database '" + path +
+                         "' was made by an older payacclink and cannot be brought up to date (" + e.what() +
+                         "); make it writable and start again, or make a new one with: payacclink init FILE"};
     }
     return c;
 }
@@ -266,7 +266,8 @@ void addSessionOptions(CLI::App& cmd, Options& o) {
         ->check(CLI::Validator(dateCheck, "", "date"));
     cmd.add_option("--title", o.title, "the message boxes' title")->type_name("TEXT");
     cmd.add_option("--key", o.key, "the project key (default: the component's own)")->type_name("TEXT");
-    cmd.add_option("--trace-sql", o.traceSql, "write every statement and bound value to FILE")->type_name("FILE");
+    cmd.add_option("--trace-sql", o.traceSql, "write every statement and bound value to FILE")
+        ->type_name("FILE");
 }
 
 CLI::App* addGui(CLI::App& app, Options& o) {
@@ -286,7 +287,8 @@ CLI::App* addScript(CLI::App& app, Options& o) {
 }
 
 CLI::App* addInit(CLI::App& app, Options& o) {
-    auto* cmd = app.add_subcommand("init", "create an embedded database: schema and procedures, demo data with --demo");
+    auto* cmd = app.add_subcommand(
+        "init", "create an embedded database: schema and procedures, demo data with --demo");
     cmd->add_option("FILE", o.file, "the database to create; it must not exist")->type_name("")->required();
     auto* demo = cmd->add_flag("--demo", o.demo, "add the demo companies, payroll, payments and entries");
     cmd->add_option("--as-of", o.demoDay,
@@ -307,10 +309,12 @@ std::string mainFooter() {
     return "Without a mode the program starts in gui mode; `payacclink MODE --help` shows a mode's options.\n"
            "\n"
            "Files:\n"
-           "  demo database   $XDG_DATA_HOME/payacclink/demo.db (default ~/.local/share/payacclink/demo.db),\n"
+           "  demo database   $XDG_DATA_HOME/payacclink/demo.db (default "
+           "~/.local/share/payacclink/demo.db),\n"
            "                  made on first use when neither --db nor --odbc is given\n"
            "  error log       QORPayAccLinkingError.log beside the program when its folder is writable,\n"
-           "                  otherwise in $XDG_STATE_HOME/payacclink/ (default ~/.local/state/payacclink/);\n"
+           "                  otherwise in $XDG_STATE_HOME/payacclink/ (default "
+           "~/.local/state/payacclink/);\n"
            "                  here: " +
            log +
            "\n"

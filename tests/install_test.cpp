@@ -35,8 +35,9 @@ protected:
     // and schema must come from the program itself.
     Result run(const std::string& args, const std::string& env = "") {
         std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
-        std::string cmd = "cd '" + tmp.path().string() + "' && env -u PAYACC_PROCEDURE_DIR -u PAYACC_DEMO_DATE " +
-                          env + " PAYACC_LOG_DIR='" + tmp.path().string() + "' timeout 120 '" + kBinary + "' " +
+        std::string cmd = "cd '" + tmp.path().string() +
+                          "' && env -u PAYACC_PROCEDURE_DIR -u PAYACC_DEMO_DATE " + env +
+                          " PAYACC_LOG_DIR='" + tmp.path().string() + "' timeout 120 '" + kBinary + "' " +
                           args + " </dev/null >'" + out + "' 2>'" + err + "'";
         int raw = std::system(cmd.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
@@ -120,11 +121,12 @@ TEST_F(InstallTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
 
     // A fixed day gives the same data whenever it is made.
     ASSERT_EQ(run("init fixed.db --demo --as-of 28/10/2026").status, 0);
-    EXPECT_EQ(count("fixed.db", "select count(distinct mppProcessedDate) from pMonthlyPayRollProcessing "
-                                "where mppProcessedDate in ('2026-08-28', '2026-09-28', '2026-10-28')"),
+    EXPECT_EQ(count("fixed.db",
+                    "select count(distinct mppProcessedDate) from pMonthlyPayRollProcessing "
+                    "where mppProcessedDate in ('2026-08-28', '2026-09-28', '2026-10-28')"),
               3);
     ASSERT_EQ(run("init env.db --demo", "PAYACC_DEMO_DATE=28/10/2026").status, 0);
-    EXPECT_EQ(count("env.db", "select max(phDate) from pPaymentHeader") ,
+    EXPECT_EQ(count("env.db", "select max(phDate) from pPaymentHeader"),
               count("fixed.db", "select max(phDate) from pPaymentHeader"));
     EXPECT_EQ(run("init bad.db --demo --as-of 2026-10-28").status, 2);
     EXPECT_EQ(run("init bad.db --as-of 28/10/2026").status, 2) << "--as-of dates demo data only";

@@ -641,8 +641,8 @@ bool upgrade(Connection& c) {
     rs->close();
     if (!ours) return false;
     // Databases of the first builds got the table mapping only with the demo data.
-    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") + "\nPRAGMA user_version = " +
-                    std::to_string(kSchemaVersion) + ";\nCOMMIT;",
+    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") +
+                    "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
                 "schema upgrade");
     return true;
 }
