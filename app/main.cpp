@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "ReportCommands.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
 #include "data/Trace.h"
@@ -34,6 +35,8 @@ namespace {
 
 const char* const kUsage =
     "usage: payacclink [gui] [options] | payacclink script FILE [options] | payacclink init FILE [--demo]\n"
+    "       payacclink print --entry TRANSNO [--pdf FILE] [options]\n"
+    "       payacclink export --from dd/MM/yyyy --to dd/MM/yyyy [--csv FILE] [--include-cancelled] [options]\n"
     "options: --db FILE | --odbc \"CONNECTION STRING\"  --user N --company N --interface N\n"
     "         --date dd/MM/yyyy --title TEXT --key TEXT --trace-sql FILE\n";
 
@@ -49,6 +52,8 @@ struct Options {
     std::optional<std::string> db, odbc, traceSql;
     int32_t user = 1, company = 1, interface = 60;
     std::string date, title = "Payroll Accounts Linking", key = entry::kProjectKey;
+    app::PrintOptions print;
+    app::ExportOptions exportLines;
 };
 
 int32_t parseNumber(const std::string& option, const std::string& text) {
@@ -79,9 +84,10 @@ Options parseArguments(int argc, char** argv) {
     Options o;
     std::vector<std::string> args(argv + 1, argv + argc);
     size_t i = 0;
-    if (i < args.size() && (args[i] == "gui" || args[i] == "script" || args[i] == "init")) {
+    if (i < args.size() && (args[i] == "gui" || args[i] == "script" || args[i] == "init" || args[i] == "print" ||
+                            args[i] == "export")) {
         o.mode = args[i++];
-        if (o.mode != "gui") {
+        if (o.mode == "script" || o.mode == "init") {
             if (i >= args.size() || args[i].rfind("--", 0) == 0) throw UsageError{o.mode + " needs a FILE"};
             o.file = args[i++];
         }
@@ -117,6 +123,18 @@ Options parseArguments(int argc, char** argv) {
             o.key = value(a);
         else if (a == "--trace-sql")
             o.traceSql = value(a);
+        else if (o.mode == "print" && a == "--entry")
+            o.print.entry = value(a);
+        else if (o.mode == "print" && a == "--pdf")
+            o.print.pdf = value(a);
+        else if (o.mode == "export" && a == "--from")
+            o.exportLines.from = value(a);
+        else if (o.mode == "export" && a == "--to")
+            o.exportLines.to = value(a);
+        else if (o.mode == "export" && a == "--csv")
+            o.exportLines.csv = value(a);
+        else if (o.mode == "export" && a == "--include-cancelled")
+            o.exportLines.includeCancelled = true;
         else if (a == "--help" || a == "-h")
             throw UsageError{"help"};
         else
@@ -280,6 +298,8 @@ int main(int argc, char** argv) {
             connection = trace;
         }
         if (o.mode == "script") return runScript(o, connection);
+        if (o.mode == "print") return app::runPrint(o.print, {connection, o.user, o.company, o.interface});
+        if (o.mode == "export") return app::runExport(o.exportLines, {connection, o.user, o.company, o.interface});
         return runGui(argc, argv, o, connection);
     } catch (const UsageError& e) {
         if (e.message == "help") {
