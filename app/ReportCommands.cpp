@@ -48,7 +48,8 @@ data::TableNames checkedTables(const ReportSession& s) {
 // An entry number as a file name: separators and other awkward characters become '-'.
 std::string fileNameOf(const std::string& entryNo) {
     std::string name;
-    for (char c : entryNo) name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
+    for (char c : entryNo)
+        name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
     return (name.empty() ? std::string("voucher") : name) + ".pdf";
 }
 
@@ -91,15 +92,17 @@ int runPrint(const PrintOptions& o, const ReportSession& s) {
 
 int runExport(const ExportOptions& o, const ReportSession& s) {
     return guarded([&] {
-        if (o.from.empty() || o.to.empty()) throw Refused("export needs --from dd/MM/yyyy and --to dd/MM/yyyy");
+        if (o.from.empty() || o.to.empty())
+            throw Refused("export needs --from dd/MM/yyyy and --to dd/MM/yyyy");
         const common::DateTime from = dateOption("--from", o.from), to = dateOption("--to", o.to);
         if (to < from) throw Refused("the range is empty: --from " + o.from + " is after --to " + o.to);
         const data::TableNames tables = checkedTables(s);
         const report::Session rs{*s.connection, tables, s.companyId, s.userId};
         const std::vector<report::LedgerRow> rows = report::LoadLedgerRows(rs, from, to, o.includeCancelled);
         if (rows.empty())
-            throw Refused("no " + std::string(o.includeCancelled ? "" : "open or posted ") + "entries dated " +
-                          o.from + " to " + o.to + " in company " + std::to_string(s.companyId));
+            throw Refused("no " + std::string(o.includeCancelled ? "" : "open or posted ") +
+                          "entries dated " + o.from + " to " + o.to + " in company " +
+                          std::to_string(s.companyId));
         if (o.csv.empty()) {
             report::WriteLedgerCsv(std::cout, rows);
             return 0;

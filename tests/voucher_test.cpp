@@ -83,8 +83,8 @@ protected:
     Result run(const std::string& args) {
         const std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
         const std::string cmd = "cd '" + tmp.path().string() + "' && env -u DISPLAY -u QT_QPA_PLATFORM '" +
-                                kBinary + "' " + args + " --db '" + dbPath + "' </dev/null >'" + out + "' 2>'" +
-                                err + "'";
+                                kBinary + "' " + args + " --db '" + dbPath + "' </dev/null >'" + out +
+                                "' 2>'" + err + "'";
         const int raw = std::system(cmd.c_str());
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
     }
@@ -136,7 +136,8 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
     } catch (const common::Error& e) {
         EXPECT_EQ(e.number(), 3021);
     }
-    raw->execute("update paPayAccLinkPostingDetails set DebitAmount=DebitAmount+1 where TransID=4 and DetailID=1");
+    raw->execute(
+        "update paPayAccLinkPostingDetails set DebitAmount=DebitAmount+1 where TransID=4 and DetailID=1");
     EXPECT_FALSE(report::Balanced(report::LoadVoucher(session(), 4, "")));
 
     // Print on the browser's row of entry PAL/4 shows its voucher; a user without "P" has
@@ -192,17 +193,20 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntry) {
 }
 
 TEST_F(VoucherTest, ALongVoucherRunsOverPagesWithItsHeadingsOnEach) {
-    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                 "Remarks, Cancelled) values (1, 60, 3, 'PAL/60', '2026-10-31', 'O', 'Long entry', 0)");
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (1, 60, 3, 'PAL/60', '2026-10-31', 'O', 'Long entry', 0)");
     raw->beginTrans();
     for (int i = 1; i <= 2000; ++i) {
         const bool debit = i % 2 == 1;
         const std::string amount = common::Format2(100 + i);
-        raw->execute("insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
-                     "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
-                     "CompAmount) values (1, 60, " + std::to_string(i) + ", 3, " + (debit ? "2001" : "3001") +
-                     ", 'Account', 'Line " + std::to_string(i) + "', 'AED', 'AED', " + (debit ? amount : "0") + ", " +
-                     (debit ? "0" : common::Format2(100 + i - 1)) + ", 0, 0)");
+        raw->execute(
+            "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
+            "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
+            "CompAmount) values (1, 60, " +
+            std::to_string(i) + ", 3, " + (debit ? "2001" : "3001") + ", 'Account', 'Line " +
+            std::to_string(i) + "', 'AED', 'AED', " + (debit ? amount : "0") + ", " +
+            (debit ? "0" : common::Format2(100 + i - 1)) + ", 0, 0)");
     }
     raw->commitTrans();
     const Result r = run("print --entry PAL/60 --pdf long.pdf");
@@ -228,8 +232,9 @@ TEST_F(VoucherTest, ALongVoucherRunsOverPagesWithItsHeadingsOnEach) {
 
 TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     const std::string tricky = "Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
-    raw->execute("update paPayAccLinkPostingDetails set Description='" + std::string("Wages, \"extra\" ") +
-                 "\xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August' where CompanyID=1 and TransID=1 and DetailID=2");
+    raw->execute(
+        "update paPayAccLinkPostingDetails set Description='" + std::string("Wages, \"extra\" ") +
+        "\xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August' where CompanyID=1 and TransID=1 and DetailID=2");
     Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled");
     ASSERT_EQ(r.status, 0) << r.err;
     const auto records = readCsv(slurp(tmp.file("lines.csv")));
@@ -238,8 +243,10 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     EXPECT_EQ(records[0].size(), 14u);
 
     auto rs = raw->open(
-        "select h.TransNo, h.Cancelled, p.DetailID, p.AccountID, p.Description, p.DebitAmount, p.CreditAmount, "
-        "p.CompAmount from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID and "
+        "select h.TransNo, h.Cancelled, p.DetailID, p.AccountID, p.Description, p.DebitAmount, "
+        "p.CreditAmount, "
+        "p.CompAmount from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID "
+        "and "
         "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and '2026-08-31' "
         "order by h.TransDate, h.TransID, p.DetailID");
     size_t row = 1, cancelledRows = 0;
@@ -279,11 +286,13 @@ TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
     expectRefused(run("print --entry PAL/1 --pdf missing/x.pdf"), "cannot write 'missing/x.pdf'");
     expectRefused(run("print --entry PAL/1 --pdf x.pdf --user 3"), "no Print right");
     expectRefused(run("export --from 01/09/2026 --to 01/08/2026 --csv keep.csv"), "the range is empty");
-    expectRefused(run("export --from 01/01/2020 --to 31/01/2020 --csv keep.csv"), "no open or posted entries");
+    expectRefused(run("export --from 01/01/2020 --to 31/01/2020 --csv keep.csv"),
+                  "no open or posted entries");
     expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv"), "cannot write");
     expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4"), "no Print right");
     expectRefused(run("export --from 1/13/2026 --to 31/08/2026"), "--from needs a date");
-    if (!rootBypasses) expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv ro/z.csv"), "cannot write");
+    if (!rootBypasses)
+        expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv ro/z.csv"), "cannot write");
     EXPECT_EQ(slurp(tmp.file("keep.csv")), "old");
     EXPECT_FALSE(fs::exists(tmp.file("x.pdf")));
     for (const auto& e : fs::directory_iterator(tmp.path()))

@@ -55,8 +55,12 @@ public:
             x += kColumnSpec[c].share * width_;
             right_[c] = x;
         }
-        headings_ = {QStringLiteral("No."),    QStringLiteral("Account"), QStringLiteral("Account name"),
-                     QStringLiteral("Description"), QStringLiteral("Curr."), QStringLiteral("Debit"),
+        headings_ = {QStringLiteral("No."),
+                     QStringLiteral("Account"),
+                     QStringLiteral("Account name"),
+                     QStringLiteral("Description"),
+                     QStringLiteral("Curr."),
+                     QStringLiteral("Debit"),
                      QStringLiteral("Credit"),
                      QStringLiteral("Department") + currencySuffix(v.departmentCurrency),
                      QStringLiteral("Company") + currencySuffix(v.companyCurrency)};
@@ -88,7 +92,8 @@ public:
     double cellWidth(int c) const { return right_[c] - left_[c] - 2 * pt(2); }
     // Text wraps; numbers stand on one line (drawCells narrows the font of one too wide),
     // except in the headings.
-    double cellHeight(const std::array<QString, kColumns>& cells, const QFont& f, bool heading = false) const {
+    double cellHeight(const std::array<QString, kColumns>& cells, const QFont& f,
+                      bool heading = false) const {
         double h = textHeight(QString(), f, 0);
         for (int c = 0; c < kColumns; ++c)
             if (heading || !kColumnSpec[c].number) h = std::max(h, textHeight(cells[c], f, cellWidth(c)));
@@ -112,13 +117,19 @@ public:
                 amount(l.companyAmount)};
     }
     std::array<QString, kColumns> totalCells(const report::CurrencyTotal& t) const {
-        return {QString(),          QString(),          QStringLiteral("Total ") + qs(t.currency),
-                QString(),          qs(t.currency),     amount(t.debit),
-                amount(t.credit),   amount(t.departmentAmount), amount(t.companyAmount)};
+        return {QString(),
+                QString(),
+                QStringLiteral("Total ") + qs(t.currency),
+                QString(),
+                qs(t.currency),
+                amount(t.debit),
+                amount(t.credit),
+                amount(t.departmentAmount),
+                amount(t.companyAmount)};
     }
 
-    void drawCells(QPainter& p, double y, double h, const std::array<QString, kColumns>& cells, const QFont& f,
-                   bool heading = false) const {
+    void drawCells(QPainter& p, double y, double h, const std::array<QString, kColumns>& cells,
+                   const QFont& f, bool heading = false) const {
         for (int c = 0; c < kColumns; ++c) {
             if (cells[c].isEmpty()) continue;
             const QRectF r(left_[c] + pt(2), y + rowPad_, cellWidth(c), h - 2 * rowPad_);
@@ -182,9 +193,10 @@ Particulars particulars(const report::Voucher& v) {
         sources = QStringLiteral("none");
     } else {
         const bool one = v.sources.count == 1;
-        sources = QString::number(v.sources.count) +
-                  (v.sources.payroll ? (one ? QStringLiteral(" payroll run") : QStringLiteral(" payroll runs"))
-                                     : (one ? QStringLiteral(" payment") : QStringLiteral(" payments")));
+        sources =
+            QString::number(v.sources.count) +
+            (v.sources.payroll ? (one ? QStringLiteral(" payroll run") : QStringLiteral(" payroll runs"))
+                               : (one ? QStringLiteral(" payment") : QStringLiteral(" payments")));
         sources += QStringLiteral(", ") + QString::number(v.sources.employees) +
                    (v.sources.employees == 1 ? QStringLiteral(" employee") : QStringLiteral(" employees"));
         if (!v.sources.from.empty()) {
@@ -308,7 +320,8 @@ private:
         QFont title = l_.font(11, true);
         p.setFont(title);
         const double titleH = QFontMetricsF(title, &l_.device_).height();
-        p.drawText(QRectF(0, y, w, titleH), Qt::AlignHCenter | Qt::AlignTop, QStringLiteral("Journal Voucher"));
+        p.drawText(QRectF(0, y, w, titleH), Qt::AlignHCenter | Qt::AlignTop,
+                   QStringLiteral("Journal Voucher"));
         y += titleH + l_.pt(6);
 
         const Particulars pa = particulars(v_);

@@ -37,7 +37,8 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& 
     sql += " p.DetailID, p.AccountID, p.AccountDesc, p.Description, p.AccCurrSymbol, p.DebitAmount,";
     sql += " p.CreditAmount, p.DeptAmount, p.CompAmount";
     sql += " from " + t.paPayAccLinkHeader + " h";
-    sql += " inner join " + t.paPayAccLinkPostingDetails + " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
+    sql += " inner join " + t.paPayAccLinkPostingDetails +
+           " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
     sql += " left join " + t.pDepartment + " d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID";
     sql += " where h.CompanyID=" + std::to_string(s.companyId);
     // The day after the range as the upper bound keeps an entry dated with a time of day.
@@ -96,7 +97,9 @@ void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows) {
 }
 
 void WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write) {
-    auto fail = [&](const std::string& why) { throw std::runtime_error("cannot write '" + path + "': " + why); };
+    auto fail = [&](const std::string& why) {
+        throw std::runtime_error("cannot write '" + path + "': " + why);
+    };
     if (path.empty()) fail("no file name");
     const fs::path target = fs::absolute(path);
     std::error_code ec;

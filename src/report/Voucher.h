@@ -33,9 +33,9 @@ struct CurrencyTotal {
 
 // The payroll runs or payments that the entry links.
 struct SourceSummary {
-    bool payroll = true;  // payroll runs; payments otherwise
-    int count = 0;        // distinct source transactions
-    int employees = 0;    // distinct employees
+    bool payroll = true;   // payroll runs; payments otherwise
+    int count = 0;         // distinct source transactions
+    int employees = 0;     // distinct employees
     std::string from, to;  // first and last source date, dd/MM/yyyy; empty without sources
 };
 

@@ -40,9 +40,11 @@ void readHeader(const Session& s, int32_t transId, Voucher& v) {
     sql += " h.Posted, d.DepartmentName, dc.Symbol DepSymbol, c.CompanyName, cc.Symbol CompSymbol";
     sql += " from " + t.paPayAccLinkHeader + " h";
     sql += " left join " + t.pDepartment + " d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID";
-    sql += " left join " + t.pCurrencyMaster + " dc on dc.CompanyID=h.CompanyID and dc.CurrencyID=d.DepCurrencyID";
+    sql += " left join " + t.pCurrencyMaster +
+           " dc on dc.CompanyID=h.CompanyID and dc.CurrencyID=d.DepCurrencyID";
     sql += " left join " + t.pCompanyMaster + " c on c.CompanyID=h.CompanyID";
-    sql += " left join " + t.pCurrencyMaster + " cc on cc.CompanyID=h.CompanyID and cc.CurrencyID=c.CurrencyID";
+    sql +=
+        " left join " + t.pCurrencyMaster + " cc on cc.CompanyID=h.CompanyID and cc.CurrencyID=c.CurrencyID";
     sql += " where h.CompanyID=" + company + " and h.TransID=" + std::to_string(transId);
     auto rs = s.connection.open(sql);
     if (rs->eof())
@@ -115,7 +117,8 @@ void readSources(const Session& s, int32_t transId, Voucher& v) {
 
 // The user's full name where the suite keeps one, else the login name.
 std::string userName(const Session& s) {
-    auto rs = s.connection.open("select * from " + s.tables.pusers + " where userid=" + std::to_string(s.userId));
+    auto rs =
+        s.connection.open("select * from " + s.tables.pusers + " where userid=" + std::to_string(s.userId));
     std::string name;
     if (!rs->eof()) {
         const int full = rs->fieldIndex("fullname");
@@ -168,7 +171,7 @@ std::string NowText() {
     std::tm local{};
     localtime_r(&now, &local);
     const common::DateTime d{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                             local.tm_hour,        local.tm_min,      0};
+                             local.tm_hour,        local.tm_min,     0};
     return common::formatDate(d, "dd/MM/yyyy") + " " + common::formatDate(d, "HH:mm:ss").substr(0, 5);
 }
 

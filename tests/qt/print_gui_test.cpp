@@ -34,7 +34,10 @@ TEST_F(PrintGuiTest, PrintOpensThePreviewOfTheSelectedEntryOnlyWithTheRight) {
             EXPECT_EQ(print->isEnabled(), user == 1);
             if (user == 1) {
                 whenReady(
-                    [] { return qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget()) != nullptr; },
+                    [] {
+                        return qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget()) !=
+                               nullptr;
+                    },
                     [&] {
                         auto* preview = qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget());
                         title = preview->windowTitle();
