@@ -289,6 +289,13 @@ private:
             return at;
         };
         for (double h : lineH_) lines_.push_back(placeRow(h));
+        // Totals never stand alone under the headings: the last line goes over with them,
+        // unless it is the only line of its page.
+        if (lines_.size() >= 2 && y + totalsH_ > bottom && lines_.back().page == page &&
+            lines_[lines_.size() - 2].page == page) {
+            newPage();
+            lines_.back() = placeRow(lineH_.back());
+        }
         // The totals stay together, under headings of their own page if they move on.
         totals_ = placeRow(totalsH_);
         if (y + l_.pt(18) + signaturesH_ > bottom) newPage();
