@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "ReportCommands.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
@@ -53,6 +54,8 @@ struct Options {
     std::optional<std::string> db, odbc, traceSql;
     int32_t user = 1, company = 1, interface = 60;
     std::string date, title = "Payroll Accounts Linking", key = entry::kProjectKey;
+    app::PrintOptions print;
+    app::ExportOptions exportLines;
 };
 
 std::string today() {
@@ -300,6 +303,30 @@ CLI::App* addInit(CLI::App& app, Options& o) {
     return cmd;
 }
 
+CLI::App* addPrint(CLI::App& app, Options& o) {
+    auto* cmd = app.add_subcommand("print", "write an entry's journal voucher as PDF, no display needed");
+    cmd->add_option("--entry", o.print.entry, "the entry number, e.g. PAL/12")->type_name("TRANSNO")->required();
+    cmd->add_option("--pdf", o.print.pdf, "the PDF to write (default: the entry number, e.g. PAL-12.pdf)")
+        ->type_name("FILE");
+    cmd->footer("Needs the Print (\"P\") right of the session user. Exit status 2 for an unknown entry or a file "
+                "that cannot be written.");
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
+CLI::App* addExport(CLI::App& app, Options& o) {
+    auto* cmd = app.add_subcommand("export", "write the posting lines of the entries dated in a range as CSV");
+    cmd->add_option("--from", o.exportLines.from, "the first entry date")->type_name("dd/MM/yyyy")->required();
+    cmd->add_option("--to", o.exportLines.to, "the last entry date")->type_name("dd/MM/yyyy")->required();
+    cmd->add_option("--csv", o.exportLines.csv, "the CSV file to write (default: standard output)")
+        ->type_name("FILE");
+    cmd->add_flag("--include-cancelled", o.exportLines.includeCancelled, "also the lines of cancelled entries");
+    cmd->footer("Needs the Print (\"P\") right of the session user. Exit status 2 for an empty range or a file "
+                "that cannot be written.");
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
 std::string mainFooter() {
     std::string log;
     try {
@@ -358,6 +385,10 @@ int main(int argc, char** argv) {
              return runScript(o, sessionConnection(o));
          }},
         {addInit(app, o), [&] { return initDatabase(o); }},
+        {addPrint(app, o),
+         [&] { return app::runPrint(o.print, {sessionConnection(o), o.user, o.company, o.interface}); }},
+        {addExport(app, o),
+         [&] { return app::runExport(o.exportLines, {sessionConnection(o), o.user, o.company, o.interface}); }},
     };
 
     try {

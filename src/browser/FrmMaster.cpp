@@ -10,6 +10,7 @@
 #include "data/TableNames.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
+#include "report/VoucherQuery.h"
 #include "ui/Helpers.h"
 
 namespace browser {
@@ -298,7 +299,18 @@ void FrmMaster::CmdDelete_Click() {
 }
 
 void FrmMaster::cmdPrint_Click() {
-    // The button follows the "P" right, but the entry list has never had a printout.
+    // The voucher is read afresh from the database, so it shows the entry as saved even when
+    // the grid is older than a change made elsewhere.
+    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
+    if (transId == 0) return;
+    report::Voucher voucher;
+    {
+        BusyPointer busy(toolkit());
+        const report::Session session{module_.connection(), module_.session.tables, module_.session.companyId,
+                                      module_.session.userId};
+        voucher = report::LoadVoucher(session, transId, report::NowText());
+    }
+    toolkit().previewVoucher(voucher);
 }
 
 void FrmMaster::CmdClose_Click() {

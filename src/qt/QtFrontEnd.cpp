@@ -1,11 +1,14 @@
 #include "qt/QtFrontEnd.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
 #include "qt/QtToolkit.h"
 #include "qt/ScreenshotPlayer.h"
+#include "qt/VoucherPrinter.h"
 
 namespace qtui {
 
@@ -42,6 +45,32 @@ int runApplication(int& argc, char** argv, const std::function<void(ui::Toolkit&
     }
     if (player != nullptr && player->failed()) return 1;
     return 0;
+}
+
+int writeVoucherPdfFile(const report::Voucher& voucher, const std::string& file, std::string& error) {
+    std::unique_ptr<QGuiApplication> app;
+    QtMessageHandler previous = nullptr;
+    if (QCoreApplication::instance() == nullptr) {
+        // A command ends with one line of its own: Qt's notes about the session it runs in
+        // (no runtime folder, no screen) are not for its user.
+        previous = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+            if (type == QtCriticalMsg || type == QtFatalMsg) std::cerr << text.toStdString() << '\n';
+        });
+        // A PDF needs fonts, not a screen: the offscreen platform works everywhere.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+        static int argc = 1;
+        static char name[] = "payacclink";
+        static char* argv[] = {name, nullptr};
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    }
+    QString why;
+    const int pages = writeVoucherPdf(voucher, QString::fromStdString(file), &why);
+    if (pages == 0) error = why.toStdString();
+    if (app != nullptr) {
+        app.reset();
+        qInstallMessageHandler(previous);
+    }
+    return pages;
 }
 
 }  // namespace qtui

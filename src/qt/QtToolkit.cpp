@@ -21,6 +21,7 @@
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
+#include "qt/VoucherPrinter.h"
 
 namespace qtui {
 
@@ -297,6 +298,15 @@ void QtToolkit::showError(const common::Error& error) {
 
 void QtToolkit::focusChanged(ui::Control& control) {
     if (FormDialog* dialog = windowOf(control.form())) dialog->binder().focusWidgetOf(control);
+}
+
+void QtToolkit::previewVoucher(const report::Voucher& voucher) {
+    for (auto& w : stack_)
+        if (w != nullptr) w->binder().flush();
+    // The preview is for reading, not waiting.
+    if (busy_) QApplication::restoreOverrideCursor();
+    showVoucherPreview(voucher, topWindow());
+    if (busy_) QApplication::setOverrideCursor(Qt::WaitCursor);
 }
 
 }  // namespace qtui

@@ -62,6 +62,7 @@ public:
     void popupMenu(ui::Form& form, ui::Menu& menu) override;
     void showError(const common::Error& error) override;
     void focusChanged(ui::Control& control) override;
+    void previewVoucher(const report::Voucher& voucher) override;
 
     // The window of a shown form, or nullptr.
     FormDialog* windowOf(const ui::Form& form) const;

@@ -182,6 +182,12 @@ void ScreenshotPlayer::runLine(const std::string& raw) {
         return;
     }
     if (command == "close") {
+        // A window of the front end's own over the forms (the print preview) closes first.
+        QWidget* modal = QApplication::activeModalWidget();
+        if (modal != nullptr && qobject_cast<FormDialog*>(modal) == nullptr) {
+            modal->close();
+            return;
+        }
         if (FormDialog* top = toolkit_.topWindow()) top->form().userClose();
         return;
     }

@@ -151,4 +151,10 @@ void HeadlessToolkit::showError(const common::Error& error) {
 
 void HeadlessToolkit::focusChanged(Control& control) { focusForm_ = &control.form(); }
 
+void HeadlessToolkit::previewVoucher(const report::Voucher& voucher) {
+    previewedVouchers.push_back(voucher);
+    transcript.push_back("PRINT PREVIEW " + voucher.entryNo + ": " + std::to_string(voucher.lines.size()) +
+                         " lines");
+}
+
 }  // namespace ui

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "report/Voucher.h"
 #include "ui/Form.h"
 
 namespace ui {
@@ -26,6 +27,7 @@ public:
     std::deque<int> answers;         // answers for the next boxes that need one (vbYes, vbNo...)
     std::vector<std::string> transcript;
     std::vector<common::Error> errors;  // uncaught errors shown
+    std::vector<report::Voucher> previewedVouchers;  // every voucher sent to print preview
 
     // Drives a form shown modally until it is unloaded. Without it, showModal returns at
     // once and the form stays open on the stack, to be driven by the test.
@@ -54,6 +56,7 @@ public:
     void popupMenu(Form& form, Menu& menu) override;
     void showError(const common::Error& error) override;
     void focusChanged(Control& control) override;
+    void previewVoucher(const report::Voucher& voucher) override;
 
 private:
     std::vector<Form*> stack_;  // modal forms, innermost last

@@ -6,6 +6,10 @@
 
 #include "common/Error.h"
 
+namespace report {
+struct Voucher;
+}
+
 namespace ui {
 
 class Form;
@@ -51,6 +55,10 @@ public:
     virtual void showError(const common::Error& error) = 0;
     // A control took the focus (front ends move their focus along).
     virtual void focusChanged(Control& control) = 0;
+    // Print: shows the voucher of a saved entry (read from the database by the screen) in a
+    // print preview, from which the user prints it or saves it as PDF; returns when the
+    // preview closes. The front end lays the voucher out and changes nothing in it.
+    virtual void previewVoucher(const report::Voucher& voucher) = 0;
 };
 
 }  // namespace ui

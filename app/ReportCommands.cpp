@@ -1,0 +1,116 @@
+#include "ReportCommands.h"
+
+#include <cctype>
+#include <iostream>
+#include <optional>
+#include <regex>
+#include <stdexcept>
+#include <vector>
+
+#include "common/DateTime.h"
+#include "common/Error.h"
+#include "data/TableNames.h"
+#include "report/LedgerExport.h"
+#include "report/VoucherQuery.h"
+
+#ifdef PAYACC_HAVE_QT
+#include "qt/QtFrontEnd.h"
+#endif
+
+namespace app {
+
+namespace {
+
+// A refusal: the one line that the command ends with.
+struct Refused : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+common::DateTime dateOption(const std::string& option, const std::string& text) {
+    static const std::regex shape(R"(\d{1,2}/\d{1,2}/\d{4})");
+    std::optional<common::DateTime> d;
+    if (std::regex_match(text, shape)) d = common::parseDate(text);
+    if (!d || !d->valid()) throw Refused(option + " needs a date written dd/MM/yyyy, not '" + text + "'");
+    return *d;
+}
+
+// The session's table names and the Print right, which both commands need first.
+data::TableNames checkedTables(const ReportSession& s) {
+    data::TableNames tables;
+    data::AssignTableName(*s.connection, tables);
+    const report::Session rs{*s.connection, tables, s.companyId, s.userId};
+    if (!report::HasPrintRight(rs, s.interfaceId))
+        throw Refused("user " + std::to_string(s.userId) + " has no Print right in company " +
+                      std::to_string(s.companyId));
+    return tables;
+}
+
+// An entry number as a file name: separators and other awkward characters become '-'.
+std::string fileNameOf(const std::string& entryNo) {
+    std::string name;
+    for (char c : entryNo)
+        name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
+    return (name.empty() ? std::string("voucher") : name) + ".pdf";
+}
+
+template <class Body>
+int guarded(const Body& body) {
+    try {
+        return body();
+    } catch (const common::Error& e) {
+        std::cerr << "payacclink: error " << e.number() << ": " << e.description() << "\n";
+    } catch (const std::exception& e) {
+        std::cerr << "payacclink: " << e.what() << "\n";
+    }
+    return 2;
+}
+
+}  // namespace
+
+int runPrint(const PrintOptions& o, const ReportSession& s) {
+    return guarded([&] {
+        if (o.entry.empty()) throw Refused("print needs --entry TRANSNO");
+        const data::TableNames tables = checkedTables(s);
+        const report::Session rs{*s.connection, tables, s.companyId, s.userId};
+        const std::optional<int32_t> id = report::FindEntry(rs, o.entry);
+        if (!id) throw Refused("no entry '" + o.entry + "' in company " + std::to_string(s.companyId));
+        const report::Voucher voucher = report::LoadVoucher(rs, *id, report::NowText());
+        const std::string file = o.pdf.empty() ? fileNameOf(voucher.entryNo) : o.pdf;
+#ifdef PAYACC_HAVE_QT
+        std::string error;
+        const int pages = qtui::writeVoucherPdfFile(voucher, file, error);
+        if (pages == 0) throw Refused("cannot write '" + file + "': " + error);
+        std::cout << voucher.entryNo << ": " << pages << (pages == 1 ? " page" : " pages") << " written to "
+                  << file << "\n";
+        return 0;
+#else
+        (void)file;
+        throw Refused("this build has no PDF support (built without Qt)");
+#endif
+    });
+}
+
+int runExport(const ExportOptions& o, const ReportSession& s) {
+    return guarded([&] {
+        if (o.from.empty() || o.to.empty())
+            throw Refused("export needs --from dd/MM/yyyy and --to dd/MM/yyyy");
+        const common::DateTime from = dateOption("--from", o.from), to = dateOption("--to", o.to);
+        if (to < from) throw Refused("the range is empty: --from " + o.from + " is after --to " + o.to);
+        const data::TableNames tables = checkedTables(s);
+        const report::Session rs{*s.connection, tables, s.companyId, s.userId};
+        const std::vector<report::LedgerRow> rows = report::LoadLedgerRows(rs, from, to, o.includeCancelled);
+        if (rows.empty())
+            throw Refused("no " + std::string(o.includeCancelled ? "" : "open or posted ") +
+                          "entries dated " + o.from + " to " + o.to + " in company " +
+                          std::to_string(s.companyId));
+        if (o.csv.empty()) {
+            report::WriteLedgerCsv(std::cout, rows);
+            return 0;
+        }
+        report::WriteFileAtomically(o.csv, [&](std::ostream& out) { report::WriteLedgerCsv(out, rows); });
+        std::cout << rows.size() << " posting lines written to " << o.csv << "\n";
+        return 0;
+    });
+}
+
+}  // namespace app

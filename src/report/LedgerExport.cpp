@@ -1,0 +1,135 @@
+#include "report/LedgerExport.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "common/Conv.h"
+#include "entry/Session.h"
+
+namespace report {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string text(const common::Value& v) { return common::Trim(v.joinText()); }
+double number(const common::Value& v) { return v.isNull() ? 0.0 : v.toDouble(); }
+
+std::string typeName(const std::string& code) {
+    for (const auto& t : entry::kTransactionTypes)
+        if (common::EqualsNoCase(code, t.code)) return t.name;
+    return code;
+}
+
+}  // namespace
+
+std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& from,
+                                      const common::DateTime& to, bool includeCancelled) {
+    const data::TableNames& t = s.tables;
+    std::string sql = "select h.TransNo, h.TransDate, h.TransType, d.DepartmentName, h.Cancelled, h.Posted,";
+    sql += " p.DetailID, p.AccountID, p.AccountDesc, p.Description, p.AccCurrSymbol, p.DebitAmount,";
+    sql += " p.CreditAmount, p.DeptAmount, p.CompAmount";
+    sql += " from " + t.paPayAccLinkHeader + " h";
+    sql += " inner join " + t.paPayAccLinkPostingDetails +
+           " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
+    sql += " left join " + t.pDepartment + " d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID";
+    sql += " where h.CompanyID=" + std::to_string(s.companyId);
+    // The day after the range as the upper bound keeps an entry dated with a time of day.
+    sql += " and h.TransDate>='" + common::formatDate(from, "dd/MMM/yyyy") + "'";
+    sql += " and h.TransDate<'" + common::formatDate(common::addDays(to, 1), "dd/MMM/yyyy") + "'";
+    if (!includeCancelled) sql += " and isnull(h.Cancelled,0)<>1";
+    sql += " order by h.TransDate, h.TransID, p.DetailID";
+
+    std::vector<LedgerRow> rows;
+    auto rs = s.connection.open(sql);
+    for (; !rs->eof(); rs->moveNext()) {
+        LedgerRow r;
+        r.entryNo = text(rs->field(0));
+        const common::Value& date = rs->field(1);
+        r.date = date.isNull() ? "" : common::formatDate(date.toDate(), "dd/MM/yyyy");
+        r.type = typeName(text(rs->field(2)));
+        r.department = text(rs->field(3));
+        r.status = number(rs->field(4)) == 1 ? "Cancelled" : number(rs->field(5)) == 1 ? "Posted" : "Open";
+        r.line = static_cast<int32_t>(number(rs->field(6)));
+        r.accountId = static_cast<int32_t>(number(rs->field(7)));
+        r.accountName = text(rs->field(8));
+        r.description = text(rs->field(9));
+        r.currency = text(rs->field(10));
+        r.debit = number(rs->field(11));
+        r.credit = number(rs->field(12));
+        r.departmentAmount = number(rs->field(13));
+        r.companyAmount = number(rs->field(14));
+        rows.push_back(std::move(r));
+    }
+    rs->close();
+    return rows;
+}
+
+std::string CsvField(std::string_view text) {
+    if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '"') out += '"';
+        out += c;
+    }
+    return out + '"';
+}
+
+void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows) {
+    out << "Entry No,Date,Type,Department,Line,Account ID,Account Name,Description,Currency,"
+           "Debit,Credit,Department Amount,Company Amount,Status\r\n";
+    // Plain numbers with two decimals, no grouping: the file is read by programs.
+    auto amount = [](double v) { return common::Format(v, "0.00"); };
+    for (const LedgerRow& r : rows) {
+        out << CsvField(r.entryNo) << ',' << CsvField(r.date) << ',' << CsvField(r.type) << ','
+            << CsvField(r.department) << ',' << r.line << ',' << r.accountId << ',' << CsvField(r.accountName)
+            << ',' << CsvField(r.description) << ',' << CsvField(r.currency) << ',' << amount(r.debit) << ','
+            << amount(r.credit) << ',' << amount(r.departmentAmount) << ',' << amount(r.companyAmount) << ','
+            << CsvField(r.status) << "\r\n";
+    }
+}
+
+void WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write) {
+    auto fail = [&](const std::string& why) {
+        throw std::runtime_error("cannot write '" + path + "': " + why);
+    };
+    if (path.empty()) fail("no file name");
+    const fs::path target = fs::absolute(path);
+    std::error_code ec;
+    if (fs::is_directory(target, ec)) fail("it is a folder");
+    if (fs::exists(target, ec) && ::access(target.c_str(), W_OK) != 0) fail(std::strerror(errno));
+
+    std::string name = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
+    const int fd = ::mkstemp(name.data());
+    if (fd < 0) fail(std::strerror(errno));
+    ::close(fd);
+    try {
+        {
+            std::ofstream out(name, std::ios::binary | std::ios::trunc);
+            if (!out) fail("cannot open a temporary file beside it");
+            write(out);
+            out.flush();
+            if (!out) fail("the disk refused the data");
+        }
+        // mkstemp makes the file private; the finished file gets the usual permissions.
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        ::chmod(name.c_str(), 0666 & ~mask);
+        fs::rename(name, target);
+    } catch (const fs::filesystem_error& e) {
+        fs::remove(name, ec);
+        fail(e.code().message());
+    } catch (...) {
+        fs::remove(name, ec);
+        throw;
+    }
+}
+
+}  // namespace report

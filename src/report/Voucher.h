@@ -1,0 +1,70 @@
+#pragma once
+// The journal voucher of one saved link entry: the paper that accountants sign and file and
+// auditors ask for. It is built from what the database holds for the entry (header, posting
+// details, details), never from a screen, so a voucher printed later reads as the entry was
+// saved. Plain values only: the front ends lay it out, on paper, in a preview or as PDF.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace report {
+
+// One journal line, as saved in the posting details.
+struct VoucherLine {
+    int32_t line = 0;  // the line's number within the entry
+    int32_t accountId = 0;
+    std::string accountName;
+    std::string description;
+    std::string currency;         // the transaction currency
+    std::string accountCurrency;  // the debit and credit are amounts in the account's currency
+    double debit = 0, credit = 0;
+    // Signed as the posting list keeps them: a debit adds, a credit subtracts.
+    double departmentAmount = 0, companyAmount = 0;
+};
+
+// The sums of the lines held in one account currency. An entry balances when its debits
+// equal its credits in every currency, so its signed department and company amounts net to
+// zero as well.
+struct CurrencyTotal {
+    std::string currency;
+    double debit = 0, credit = 0;
+    double departmentAmount = 0, companyAmount = 0;
+};
+
+// The payroll runs or payments that the entry links.
+struct SourceSummary {
+    bool payroll = true;   // payroll runs; payments otherwise
+    int count = 0;         // distinct source transactions
+    int employees = 0;     // distinct employees
+    std::string from, to;  // first and last source date, dd/MM/yyyy; empty without sources
+};
+
+struct Voucher {
+    int32_t transId = 0;
+    std::string companyName, companyCurrency;
+    std::string entryNo;
+    std::string date;  // dd/MM/yyyy
+    std::string typeCode, typeName;
+    std::string department, departmentCurrency;
+    std::string remarks;
+    bool cancelled = false;
+    std::string cancelReason;
+    bool posted = false;
+    std::vector<VoucherLine> lines;
+    std::vector<CurrencyTotal> totals;  // one per account currency, in the order of first use
+    SourceSummary sources;
+    std::string preparedBy;  // the name of the user who prints it
+    std::string printedAt;   // dd/MM/yyyy HH:mm
+
+    // "Cancelled", "Posted" or "Open": a cancelled entry may have been posted before, and
+    // the cancellation is what matters on paper.
+    std::string status() const { return cancelled ? "Cancelled" : posted ? "Posted" : "Open"; }
+};
+
+// Amounts as they stand on paper: thousand separators and two decimals ("1,234,567.80").
+std::string Amount(double value);
+
+// True when the debits and credits of every currency agree to the cent.
+bool Balanced(const Voucher& voucher);
+
+}  // namespace report

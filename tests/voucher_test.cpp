@@ -1,0 +1,303 @@
+// Journal vouchers and the ledger export: the voucher read from the link tables, the
+// browser's Print, and the program's print and export commands read back from their files
+// (pdftotext for the PDF, an RFC 4180 reader for the CSV).
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "TestSupport.h"
+#include "browser/FrmMaster.h"
+#include "common/Conv.h"
+#include "report/VoucherQuery.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+const std::string kBinary = PAYACC_BINARY_DIR "/app/payacclink";
+
+struct Result {
+    int status;
+    std::string out, err;
+};
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+size_t count(const std::string& hay, const std::string& needle) {
+    size_t n = 0;
+    for (size_t p = hay.find(needle); p != std::string::npos; p = hay.find(needle, p + 1)) ++n;
+    return n;
+}
+
+// RFC 4180 records: quoted fields may hold commas, doubled quotes and line breaks.
+std::vector<std::vector<std::string>> readCsv(const std::string& text) {
+    std::vector<std::vector<std::string>> records(1);
+    std::string field;
+    bool quoted = false, fieldStarted = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (quoted) {
+            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+                field += '"';
+                ++i;
+            } else if (c == '"') {
+                quoted = false;
+            } else {
+                field += c;
+            }
+        } else if (c == '"' && !fieldStarted) {
+            quoted = fieldStarted = true;
+        } else if (c == ',') {
+            records.back().push_back(field);
+            field.clear();
+            fieldStarted = false;
+        } else if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+            records.back().push_back(field);
+            field.clear();
+            fieldStarted = false;
+            records.emplace_back();
+            ++i;
+        } else {
+            field += c;
+            fieldStarted = true;
+        }
+    }
+    if (records.back().empty()) records.pop_back();
+    return records;
+}
+
+class VoucherTest : public testsupport::ModuleTest {
+protected:
+    report::Session session() {
+        data::AssignTableName(*raw, tables);
+        return {*raw, tables, 1, module->session.userId};
+    }
+    Result run(const std::string& args) {
+        const std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
+        const std::string cmd = "cd '" + tmp.path().string() + "' && env -u DISPLAY -u QT_QPA_PLATFORM '" +
+                                kBinary + "' " + args + " --db '" + dbPath + "' </dev/null >'" + out +
+                                "' 2>'" + err + "'";
+        const int raw = std::system(cmd.c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    }
+    // The PDF's text, pages separated by form feeds.
+    std::string pdfText(const std::string& file) {
+        const std::string txt = tmp.file("pdf.txt");
+        EXPECT_EQ(std::system(("pdftotext -layout '" + file + "' '" + txt + "'").c_str()), 0);
+        return slurp(txt);
+    }
+    void expectRefused(const Result& r, const std::string& what) {
+        EXPECT_EQ(r.status, 2) << r.out << r.err;
+        EXPECT_EQ(r.err.rfind("payacclink: ", 0), 0u) << r.err;
+        EXPECT_NE(r.err.find(what), std::string::npos) << r.err;
+        EXPECT_EQ(count(r.err, "\n"), 1u) << r.err;
+    }
+    data::TableNames tables;
+};
+
+TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
+    const report::Voucher v = report::LoadVoucher(session(), 1, "01/11/2026 09:30");
+    EXPECT_EQ(v.companyName, "Al Noor General Trading LLC");
+    EXPECT_EQ(v.entryNo, "PAL/1");
+    EXPECT_EQ(v.date, "31/08/2026");
+    EXPECT_EQ(v.typeName, "Payroll");
+    EXPECT_EQ(v.department, "Administration");
+    EXPECT_EQ(v.departmentCurrency, "AED");
+    EXPECT_EQ(v.status(), "Posted");
+    ASSERT_EQ(v.lines.size(), 8u);
+    EXPECT_EQ(v.lines[6].accountId, 1013);
+    EXPECT_EQ(v.lines[6].currency, "USD");
+    EXPECT_EQ(report::Amount(v.lines[7].companyAmount), "-52,563.02");
+    ASSERT_EQ(v.totals.size(), 2u);
+    EXPECT_EQ(report::Amount(v.totals[0].debit), "339,600.00");
+    EXPECT_EQ(report::Amount(v.totals[0].credit), "339,600.00");
+    EXPECT_TRUE(report::Balanced(v));
+    EXPECT_TRUE(v.sources.payroll);
+    EXPECT_GT(v.sources.count, 0);
+    EXPECT_EQ(v.sources.from, "28/08/2026");
+    EXPECT_EQ(v.preparedBy, "System Administrator");
+
+    const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
+    EXPECT_EQ(cancelled.status(), "Cancelled");
+    EXPECT_EQ(cancelled.cancelReason, "Entered against the wrong period");
+    EXPECT_EQ(report::FindEntry(session(), "pal/4"), 4);
+    EXPECT_FALSE(report::FindEntry(session(), "PAL/4' or '1'='1").has_value());
+    try {
+        report::LoadVoucher(session(), 99, "");
+        ADD_FAILURE() << "no error for a missing entry";
+    } catch (const common::Error& e) {
+        EXPECT_EQ(e.number(), 3021);
+    }
+    raw->execute(
+        "update paPayAccLinkPostingDetails set DebitAmount=DebitAmount+1 where TransID=4 and DetailID=1");
+    EXPECT_FALSE(report::Balanced(report::LoadVoucher(session(), 4, "")));
+
+    // Print on the browser's row of entry PAL/4 shows its voucher; a user without "P" has
+    // the button disabled, so the click reaches nothing.
+    for (int32_t user : {1, 3}) {
+        SCOPED_TRACE(user);
+        module = std::make_unique<entry::Module>(toolkit);
+        module->session.connection = trace;
+        module->session.userId = user;
+        module->session.companyId = 1;
+        module->session.interfaceId = 60;
+        module->session.processDate = "15/10/2026";
+        toolkit.previewedVouchers.clear();
+        browser::FrmMaster& master = module->FrmMaster();
+        int row = 1;
+        while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/4") ++row;
+        ASSERT_LT(row, master.flexMaster.rows());
+        master.flexMaster.userSelectCell(row, 1);
+        master.cmdPrint.userClick();
+        EXPECT_EQ(report::HasPrintRight(session(), 60), user == 1);
+        if (user == 1) {
+            ASSERT_EQ(toolkit.previewedVouchers.size(), 1u);
+            EXPECT_EQ(toolkit.previewedVouchers[0].entryNo, "PAL/4");
+            EXPECT_EQ(toolkit.previewedVouchers[0].lines.size(), 2u);
+            EXPECT_EQ(toolkit.transcript.back(), "PRINT PREVIEW PAL/4: 2 lines");
+        } else {
+            EXPECT_FALSE(master.cmdPrint.enabled());
+            EXPECT_TRUE(toolkit.previewedVouchers.empty());
+        }
+    }
+}
+
+TEST_F(VoucherTest, PrintWritesThePdfOfAnEntry) {
+    Result r = run("print --entry PAL/1 --pdf one.pdf");
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string text = pdfText(tmp.file("one.pdf"));
+    EXPECT_NE(text.find("PAL/1"), std::string::npos);
+    for (const char* account : {"1001", "1002", "1003", "1004", "1011", "1012", "1013", "1014"})
+        EXPECT_NE(text.find(account), std::string::npos) << account;
+    EXPECT_NE(text.find("Net Salaries Payable - USD"), std::string::npos);
+    EXPECT_EQ(count(text, "339,600.00"), 2u);  // the AED total: debits and credits
+    EXPECT_EQ(count(text, "15,030.00"), 2u);
+    EXPECT_NE(text.find("Page 1 of 1"), std::string::npos);
+    EXPECT_NE(text.find("Prepared by"), std::string::npos);
+    EXPECT_EQ(text.find("CANCELLED"), std::string::npos);
+
+    // Without --pdf the file is named after the entry; a cancelled entry says so, with why.
+    r = run("print --entry PAL/2");
+    ASSERT_EQ(r.status, 0) << r.err;
+    text = pdfText(tmp.file("PAL-2.pdf"));
+    EXPECT_NE(text.find("CANCELLED"), std::string::npos);
+    EXPECT_NE(text.find("Entered against the wrong period"), std::string::npos);
+}
+
+TEST_F(VoucherTest, ALongVoucherRunsOverPagesWithItsHeadingsOnEach) {
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (1, 60, 3, 'PAL/60', '2026-10-31', 'O', 'Long entry', 0)");
+    raw->beginTrans();
+    for (int i = 1; i <= 2000; ++i) {
+        const bool debit = i % 2 == 1;
+        const std::string amount = common::Format2(100 + i);
+        raw->execute(
+            "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
+            "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
+            "CompAmount) values (1, 60, " +
+            std::to_string(i) + ", 3, " + (debit ? "2001" : "3001") + ", 'Account', 'Line " +
+            std::to_string(i) + "', 'AED', 'AED', " + (debit ? amount : "0") + ", " +
+            (debit ? "0" : common::Format2(100 + i - 1)) + ", 0, 0)");
+    }
+    raw->commitTrans();
+    const Result r = run("print --entry PAL/60 --pdf long.pdf");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string text = pdfText(tmp.file("long.pdf"));
+    const size_t pages = count(text, "\f");
+    ASSERT_GT(pages, 10u);
+    EXPECT_NE(r.out.find(std::to_string(pages) + " pages"), std::string::npos) << r.out;
+    // Every page that carries lines starts them under the column headings.
+    size_t withLines = 0;
+    for (size_t start = 0, end; (end = text.find('\f', start)) != std::string::npos; start = end + 1) {
+        const std::string page = text.substr(start, end - start);
+        if (page.find("Line ") == std::string::npos) continue;
+        ++withLines;
+        EXPECT_NE(page.find("Account name"), std::string::npos) << page;
+    }
+    EXPECT_GE(withLines, pages - 1);
+    EXPECT_NE(text.find("Page 1 of " + std::to_string(pages)), std::string::npos);
+    EXPECT_NE(text.find("Page " + std::to_string(pages) + " of " + std::to_string(pages)), std::string::npos);
+    EXPECT_NE(text.find("Line 2000"), std::string::npos);
+    EXPECT_NE(text.find("The entry balances"), std::string::npos);
+}
+
+TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
+    const std::string tricky = "Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
+    raw->execute(
+        "update paPayAccLinkPostingDetails set Description='" + std::string("Wages, \"extra\" ") +
+        "\xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August' where CompanyID=1 and TransID=1 and DetailID=2");
+    Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto records = readCsv(slurp(tmp.file("lines.csv")));
+    ASSERT_FALSE(records.empty());
+    EXPECT_EQ(records[0][0], "Entry No");
+    EXPECT_EQ(records[0].size(), 14u);
+
+    auto rs = raw->open(
+        "select h.TransNo, h.Cancelled, p.DetailID, p.AccountID, p.Description, p.DebitAmount, "
+        "p.CreditAmount, "
+        "p.CompAmount from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID "
+        "and "
+        "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and '2026-08-31' "
+        "order by h.TransDate, h.TransID, p.DetailID");
+    size_t row = 1, cancelledRows = 0;
+    for (; !rs->eof(); rs->moveNext(), ++row) {
+        ASSERT_LT(row, records.size());
+        const auto& f = records[row];
+        ASSERT_EQ(f.size(), 14u) << row;
+        EXPECT_EQ(f[0], rs->field(0).toText());
+        EXPECT_EQ(f[4], rs->field(2).toText());
+        EXPECT_EQ(f[5], rs->field(3).toText());
+        EXPECT_EQ(f[7], rs->field(4).joinText());
+        EXPECT_EQ(f[9], common::Format2(rs->field(5).toDouble()));
+        EXPECT_EQ(f[10], common::Format2(rs->field(6).toDouble()));
+        EXPECT_EQ(f[12], common::Format2(rs->field(7).toDouble()));
+        EXPECT_EQ(f[13], rs->field(1).toInt32() == 1 ? "Cancelled" : f[13]);
+        cancelledRows += f[13] == "Cancelled";
+    }
+    EXPECT_EQ(row, records.size());
+    EXPECT_EQ(cancelledRows, 4u);
+    EXPECT_EQ(records[2][7], tricky);
+    EXPECT_EQ(records[2][1], "31/08/2026");
+    EXPECT_EQ(records[2][2], "Payroll");
+
+    // Without --include-cancelled, to standard output.
+    r = run("export --from 01/08/2026 --to 31/08/2026");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(readCsv(r.out).size(), records.size() - cancelledRows);
+    EXPECT_EQ(count(r.out, "Cancelled"), 0u);
+}
+
+TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
+    std::ofstream(tmp.file("keep.csv")) << "old";
+    fs::create_directory(tmp.file("ro"));
+    fs::permissions(tmp.file("ro"), fs::perms::owner_read | fs::perms::owner_exec);
+    const bool rootBypasses = ::access(tmp.file("ro").c_str(), W_OK) == 0;
+    expectRefused(run("print --entry PAL/99 --pdf x.pdf"), "no entry 'PAL/99'");
+    expectRefused(run("print --entry PAL/1 --pdf missing/x.pdf"), "cannot write 'missing/x.pdf'");
+    expectRefused(run("print --entry PAL/1 --pdf x.pdf --user 3"), "no Print right");
+    expectRefused(run("export --from 01/09/2026 --to 01/08/2026 --csv keep.csv"), "the range is empty");
+    expectRefused(run("export --from 01/01/2020 --to 31/01/2020 --csv keep.csv"),
+                  "no open or posted entries");
+    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv"), "cannot write");
+    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4"), "no Print right");
+    expectRefused(run("export --from 1/13/2026 --to 31/08/2026"), "--from needs a date");
+    if (!rootBypasses)
+        expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv ro/z.csv"), "cannot write");
+    EXPECT_EQ(slurp(tmp.file("keep.csv")), "old");
+    EXPECT_FALSE(fs::exists(tmp.file("x.pdf")));
+    for (const auto& e : fs::directory_iterator(tmp.path()))
+        EXPECT_EQ(e.path().filename().string().find(".keep.csv."), std::string::npos) << e.path();
+    fs::permissions(tmp.file("ro"), fs::perms::owner_all);
+}
+
+}  // namespace
