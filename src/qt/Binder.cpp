@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "common/Error.h"
+#include "qt/ItemLook.h"
 #include "qt/ItemModels.h"
 #include "qt/QtToolkit.h"
 
@@ -430,10 +431,10 @@ void Binder::refresh(Binding& b) {
         button->setText(qs(c.caption()));
     } else if (auto* edit = qobject_cast<QLineEdit*>(w)) {
         auto& model = static_cast<ui::TextBox&>(c);
-        const QString text = qs(model.text());
+        edit->setMaxLength(model.maxLength > 0 ? model.maxLength : 32767);
+        const QString text = shownText(*edit, qs(model.text()), edit->maxLength());
         if (edit->text() != text) edit->setText(text);
         edit->setReadOnly(model.locked());
-        edit->setMaxLength(model.maxLength > 0 ? model.maxLength : 32767);
     } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
         auto& model = static_cast<ui::ComboBox&>(c);
         bool same = combo->count() == model.listCount();

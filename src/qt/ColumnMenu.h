@@ -6,7 +6,8 @@
 #include <QSet>
 #include <QString>
 
-class QTreeView;
+class QAbstractItemView;
+class QHeaderView;
 
 namespace qtui {
 
@@ -16,7 +17,7 @@ class ColumnMenu : public QObject {
     Q_OBJECT
 public:
     // key names the list in the settings ("form.list").
-    ColumnMenu(QTreeView& view, QString key, const ListLook& look);
+    ColumnMenu(QAbstractItemView& view, QHeaderView& header, QString key, const ListLook& look);
     // Hides the hidden columns again (the binder shows every laid-out column after a reset).
     void apply();
     bool isHidden(int col) const { return hidden_.contains(col); }
@@ -28,7 +29,8 @@ private:
     void showMenu(const QPoint& pos);
     void save() const;
 
-    QPointer<QTreeView> view_;
+    QPointer<QAbstractItemView> view_;
+    QPointer<QHeaderView> header_;
     QString key_;
     const ListLook& look_;
     QSet<int> hidden_;

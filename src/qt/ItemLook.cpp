@@ -2,6 +2,7 @@
 
 #include <QBrush>
 #include <QLocale>
+#include <QWidget>
 #include <cmath>
 #include <map>
 
@@ -30,6 +31,7 @@ const std::map<QString, ListLook>& looks() {
              amount("Net amount in the line's own currency"), kText, amount("Net amount in the company's currency"),
              amount("Net amount in the department's currency"), kId, kId, kId},
             3, 5, 6};
+        m["FrmMaster.flexMaster"] = {false, {kId}, -1, -1, -1, 4};
         return m;
     }();
     return all;
@@ -56,6 +58,12 @@ QString formatAmount(const QString& raw) {
 QString formatCreditFlag(const QString& raw) { return amountOf(raw) == 1.0 ? "Cr" : "Dr"; }
 
 double amountOf(const QString& raw) { return common::Val(raw.toStdString()); }
+
+QString shownText(const QWidget& box, const QString& raw, int maxLength) {
+    if (!box.property(kAmountBox).toBool() || box.hasFocus()) return raw;
+    const QString shown = formatAmount(raw);
+    return shown.size() <= maxLength ? shown : raw;
+}
 
 void ColouredRowDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
     QStyledItemDelegate::initStyleOption(option, index);

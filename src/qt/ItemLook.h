@@ -21,6 +21,8 @@ struct ListLook {
     std::vector<ColumnLook> columns;
     // The columns whose debit, credit and currency add up to totals per currency (or -1).
     int currency = -1, debit = -1, credit = -1;
+    // The column that takes the room a wide window leaves (-1: the last one).
+    int stretch = -1;
     ColumnLook column(int col) const { return col >= 0 && col < int(columns.size()) ? columns[col] : ColumnLook{}; }
 };
 
@@ -33,6 +35,11 @@ QString formatAmount(const QString& raw);
 QString formatCreditFlag(const QString& raw);
 // Reads a cell back as the screens do (leading number; empty is 0).
 double amountOf(const QString& raw);
+
+// The text an amount box shows: formatted while the user is not in it, as it is otherwise.
+// (A box becomes an amount box by the window's presentation, through a property.)
+QString shownText(const QWidget& box, const QString& raw, int maxLength);
+inline constexpr const char* kAmountBox = "amountBox";
 
 // The browser paints a cancelled entry red; a selected one keeps a dark red highlight.
 class ColouredRowDelegate : public QStyledItemDelegate {

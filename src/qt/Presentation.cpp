@@ -133,7 +133,8 @@ void Presentation::dressLists() {
         model->setLook(look);
         tree->header()->setStretchLastSection(true);
         tree->header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-        columnMenus_[tree->objectName()] = new ColumnMenu(*tree, form + '.' + tree->objectName(), look ? *look : plain);
+        columnMenus_[tree->objectName()] =
+            new ColumnMenu(*tree, *tree->header(), form + '.' + tree->objectName(), look ? *look : plain);
         tree->installEventFilter(this);
         if (look != nullptr && look->debit >= 0) {
             auto* box = qobject_cast<QBoxLayout*>(tree->parentWidget()->layout());
@@ -141,9 +142,30 @@ void Presentation::dressLists() {
         }
     }
     for (auto* table : dialog_.findChildren<QTableView*>()) {
-        // The grid uses the window's whole width.
-        table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+        static const ListLook plain;
+        const ListLook* look = listLook(form, table->objectName());
+        QHeaderView* header = table->horizontalHeader();
+        // The grid uses the window's whole width: one column takes what the others leave.
+        if (look != nullptr && look->stretch >= 0) {
+            connect(&dialog_.binder(), &Binder::listLaidOut, header, [header, look](QAbstractItemView*) {
+                if (look->stretch < header->count()) header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
+            });
+            if (look->stretch < header->count()) header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
+        } else {
+            header->setStretchLastSection(true);
+        }
         table->setItemDelegate(new ColouredRowDelegate(table));
+        columnMenus_[table->objectName()] =
+            new ColumnMenu(*table, *header, form + '.' + table->objectName(), look ? *look : plain);
+    }
+    for (const char* name : {"txtTotDepAmount", "txtAmount", "txtDepAmount", "txtCompAmount", "txtBalance"}) {
+        auto* box = dialog_.findChild<QLineEdit*>(name);
+        auto* model = box != nullptr ? dynamic_cast<ui::TextBox*>(dialog_.binder().controlOf(box)) : nullptr;
+        if (model == nullptr) continue;
+        box->setProperty(kAmountBox, true);
+        box->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        box->installEventFilter(this);
+        box->setText(shownText(*box, QString::fromStdString(model->text()), box->maxLength()));
     }
     for (auto* date : dialog_.findChildren<QDateEdit*>()) {
         date->installEventFilter(this);
@@ -168,7 +190,26 @@ void Presentation::dressButtons() {
     }
 }
 
+namespace {
+
+// Two boxes whose captions may read alike ("Amount(AED)") once the currencies are known.
+const std::pair<const char*, const char*> kBoxTips[] = {
+    {"txtDepAmount", "Amount in the department's currency"},
+    {"lblDepAmount", "Amount in the department's currency"},
+    {"txtCompAmount", "Amount in the company's currency"},
+    {"lblCompAmount", "Amount in the company's currency"},
+    {"txtTotDepAmount", "Balance of the lines in the department's currency"},
+};
+
+}  // namespace
+
 void Presentation::addShortcuts() {
+    for (const auto& [name, tip] : kBoxTips) {
+        if (auto* w = dialog_.findChild<QWidget*>(name)) {
+            w->setProperty("lookToolTip", tr(tip));
+            w->setToolTip(tr(tip));
+        }
+    }
     const std::string& form = dialog_.form().name();
     for (const Shortcut& s : kShortcuts) {
         if (form != s.form) continue;
@@ -314,6 +355,16 @@ bool Presentation::eventFilter(QObject* watched, QEvent* event) {
                 dialog_.tabForward();
             }
             return true;
+        }
+    } else if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+        // An amount box shows its figure formatted, and as it is while the user is in it.
+        auto* box = qobject_cast<QLineEdit*>(watched);
+        auto* model = box != nullptr && box->property(kAmountBox).toBool()
+                          ? dynamic_cast<ui::TextBox*>(dialog_.binder().controlOf(box))
+                          : nullptr;
+        if (model != nullptr) {
+            const QString shown = shownText(*box, QString::fromStdString(model->text()), box->maxLength());
+            if (box->text() != shown) box->setText(shown);
         }
     } else if (event->type() == QEvent::ContextMenu) {
         auto* menu = static_cast<QContextMenuEvent*>(event);
