@@ -72,7 +72,16 @@ Presentation::Presentation(FormDialog& dialog) : QObject(&dialog), dialog_(dialo
     progress_->setMaximumHeight(status_->fontMetrics().height());
     progress_->hide();
     status_->addPermanentWidget(progress_);
-    if (auto* box = qobject_cast<QBoxLayout*>(dialog.layout())) {
+    // Beside the Ok button when the row has room to spare (the linking screen needs every
+    // line of a small screen for its lists), else a line of its own at the bottom.
+    QBoxLayout* row = nullptr;
+    for (auto* box : dialog.findChildren<QHBoxLayout*>()) {
+        const int ok = box->indexOf(dialog.findChild<QWidget*>("cmdOk"));
+        if (ok > 0 && box->itemAt(0)->spacerItem() != nullptr) row = box;
+    }
+    if (row != nullptr) {
+        row->insertWidget(1, status_, 1);
+    } else if (auto* box = qobject_cast<QBoxLayout*>(dialog.layout())) {
         box->addWidget(status_);
     } else {
         status_->hide();

@@ -11,9 +11,9 @@ namespace qtui {
 
 void letListsShrink(QWidget& window) {
     for (auto* view : window.findChildren<QAbstractItemView*>()) {
-        // The header and three rows: enough to see where one is.
+        // The header and two or three rows: enough to see where one is.
         const int rows = view->fontMetrics().height() + 4;
-        view->setMinimumHeight(std::min(view->minimumHeight(), 4 * rows + 2 * view->frameWidth() + 4));
+        view->setMinimumHeight(std::min(view->minimumHeight(), 4 * rows + 2 * view->frameWidth()));
     }
 }
 

@@ -117,6 +117,9 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
                 EXPECT_TRUE(text("totalCurrency_").contains(cur));
             }
 
+            // Two lines of totals still leave a 1366x768 screen at 125 % room for everything.
+            EXPECT_LE(d.minimumSizeHint().height(), 614 - qtui::kFrameAllowanceHeight);
+
             // Shift+F10 opens the list's menu at the current line, as a right-click there does.
             postings->setFocus();
             postings->setCurrentIndex(lines->index(2, 1));
