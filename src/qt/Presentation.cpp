@@ -249,6 +249,7 @@ void Presentation::watchWork() {
     // These run after the binder has handed the click to the screen (connected later).
     if (auto* show = dialog_.findChild<QPushButton*>("cmdShow")) {
         connect(show, &QPushButton::pressed, this, [this, toolkit] {
+            status_->clearMessage();  // the last Show's note is about another range
             messagesBefore_ = toolkit->messagesShown();
             work_.start();
         });
