@@ -265,6 +265,14 @@ void Presentation::watchWork() {
                 note(tr("Nothing to post in this range"));
         });
     }
+    // Select All gathers every line at once: as long as a retrieval on a big range.
+    if (auto* all = dialog_.findChild<QAbstractButton*>("chkSelectAll")) {
+        connect(all, &QAbstractButton::pressed, this, [this] { work_.start(); });
+        connect(all, &QAbstractButton::clicked, this, [this] {
+            work_.invalidate();
+            if (!detached_) hideProgress();
+        });
+    }
     if (auto* ok = dialog_.findChild<QPushButton*>("cmdOk")) {
         // A save gives no sign of life while it writes: say so before it starts.
         connect(ok, &QPushButton::pressed, this, [this] { showProgress(tr("Saving…")); });
