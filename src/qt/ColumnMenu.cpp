@@ -1,9 +1,9 @@
 #include "qt/ColumnMenu.h"
 
+#include <QAbstractItemView>
 #include <QHeaderView>
 #include <QMenu>
 #include <QSettings>
-#include <QAbstractItemView>
 #include <algorithm>
 
 #include "qt/ItemLook.h"
@@ -45,7 +45,8 @@ void ColumnMenu::setHidden(int col, bool hidden) {
         hidden_.remove(col);
     }
     header_->setSectionHidden(col, hidden);
-    if (!hidden && header_->sectionSize(col) < 24) header_->resizeSection(col, std::max(60, header_->sectionSizeHint(col)));
+    if (!hidden && header_->sectionSize(col) < 24)
+        header_->resizeSection(col, std::max(60, header_->sectionSizeHint(col)));
     save();
 }
 

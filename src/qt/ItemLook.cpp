@@ -12,25 +12,48 @@ namespace qtui {
 
 namespace {
 
-constexpr ColumnLook kText{}, kId{CellLook::Text, true, nullptr}, kFlag{CellLook::CreditFlag, false, "Cr: credit line, Dr: debit line"};
+constexpr ColumnLook kText{}, kId{CellLook::Text, true, nullptr},
+    kFlag{CellLook::CreditFlag, false, "Cr: credit line, Dr: debit line"};
 constexpr ColumnLook amount(const char* tip) { return {CellLook::Amount, false, tip}; }
 
 const std::map<QString, ListLook>& looks() {
     static const std::map<QString, ListLook> all = [] {
         std::map<QString, ListLook> m;
-        m["frmPayrollAccountsLinking.lvwTransactions"] = {true, {kText, kText, kText, kText, kText, kId, kId}};
+        m["frmPayrollAccountsLinking.lvwTransactions"] = {true,
+                                                          {kText, kText, kText, kText, kText, kId, kId}};
         m["frmPayrollAccountsLinking.lvwTransactionDetails"] = {
             true,
-            {kText, kText, kText, kText, kText, amount("Amount in the account's currency"), kFlag, kId, kId, kId,
-             kText, kText, amount("Amount in the line's own currency"), amount("Amount in the department's currency"),
-             amount("Amount in the company's currency"), kText, kText, kId, kId, kId}};
+            {kText,
+             kText,
+             kText,
+             kText,
+             kText,
+             amount("Amount in the account's currency"),
+             kFlag,
+             kId,
+             kId,
+             kId,
+             kText,
+             kText,
+             amount("Amount in the line's own currency"),
+             amount("Amount in the department's currency"),
+             amount("Amount in the company's currency"),
+             kText,
+             kText,
+             kId,
+             kId,
+             kId}};
         m["frmPayrollAccountsLinking.lvwPostingDetails"] = {
             false,
             {kText, kText, kText, kText, kId, amount("Debit in the account's currency"),
-             amount("Credit in the account's currency"), kId, amount("Debit less credit, in the account's currency"),
-             amount("Net amount in the line's own currency"), kText, amount("Net amount in the company's currency"),
+             amount("Credit in the account's currency"), kId,
+             amount("Debit less credit, in the account's currency"),
+             amount("Net amount in the line's own currency"), kText,
+             amount("Net amount in the company's currency"),
              amount("Net amount in the department's currency"), kId, kId, kId},
-            3, 5, 6};
+            3,
+            5,
+            6};
         m["FrmMaster.flexMaster"] = {false, {kId}, -1, -1, -1, 4};
         return m;
     }();

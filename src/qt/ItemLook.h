@@ -23,7 +23,9 @@ struct ListLook {
     int currency = -1, debit = -1, credit = -1;
     // The column that takes the room a wide window leaves (-1: the last one).
     int stretch = -1;
-    ColumnLook column(int col) const { return col >= 0 && col < int(columns.size()) ? columns[col] : ColumnLook{}; }
+    ColumnLook column(int col) const {
+        return col >= 0 && col < int(columns.size()) ? columns[col] : ColumnLook{};
+    }
 };
 
 // The look of a list of a form, or nullptr for a list shown plainly.

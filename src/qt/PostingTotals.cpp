@@ -47,7 +47,8 @@ void PostingTotals::refreshNow() {
     };
     for (int r = 0; r < rows; ++r) {
         const QString currency = raw(r, look_.currency).trimmed();
-        auto it = std::find_if(sums.begin(), sums.end(), [&](const Sum& s) { return s.currency == currency; });
+        auto it =
+            std::find_if(sums.begin(), sums.end(), [&](const Sum& s) { return s.currency == currency; });
         if (it == sums.end()) it = sums.insert(sums.end(), Sum{currency});
         it->debit += amountOf(raw(r, look_.debit));
         it->credit += amountOf(raw(r, look_.credit));

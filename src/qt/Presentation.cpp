@@ -48,10 +48,14 @@ const Shortcut kShortcuts[] = {
     {"frmPayrollAccountsLinking", "cmdOk", QKeySequence::Save, QKeyCombination(), nullptr},
     {"frmPayrollAccountsLinking", "cmdShow", QKeySequence::Refresh, QKeyCombination(), nullptr},
     {"frmJournalDetails", "cmdOK", QKeySequence::Save, QKeyCombination(), nullptr},
-    {"frmJournalDetails", "cmdFirst", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Home), "First line"},
-    {"frmJournalDetails", "cmdPrevious", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Left), "Previous line"},
-    {"frmJournalDetails", "cmdNext", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Right), "Next line"},
-    {"frmJournalDetails", "cmdLast", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_End), "Last line"},
+    {"frmJournalDetails", "cmdFirst", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Home),
+     "First line"},
+    {"frmJournalDetails", "cmdPrevious", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Left),
+     "Previous line"},
+    {"frmJournalDetails", "cmdNext", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Right),
+     "Next line"},
+    {"frmJournalDetails", "cmdLast", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_End),
+     "Last line"},
 };
 
 QDateEdit* dateEditOf(QObject* o) {
@@ -147,7 +151,9 @@ void Presentation::dressLists() {
         tree->installEventFilter(this);
         if (look != nullptr && look->debit >= 0) {
             auto* box = qobject_cast<QBoxLayout*>(tree->parentWidget()->layout());
-            if (box != nullptr) box->insertWidget(box->indexOf(tree) + 1, new PostingTotals(*model, *look, tree->parentWidget()));
+            if (box != nullptr)
+                box->insertWidget(box->indexOf(tree) + 1,
+                                  new PostingTotals(*model, *look, tree->parentWidget()));
         }
     }
     for (auto* table : dialog_.findChildren<QTableView*>()) {
@@ -157,9 +163,11 @@ void Presentation::dressLists() {
         // The grid uses the window's whole width: one column takes what the others leave.
         if (look != nullptr && look->stretch >= 0) {
             connect(&dialog_.binder(), &Binder::listLaidOut, header, [header, look](QAbstractItemView*) {
-                if (look->stretch < header->count()) header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
+                if (look->stretch < header->count())
+                    header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
             });
-            if (look->stretch < header->count()) header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
+            if (look->stretch < header->count())
+                header->setSectionResizeMode(look->stretch, QHeaderView::Stretch);
         } else {
             header->setStretchLastSection(true);
         }
@@ -244,7 +252,9 @@ void Presentation::watchWork() {
 
     // Retrievals fill the lists row by row: each row is a chance to show how far they are.
     for (const char* name : {"lvwTransactions", "lvwTransactionDetails", "lvwPostingDetails"}) {
-        if (ui::Control* c = control(name)) listeners_.emplace_back(c, c->addListener([this](ui::Control&, ui::Change, int, int) { workStep(); }));
+        if (ui::Control* c = control(name))
+            listeners_.emplace_back(
+                c, c->addListener([this](ui::Control&, ui::Change, int, int) { workStep(); }));
     }
     // These run after the binder has handed the click to the screen (connected later).
     if (auto* show = dialog_.findChild<QPushButton*>("cmdShow")) {
@@ -261,7 +271,8 @@ void Presentation::watchWork() {
             auto* details = dynamic_cast<ui::ListView*>(control("lvwTransactionDetails"));
             if (transactions == nullptr || details == nullptr) return;
             // A refused Show has said why in a box already.
-            if (toolkit->messagesShown() == messagesBefore_ && transactions->count() == 0 && details->count() == 0)
+            if (toolkit->messagesShown() == messagesBefore_ && transactions->count() == 0 &&
+                details->count() == 0)
                 note(tr("Nothing to post in this range"));
         });
     }
@@ -326,7 +337,8 @@ QString Presentation::closingNote() const {
     if (acting == nullptr) return {};
     const std::string& form = dialog_.form().name();
     if (form == "frmPayrollAccountsLinking" && acting->name() == "cmdOk") {
-        if (auto* number = dynamic_cast<ui::TextBox*>(control("txtTransNo")); number != nullptr && !number->text().empty())
+        if (auto* number = dynamic_cast<ui::TextBox*>(control("txtTransNo"));
+            number != nullptr && !number->text().empty())
             return tr("Saved as %1").arg(QString::fromStdString(number->text()));
         return tr("Saved");
     }
@@ -341,7 +353,8 @@ void Presentation::openMenuAtCurrentRow(QTreeView& tree) {
     if (list == nullptr || toolkit == nullptr || detached_) return;
     dialog_.binder().flush();
     const QModelIndex current = tree.currentIndex();
-    if (current.isValid() && current.row() + 1 != list->selectedIndex()) list->userSelectRow(current.row() + 1);
+    if (current.isValid() && current.row() + 1 != list->selectedIndex())
+        list->userSelectRow(current.row() + 1);
     const QRect rect = current.isValid() ? tree.visualRect(current) : QRect();
     const QPoint at = rect.isValid() && tree.viewport()->rect().intersects(rect)
                           ? QPoint(tree.viewport()->rect().left() + 16, rect.bottom())
@@ -386,7 +399,8 @@ bool Presentation::eventFilter(QObject* watched, QEvent* event) {
         }
     } else if (event->type() == QEvent::ContextMenu) {
         auto* menu = static_cast<QContextMenuEvent*>(event);
-        if (auto* tree = qobject_cast<QTreeView*>(watched); tree != nullptr && menu->reason() == QContextMenuEvent::Keyboard) {
+        if (auto* tree = qobject_cast<QTreeView*>(watched);
+            tree != nullptr && menu->reason() == QContextMenuEvent::Keyboard) {
             openMenuAtCurrentRow(*tree);
             return true;
         }

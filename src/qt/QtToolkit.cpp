@@ -224,7 +224,8 @@ void QtToolkit::formUnloaded(ui::Form& form) {
     const bool wasTop = dialog == topWindow();
     const QString note = dialog->presentation().closingNote();
     dialog->markUnloaded();
-    if (FormDialog* below = topWindow(); below != nullptr && !note.isEmpty()) below->presentation().note(note);
+    if (FormDialog* below = topWindow(); below != nullptr && !note.isEmpty())
+        below->presentation().note(note);
     // The form below a closed modal child becomes the active form again.
     if (wasTop) {
         if (FormDialog* below = topWindow()) below->form().Form_Activate();

@@ -3,8 +3,8 @@
 // Designer file and bound to the form's control models.
 #include <QDialog>
 #include <QEventLoop>
-#include <QPointer>
 #include <QPoint>
+#include <QPointer>
 #include <memory>
 #include <optional>
 #include <string>

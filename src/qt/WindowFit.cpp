@@ -19,7 +19,8 @@ void letListsShrink(QWidget& window) {
 
 void fitInto(QWidget& window, const QRect& area) {
     if (window.layout() != nullptr) window.layout()->activate();
-    const QSize room = (area.size() - QSize(kFrameAllowanceWidth, kFrameAllowanceHeight)).expandedTo(QSize(1, 1));
+    const QSize room =
+        (area.size() - QSize(kFrameAllowanceWidth, kFrameAllowanceHeight)).expandedTo(QSize(1, 1));
     QSize size = window.size().boundedTo(room).expandedTo(window.minimumSizeHint().boundedTo(room));
     window.resize(size);
     QRect placed(QPoint(0, 0), size);

@@ -19,8 +19,8 @@
 #include "qt/ColumnMenu.h"
 #include "qt/ItemLook.h"
 #include "qt/ItemModels.h"
-#include "qt/Presentation.h"
 #include "qt/PostingTotals.h"
+#include "qt/Presentation.h"
 #include "qt/WindowFit.h"
 
 namespace guitest {
@@ -31,17 +31,22 @@ protected:
     void SetUp() override {
         GuiTest::SetUp();
         // Column choices go to this test's own folder, never to the user's settings.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(tmp.path().string()));
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QString::fromStdString(tmp.path().string()));
         QSettings().clear();
     }
     // Runs drive inside the linking screen once the browser's button has opened it.
-    void inLinkingScreen(const std::function<void(qtui::FormDialog&, linking::frmPayrollAccountsLinking&)>& drive) {
-        whenReady([this] { return module->isLoaded("frmPayrollAccountsLinking") &&
-                                  toolkit.windowOf(module->frmPayrollAccountsLinking()) != nullptr; },
-                  [this, drive] {
-                      auto& f = module->frmPayrollAccountsLinking();
-                      drive(*toolkit.windowOf(f), f);
-                  });
+    void inLinkingScreen(
+        const std::function<void(qtui::FormDialog&, linking::frmPayrollAccountsLinking&)>& drive) {
+        whenReady(
+            [this] {
+                return module->isLoaded("frmPayrollAccountsLinking") &&
+                       toolkit.windowOf(module->frmPayrollAccountsLinking()) != nullptr;
+            },
+            [this, drive] {
+                auto& f = module->frmPayrollAccountsLinking();
+                drive(*toolkit.windowOf(f), f);
+            });
     }
     static QMenu* openPopup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
 };
@@ -68,14 +73,18 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
             bool sawCredit = false;
             for (int r = 0; r < details->rowCount(); ++r) {
                 const std::string raw = f.lvwTransactionDetails.cell(r + 1, 5);
-                EXPECT_EQ(details->index(r, 5).data().toString(), qtui::formatAmount(QString::fromStdString(raw)));
-                EXPECT_EQ(details->index(r, 5).data(qtui::ListViewModel::RawTextRole).toString().toStdString(), raw);
+                EXPECT_EQ(details->index(r, 5).data().toString(),
+                          qtui::formatAmount(QString::fromStdString(raw)));
+                EXPECT_EQ(
+                    details->index(r, 5).data(qtui::ListViewModel::RawTextRole).toString().toStdString(),
+                    raw);
                 const bool credit = common::Val(f.lvwTransactionDetails.cell(r + 1, 6)) == 1;
                 sawCredit |= credit;
                 EXPECT_EQ(details->index(r, 6).data().toString(), credit ? "Cr" : "Dr");
             }
             EXPECT_TRUE(sawCredit);
-            EXPECT_EQ(details->index(0, 5).data(Qt::TextAlignmentRole).toInt(), int(Qt::AlignRight | Qt::AlignVCenter));
+            EXPECT_EQ(details->index(0, 5).data(Qt::TextAlignmentRole).toInt(),
+                      int(Qt::AlignRight | Qt::AlignVCenter));
             EXPECT_FALSE(details->index(0, 4).data(Qt::TextAlignmentRole).isValid());
 
             auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
@@ -113,7 +122,8 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
                 };
                 EXPECT_EQ(text("totalDebit_"), qtui::formatAmount(QString::number(sum.first, 'f', 2)));
                 EXPECT_EQ(text("totalCredit_"), qtui::formatAmount(QString::number(sum.second, 'f', 2)));
-                EXPECT_EQ(text("totalBalance_"), qtui::formatAmount(QString::number(sum.first - sum.second, 'f', 2)));
+                EXPECT_EQ(text("totalBalance_"),
+                          qtui::formatAmount(QString::number(sum.first - sum.second, 'f', 2)));
                 EXPECT_TRUE(text("totalCurrency_").contains(cur));
             }
 
@@ -125,11 +135,12 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
             postings->setCurrentIndex(lines->index(2, 1));
             QString menuName;
             QPoint menuAt;
-            whenReady([] { return openPopup() != nullptr; }, [&] {
-                menuName = openPopup()->objectName();
-                menuAt = openPopup()->pos();
-                openPopup()->close();
-            });
+            whenReady([] { return openPopup() != nullptr; },
+                      [&] {
+                          menuName = openPopup()->objectName();
+                          menuAt = openPopup()->pos();
+                          openPopup()->close();
+                      });
             QTest::keyClick(postings, Qt::Key_F10, Qt::ShiftModifier);
             EXPECT_EQ(menuName, "mnuPopup");
             EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 3);
@@ -191,18 +202,21 @@ TEST_F(PresentationTest, APostedEntryScrollsWithItsColumnsChosenFromTheHeaderAnd
             EXPECT_EQ(postings->model()->headerData(12, Qt::Horizontal, Qt::ToolTipRole).toString(),
                       "Net amount in the department's currency");
             QStringList offered;
-            whenReady([] { return openPopup() != nullptr; }, [&] {
-                for (QAction* a : openPopup()->actions()) {
-                    if (a->isSeparator()) continue;
-                    offered << a->text();
-                    if (a->text() == "Dept ID") a->trigger();
-                }
-                openPopup()->close();
-            });
+            whenReady([] { return openPopup() != nullptr; },
+                      [&] {
+                          for (QAction* a : openPopup()->actions()) {
+                              if (a->isSeparator()) continue;
+                              offered << a->text();
+                              if (a->text() == "Dept ID") a->trigger();
+                          }
+                          openPopup()->close();
+                      });
             emit postings->header()->customContextMenuRequested(QPoint(5, 5));
             EXPECT_TRUE(offered.contains("Debit Account ID"));
             EXPECT_FALSE(postings->isColumnHidden(7));
-            EXPECT_EQ(QSettings().value("columns/frmPayrollAccountsLinking.lvwPostingDetails/hidden").toStringList(),
+            EXPECT_EQ(QSettings()
+                          .value("columns/frmPayrollAccountsLinking.lvwPostingDetails/hidden")
+                          .toStringList(),
                       QStringList({"13", "14", "15", "4"}));
             // The list laid out anew (as a retrieval's new headings do) keeps the choice.
             f.lvwPostingDetails.setColumnHeader(12, "Amount(AED)");
