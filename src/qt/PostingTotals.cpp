@@ -34,6 +34,12 @@ void PostingTotals::schedule() {
     });
 }
 
+void PostingTotals::detach() {
+    if (model_ != nullptr) disconnect(model_, nullptr, this, nullptr);
+    model_ = nullptr;
+    pending_ = false;
+}
+
 void PostingTotals::refreshNow() {
     pending_ = false;
     struct Sum {

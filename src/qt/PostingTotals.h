@@ -18,6 +18,8 @@ public:
     PostingTotals(QAbstractItemModel& model, const ListLook& look, QWidget* parent = nullptr);
     // Adds up the list now (changes are otherwise gathered and added up once).
     void refreshNow();
+    // The list goes with its form: read it no more.
+    void detach();
 
 private:
     void schedule();

@@ -124,6 +124,7 @@ void Presentation::detach() {
     detached_ = true;
     for (auto& [control, id] : listeners_) control->removeListener(id);
     listeners_.clear();
+    for (auto* totals : dialog_.findChildren<PostingTotals*>()) totals->detach();
 }
 
 ui::Control* Presentation::control(const char* name) const { return dialog_.form().find(name); }
