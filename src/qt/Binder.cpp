@@ -516,7 +516,7 @@ void Binder::applyEnabled(Binding& b) {
         one.widget->setEnabled(holdsList(one.widget) || enabledWithin(*one.control));
     };
     apply(b);
-    if (b.control->typeName() != "Frame") return;
+    if (qobject_cast<QGroupBox*>(b.widget.data()) == nullptr) return;
     for (auto& other : bindings_)
         for (const ui::Control* p = other->control->container(); p != nullptr; p = p->container())
             if (p == b.control) {

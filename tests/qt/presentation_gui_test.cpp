@@ -11,6 +11,7 @@
 #include <QStatusBar>
 #include <QTreeView>
 #include <map>
+#include <tuple>
 
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
@@ -130,22 +131,27 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
             // Two lines of totals still leave a 1366x768 screen at 125 % room for everything.
             EXPECT_LE(d.minimumSizeHint().height(), 614 - qtui::kFrameAllowanceHeight);
 
-            // Shift+F10 opens the list's menu at the current line, as a right-click there does.
+            // Shift+F10 and the Menu key open the list's menu at the current line, as a
+            // right-click there does.
             postings->setFocus();
-            postings->setCurrentIndex(lines->index(2, 1));
-            QString menuName;
-            QPoint menuAt;
-            whenReady([] { return openPopup() != nullptr; },
-                      [&] {
-                          menuName = openPopup()->objectName();
-                          menuAt = openPopup()->pos();
-                          openPopup()->close();
-                      });
-            QTest::keyClick(postings, Qt::Key_F10, Qt::ShiftModifier);
-            EXPECT_EQ(menuName, "mnuPopup");
-            EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 3);
-            const QRect line = postings->visualRect(lines->index(2, 1));
-            EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(), line.height());
+            for (const auto& [row, key, mods] : {std::tuple{2, Qt::Key_F10, Qt::ShiftModifier},
+                                                 std::tuple{4, Qt::Key_Menu, Qt::NoModifier}}) {
+                postings->setCurrentIndex(lines->index(row, 1));
+                QString menuName;
+                QPoint menuAt;
+                whenReady([] { return openPopup() != nullptr; },
+                          [&] {
+                              menuName = openPopup()->objectName();
+                              menuAt = openPopup()->pos();
+                              openPopup()->close();
+                          });
+                QTest::keyClick(postings, key, mods);
+                EXPECT_EQ(menuName, "mnuPopup");
+                EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), row + 1);
+                const QRect line = postings->visualRect(lines->index(row, 1));
+                EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
+                            line.height());
+            }
 
             QTest::mouseClick(widget<QPushButton>(d, "cmdOk"), Qt::LeftButton);
         });
