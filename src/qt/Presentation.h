@@ -9,7 +9,6 @@
 #include <map>
 #include <vector>
 
-class QLabel;
 class QProgressBar;
 class QStatusBar;
 class QTreeView;
@@ -57,7 +56,6 @@ private:
     FormDialog& dialog_;
     QStatusBar* status_ = nullptr;
     QProgressBar* progress_ = nullptr;
-    QLabel* progressText_ = nullptr;
     std::map<QString, ColumnMenu*> columnMenus_;
     std::vector<std::pair<ui::Control*, int>> listeners_;
     QElapsedTimer work_, lastPaint_;
