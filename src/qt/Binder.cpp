@@ -16,8 +16,10 @@
 #include <QTableView>
 #include <QTreeView>
 #include <algorithm>
+#include <utility>
 
 #include "common/Error.h"
+#include "qt/ItemLook.h"
 #include "qt/ItemModels.h"
 #include "qt/QtToolkit.h"
 
@@ -346,6 +348,12 @@ template <class F>
 void Binder::user(Binding& b, F&& action) {
     if (detached_ || fromModel_ > 0) return;
     flush();
+    ui::Control* outer = std::exchange(acting_, b.control);
+    struct Restore {
+        ui::Control*& acting;
+        ui::Control* outer;
+        ~Restore() { acting = outer; }
+    } restore{acting_, outer};
     try {
         action();
     } catch (const common::Error& e) {
@@ -408,9 +416,11 @@ void Binder::refresh(Binding& b) {
     FromModel guard(fromModel_);
     ui::Control& c = *b.control;
 
-    w->setEnabled(c.enabled());
+    applyEnabled(b);
     if (w->isHidden() == c.visible()) w->setVisible(c.visible());
-    if (!c.toolTipText().empty() || !w->toolTip().isEmpty()) w->setToolTip(qs(c.toolTipText()));
+    // The model's tooltip, else the one the window gives the widget (a shortcut, a button's purpose).
+    const QString tip = c.toolTipText().empty() ? w->property("lookToolTip").toString() : qs(c.toolTipText());
+    if (w->toolTip() != tip) w->setToolTip(tip);
     if (b.focusPolicy & Qt::TabFocus) w->setFocusPolicy(c.tabStop() ? b.focusPolicy : Qt::ClickFocus);
 
     if (auto* label = qobject_cast<QLabel*>(w)) {
@@ -421,10 +431,10 @@ void Binder::refresh(Binding& b) {
         button->setText(qs(c.caption()));
     } else if (auto* edit = qobject_cast<QLineEdit*>(w)) {
         auto& model = static_cast<ui::TextBox&>(c);
-        const QString text = qs(model.text());
+        edit->setMaxLength(model.maxLength > 0 ? model.maxLength : 32767);
+        const QString text = shownText(*edit, qs(model.text()), edit->maxLength());
         if (edit->text() != text) edit->setText(text);
         edit->setReadOnly(model.locked());
-        edit->setMaxLength(model.maxLength > 0 ? model.maxLength : 32767);
     } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
         auto& model = static_cast<ui::ComboBox&>(c);
         bool same = combo->count() == model.listCount();
@@ -479,6 +489,40 @@ void Binder::applyColumnWidths(Binding& b) {
             if (width > 0) table->setColumnWidth(col, std::max(24, twipsToPixels(width)));
         }
     }
+    if (auto* view = qobject_cast<QAbstractItemView*>(b.widget.data())) emit listLaidOut(view);
+}
+
+namespace {
+
+bool holdsList(const QWidget* w) {
+    return qobject_cast<const QAbstractItemView*>(w) != nullptr ||
+           w->findChild<QAbstractItemView*>() != nullptr;
+}
+
+}  // namespace
+
+// A disabled list in Qt neither scrolls nor selects, and greys its text: a read-only entry
+// could not even be read. So lists, and frames that hold lists, stay enabled in Qt; every
+// other widget is enabled as its control and the control's frames are. The models ignore
+// whatever the user does to a control they have disabled.
+void Binder::applyEnabled(Binding& b) {
+    auto enabledWithin = [](const ui::Control& c) {
+        for (const ui::Control* p = &c; p != nullptr; p = p->container())
+            if (!p->enabled()) return false;
+        return true;
+    };
+    auto apply = [&](Binding& one) {
+        if (one.widget == nullptr) return;
+        one.widget->setEnabled(holdsList(one.widget) || enabledWithin(*one.control));
+    };
+    apply(b);
+    if (qobject_cast<QGroupBox*>(b.widget.data()) == nullptr) return;
+    for (auto& other : bindings_)
+        for (const ui::Control* p = other->control->container(); p != nullptr; p = p->container())
+            if (p == b.control) {
+                apply(*other);
+                break;
+            }
 }
 
 void Binder::refreshCurrent(Binding& b) {

@@ -44,6 +44,12 @@ public:
     void flush();
     // Re-reads every model into its widget.
     void refreshAll();
+    // The control whose user action is running now, or nullptr.
+    ui::Control* acting() const { return acting_; }
+
+signals:
+    // A list or grid has its columns laid out anew (after a reset or a change of columns).
+    void listLaidOut(QAbstractItemView* view);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -65,6 +71,7 @@ private:
     void refresh(Binding& b);
     void refreshCurrent(Binding& b);
     void applyColumnWidths(Binding& b);
+    void applyEnabled(Binding& b);
     // Runs a user action on the models unless the change came from them; then re-reads the
     // control (a handler may have refused or changed what the widget shows).
     template <class F>
@@ -82,6 +89,7 @@ private:
     std::map<const QObject*, Binding*> byWidget_;  // widgets and their inner widgets
     int fromModel_ = 0;                            // > 0 while a model change is shown
     bool detached_ = false;
+    ui::Control* acting_ = nullptr;
 };
 
 // Maps a Qt key to the classic key code (0 when there is none).

@@ -54,8 +54,18 @@ QVariant ListViewModel::data(const QModelIndex& index, int role) const {
     const int row = index.row() + 1, col = index.column();
     if (!index.isValid() || row > list_.count() || col >= list_.columnCount()) return {};
     try {
-        if (role == Qt::DisplayRole || role == Qt::ToolTipRole) return qs(list_.cell(row, col));
-        if (role == Qt::CheckStateRole && col == 0 && list_.checkboxes)
+        const CellLook look = look_ != nullptr ? look_->column(col).look : CellLook::Text;
+        if (role == Qt::DisplayRole) {
+            const QString raw = qs(list_.cell(row, col));
+            if (look == CellLook::Amount) return formatAmount(raw);
+            if (look == CellLook::CreditFlag) return formatCreditFlag(raw);
+            return raw;
+        }
+        if (role == Qt::ToolTipRole || role == RawTextRole) return qs(list_.cell(row, col));
+        if (role == Qt::TextAlignmentRole && look == CellLook::Amount)
+            return int(Qt::AlignRight | Qt::AlignVCenter);
+        if (role == Qt::TextAlignmentRole && look == CellLook::CreditFlag) return int(Qt::AlignCenter);
+        if (role == Qt::CheckStateRole && col == 0 && showsTicks())
             return list_.checked(row) ? Qt::Checked : Qt::Unchecked;
     } catch (const common::Error&) {
         // A row shorter than the header: an empty cell.
@@ -72,14 +82,28 @@ bool ListViewModel::setData(const QModelIndex& index, const QVariant& value, int
 }
 
 QVariant ListViewModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section >= list_.columnCount()) return {};
-    return qs(list_.columnHeader(section));
+    if (orientation != Qt::Horizontal || section >= list_.columnCount()) return {};
+    if (role == Qt::DisplayRole) return qs(list_.columnHeader(section));
+    if (look_ == nullptr) return {};
+    const ColumnLook column = look_->column(section);
+    if (role == Qt::ToolTipRole && column.tip != nullptr) return QString(column.tip);
+    if (role == Qt::TextAlignmentRole && column.look == CellLook::Amount)
+        return int(Qt::AlignRight | Qt::AlignVCenter);
+    return {};
 }
 
 Qt::ItemFlags ListViewModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags f = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (index.column() == 0 && list_.checkboxes) f |= Qt::ItemIsUserCheckable;
+    // A list the screen has made read-only shows its ticks but takes none.
+    if (index.column() == 0 && showsTicks() && list_.reachable()) f |= Qt::ItemIsUserCheckable;
     return f;
+}
+
+void ListViewModel::setLook(const ListLook* look) {
+    beginResetModel();
+    look_ = look;
+    endResetModel();
+    if (afterReset) afterReset();
 }
 
 void ListViewModel::modelChanged(ui::Change change, int row, int col) {

@@ -5,6 +5,7 @@
 #include <QAbstractTableModel>
 #include <functional>
 
+#include "qt/ItemLook.h"
 #include "ui/Controls.h"
 
 namespace qtui {
@@ -50,13 +51,20 @@ public:
     void modelChanged(ui::Change change, int row, int col);
     // The user ticked or unticked a row (view row): set by the binder.
     std::function<void(int row)> onUserToggle;
+    // How the cells are shown (nullptr: as they are).
+    void setLook(const ListLook* look);
+    const ListLook* look() const { return look_; }
+    // The cell's own text, whatever the display makes of it.
+    static constexpr int RawTextRole = Qt::UserRole;
 
 protected:
     int liveRows() const override { return list_.count(); }
     int liveCols() const override { return list_.columnCount(); }
 
 private:
+    bool showsTicks() const { return list_.checkboxes && (look_ == nullptr || look_->ticks); }
     ui::ListView& list_;
+    const ListLook* look_ = nullptr;
 };
 
 // ui::FlexGrid: the fixed rows are the header; view row r is the grid's row r + fixedRows.

@@ -21,6 +21,8 @@
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
+#include "qt/Presentation.h"
+#include "qt/WindowFit.h"
 #include "qt/VoucherPrinter.h"
 
 namespace qtui {
@@ -40,16 +42,19 @@ FormDialog::FormDialog(ui::Form& form, QWidget* parent) : QDialog(parent), form_
     setWindowTitle(qs(form.caption()));
     setModal(true);
     binder_ = std::make_unique<Binder>(form, this);
+    presentation_ = new Presentation(*this);
 }
 
 FormDialog::~FormDialog() {
     // The form may be gone by now: stop reaching for it before the widgets go.
+    presentation_->detach();
     binder_->detach();
 }
 
 void FormDialog::markUnloaded() {
     if (unloaded_) return;
     unloaded_ = true;
+    presentation_->detach();
     binder_->detach();
     hide();
     if (loop_ != nullptr) loop_->exit(0);
@@ -150,6 +155,7 @@ int QtToolkit::msgBox(const ui::MessageBoxRequest& request) {
     for (auto& w : stack_)
         if (w != nullptr) w->binder().flush();
 
+    ++messagesShown_;
     QMessageBox box(icon, qs(request.title), qs(request.text), QMessageBox::NoButton, topWindow());
     for (auto& [b, answer] : buttons) box.addButton(b);
     size_t def = 0;
@@ -196,6 +202,7 @@ void QtToolkit::showModal(ui::Form& form) {
         }
     } cleanup{*this, dialog};
 
+    fitToScreen(*dialog);
     dialog->show();
     dialog->raise();
     dialog->activateWindow();
@@ -216,7 +223,10 @@ void QtToolkit::formUnloaded(ui::Form& form) {
     FormDialog* dialog = windowOf(form);
     if (dialog == nullptr) return;
     const bool wasTop = dialog == topWindow();
+    const QString note = dialog->presentation().closingNote();
     dialog->markUnloaded();
+    if (FormDialog* below = topWindow(); below != nullptr && !note.isEmpty())
+        below->presentation().note(note);
     // The form below a closed modal child becomes the active form again.
     if (wasTop) {
         if (FormDialog* below = topWindow()) below->form().Form_Activate();
@@ -238,6 +248,7 @@ void QtToolkit::sendKeys(const std::string& keys) {
 void QtToolkit::setBusy(bool busy) {
     if (busy == busy_) return;
     busy_ = busy;
+    if (FormDialog* top = topWindow()) top->presentation().setBusy(busy);
     if (busy) {
         QApplication::setOverrideCursor(Qt::WaitCursor);
         // Long work follows without a turn of the event loop: paint what is there now.
@@ -279,7 +290,7 @@ void QtToolkit::popupMenu(ui::Form& form, ui::Menu& menu) {
         items[action] = item;
     }
     menu.open = true;
-    QAction* chosen = qmenu.exec(QCursor::pos());
+    QAction* chosen = qmenu.exec(menuAt_.value_or(QCursor::pos()));
     auto it = items.find(chosen);
     if (it == items.end()) {
         menu.open = false;

@@ -3,8 +3,10 @@
 // Designer file and bound to the form's control models.
 #include <QDialog>
 #include <QEventLoop>
+#include <QPoint>
 #include <QPointer>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,7 @@
 namespace qtui {
 
 class Binder;
+class Presentation;
 
 // The window of one shown form. The frame's close button asks the form (which may refuse);
 // the dialog itself ends only when the form has been unloaded.
@@ -25,12 +28,14 @@ public:
 
     ui::Form& form() const { return form_; }
     Binder& binder() const { return *binder_; }
+    Presentation& presentation() const { return *presentation_; }
     bool formUnloaded() const { return unloaded_; }
     void markUnloaded();
     // The nested loop of a modal form: returns when the form has been unloaded.
     void runModalLoop();
     // Moves the focus on as the Tab key does.
     void tabForward() { focusNextChild(); }
+    void tabBackward() { focusPreviousChild(); }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -41,6 +46,7 @@ protected:
 private:
     ui::Form& form_;
     std::unique_ptr<Binder> binder_;
+    Presentation* presentation_ = nullptr;  // a child of the dialog
     bool unloaded_ = false;
     QEventLoop* loop_ = nullptr;
 };
@@ -68,12 +74,18 @@ public:
     FormDialog* windowOf(const ui::Form& form) const;
     // The innermost shown form's window, or nullptr.
     FormDialog* topWindow() const;
+    // How many message boxes have been shown so far.
+    int messagesShown() const { return messagesShown_; }
+    // Where the next popup menu opens (global), instead of at the mouse pointer.
+    void setNextMenuPosition(std::optional<QPoint> at) { menuAt_ = at; }
     // The help file that F1 opens.
     static std::string moduleHelpFile();
 
 private:
     std::vector<QPointer<FormDialog>> stack_;  // shown forms, innermost last
     bool busy_ = false;
+    int messagesShown_ = 0;
+    std::optional<QPoint> menuAt_;
 };
 
 }  // namespace qtui

@@ -1,0 +1,100 @@
+#include "qt/ItemLook.h"
+
+#include <QBrush>
+#include <QLocale>
+#include <QWidget>
+#include <cmath>
+#include <map>
+
+#include "common/Conv.h"
+
+namespace qtui {
+
+namespace {
+
+constexpr ColumnLook kText{}, kId{CellLook::Text, true, nullptr},
+    kFlag{CellLook::CreditFlag, false, "Cr: credit line, Dr: debit line"};
+constexpr ColumnLook amount(const char* tip) { return {CellLook::Amount, false, tip}; }
+
+const std::map<QString, ListLook>& looks() {
+    static const std::map<QString, ListLook> all = [] {
+        std::map<QString, ListLook> m;
+        m["frmPayrollAccountsLinking.lvwTransactions"] = {true,
+                                                          {kText, kText, kText, kText, kText, kId, kId}};
+        m["frmPayrollAccountsLinking.lvwTransactionDetails"] = {
+            true,
+            {kText,
+             kText,
+             kText,
+             kText,
+             kText,
+             amount("Amount in the account's currency"),
+             kFlag,
+             kId,
+             kId,
+             kId,
+             kText,
+             kText,
+             amount("Amount in the line's own currency"),
+             amount("Amount in the department's currency"),
+             amount("Amount in the company's currency"),
+             kText,
+             kText,
+             kId,
+             kId,
+             kId}};
+        m["frmPayrollAccountsLinking.lvwPostingDetails"] = {
+            false,
+            {kText, kText, kText, kText, kId, amount("Debit in the account's currency"),
+             amount("Credit in the account's currency"), kId,
+             amount("Debit less credit, in the account's currency"),
+             amount("Net amount in the line's own currency"), kText,
+             amount("Net amount in the company's currency"),
+             amount("Net amount in the department's currency"), kId, kId, kId},
+            3,
+            5,
+            6};
+        m["FrmMaster.flexMaster"] = {false, {kId}, -1, -1, -1, 4};
+        return m;
+    }();
+    return all;
+}
+
+}  // namespace
+
+const ListLook* listLook(const QString& form, const QString& list) {
+    auto it = looks().find(form + '.' + list);
+    return it == looks().end() ? nullptr : &it->second;
+}
+
+QString formatAmount(const QString& raw) {
+    bool ok = false;
+    const double v = raw.trimmed().toDouble(&ok);
+    if (!ok) return raw;
+    QLocale locale;
+    locale.setNumberOptions(QLocale::DefaultNumberOptions);
+    // A sum that rounds to nothing shows as 0.00, never as "-0.00".
+    const double cents = std::round(v * 100.0) / 100.0;
+    return locale.toString(cents == 0.0 ? 0.0 : cents, 'f', 2);
+}
+
+QString formatCreditFlag(const QString& raw) { return amountOf(raw) == 1.0 ? "Cr" : "Dr"; }
+
+double amountOf(const QString& raw) { return common::Val(raw.toStdString()); }
+
+QString shownText(const QWidget& box, const QString& raw, int maxLength) {
+    if (!box.property(kAmountBox).toBool() || box.hasFocus()) return raw;
+    const QString shown = formatAmount(raw);
+    return shown.size() <= maxLength ? shown : raw;
+}
+
+void ColouredRowDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
+    QStyledItemDelegate::initStyleOption(option, index);
+    const QVariant background = index.data(Qt::BackgroundRole);
+    if (!background.canConvert<QBrush>()) return;
+    const QColor colour = background.value<QBrush>().color();
+    option->palette.setColor(QPalette::Highlight, colour.darker(160));
+    option->palette.setColor(QPalette::HighlightedText, Qt::white);
+}
+
+}  // namespace qtui

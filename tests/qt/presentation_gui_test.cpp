@@ -1,0 +1,251 @@
+// What the Qt windows add for the reader without changing what the screens see: formatted
+// amounts, totals per currency, column menus, read-only entries that can still be read,
+// keyboard menus, status notes and windows that fit small screens.
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTreeView>
+#include <map>
+#include <tuple>
+
+#include "browser/FrmMaster.h"
+#include "common/Conv.h"
+#include "gui_support.h"
+#include "journal/frmJournalDetails.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "qt/ColumnMenu.h"
+#include "qt/ItemLook.h"
+#include "qt/ItemModels.h"
+#include "qt/PostingTotals.h"
+#include "qt/Presentation.h"
+#include "qt/WindowFit.h"
+
+namespace guitest {
+namespace {
+
+class PresentationTest : public GuiTest {
+protected:
+    void SetUp() override {
+        GuiTest::SetUp();
+        // Column choices go to this test's own folder, never to the user's settings.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QString::fromStdString(tmp.path().string()));
+        QSettings().clear();
+    }
+    // Runs drive inside the linking screen once the browser's button has opened it.
+    void inLinkingScreen(
+        const std::function<void(qtui::FormDialog&, linking::frmPayrollAccountsLinking&)>& drive) {
+        whenReady(
+            [this] {
+                return module->isLoaded("frmPayrollAccountsLinking") &&
+                       toolkit.windowOf(module->frmPayrollAccountsLinking()) != nullptr;
+            },
+            [this, drive] {
+                auto& f = module->frmPayrollAccountsLinking();
+                drive(*toolkit.windowOf(f), f);
+            });
+    }
+    static QMenu* openPopup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
+};
+
+TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboardMenuAndItsSavedNumber) {
+    auto& browser = module->FrmMaster();
+    showModal(browser, [&](qtui::FormDialog& master) {
+        inLinkingScreen([&](qtui::FormDialog& d, linking::frmPayrollAccountsLinking& f) {
+            auto* type = widget<QComboBox>(d, "cboType");
+            type->setFocus();
+            QTest::keyClick(type, Qt::Key_Down);  // Payroll
+            // A date picker is one Tab stop.
+            auto* from = widget<QDateEdit>(d, "dtpFromDate");
+            from->setFocus();
+            QTest::keyClick(from, Qt::Key_Tab);
+            EXPECT_EQ(d.binder().controlOf(d.focusWidget()), &f.dtpToDate);
+            f.cboDepartment.userSelectText("Site Operations");
+            QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
+            QTest::mouseClick(widget<QCheckBox>(d, "chkSelectAll"), Qt::LeftButton);
+            d.binder().flush();
+
+            // Amounts: formatted and right-aligned on screen, the cells untouched; the credit flag as Cr/Dr.
+            auto* details = widget<QTreeView>(d, "lvwTransactionDetails")->model();
+            bool sawCredit = false;
+            for (int r = 0; r < details->rowCount(); ++r) {
+                const std::string raw = f.lvwTransactionDetails.cell(r + 1, 5);
+                EXPECT_EQ(details->index(r, 5).data().toString(),
+                          qtui::formatAmount(QString::fromStdString(raw)));
+                EXPECT_EQ(
+                    details->index(r, 5).data(qtui::ListViewModel::RawTextRole).toString().toStdString(),
+                    raw);
+                const bool credit = common::Val(f.lvwTransactionDetails.cell(r + 1, 6)) == 1;
+                sawCredit |= credit;
+                EXPECT_EQ(details->index(r, 6).data().toString(), credit ? "Cr" : "Dr");
+            }
+            EXPECT_TRUE(sawCredit);
+            EXPECT_EQ(details->index(0, 5).data(Qt::TextAlignmentRole).toInt(),
+                      int(Qt::AlignRight | Qt::AlignVCenter));
+            EXPECT_FALSE(details->index(0, 4).data(Qt::TextAlignmentRole).isValid());
+
+            auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+            QAbstractItemModel* lines = postings->model();
+            ASSERT_GT(lines->rowCount(), 4);
+            // A figure of seven digits reads with its separators; the cell keeps its own text.
+            bool sawThousands = false;
+            for (int r = 0; r < lines->rowCount(); ++r) {
+                const QString shown = lines->index(r, 6).data().toString();
+                sawThousands |= shown.count(',') == 2;
+                EXPECT_EQ(QString(shown).remove(',').toStdString(), f.lvwPostingDetails.cell(r + 1, 6));
+            }
+            EXPECT_TRUE(sawThousands);
+            // Ticking a posting line means nothing: no tick box.
+            EXPECT_FALSE(lines->index(0, 0).data(Qt::CheckStateRole).isValid());
+            EXPECT_FALSE(lines->flags(lines->index(0, 0)) & Qt::ItemIsUserCheckable);
+
+            // Totals per currency equal the sums of the lines.
+            auto* totals = d.findChild<qtui::PostingTotals*>();
+            ASSERT_NE(totals, nullptr);
+            totals->refreshNow();
+            std::map<std::string, std::pair<double, double>> sums;
+            for (int r = 1; r <= f.lvwPostingDetails.count(); ++r) {
+                auto& [debit, credit] = sums[f.lvwPostingDetails.cell(r, 3)];
+                debit += common::Val(f.lvwPostingDetails.cell(r, 5));
+                credit += common::Val(f.lvwPostingDetails.cell(r, 6));
+            }
+            EXPECT_EQ(sums.size(), 2u);  // USD and AED
+            for (const auto& [currency, sum] : sums) {
+                SCOPED_TRACE(currency);
+                const QString cur = QString::fromStdString(currency);
+                auto text = [&](const char* what) {
+                    auto* label = totals->findChild<QLabel*>(QString(what) + cur);
+                    return label != nullptr ? label->text() : QString("missing");
+                };
+                EXPECT_EQ(text("totalDebit_"), qtui::formatAmount(QString::number(sum.first, 'f', 2)));
+                EXPECT_EQ(text("totalCredit_"), qtui::formatAmount(QString::number(sum.second, 'f', 2)));
+                EXPECT_EQ(text("totalBalance_"),
+                          qtui::formatAmount(QString::number(sum.first - sum.second, 'f', 2)));
+                EXPECT_TRUE(text("totalCurrency_").contains(cur));
+            }
+
+            // Two lines of totals still leave a 1366x768 screen at 125 % room for everything.
+            EXPECT_LE(d.minimumSizeHint().height(), 614 - qtui::kFrameAllowanceHeight);
+
+            // Shift+F10 and the Menu key open the list's menu at the current line, as a
+            // right-click there does.
+            postings->setFocus();
+            for (const auto& [row, key, mods] : {std::tuple{2, Qt::Key_F10, Qt::ShiftModifier},
+                                                 std::tuple{4, Qt::Key_Menu, Qt::NoModifier}}) {
+                postings->setCurrentIndex(lines->index(row, 1));
+                QString menuName;
+                QPoint menuAt;
+                whenReady([] { return openPopup() != nullptr; },
+                          [&] {
+                              menuName = openPopup()->objectName();
+                              menuAt = openPopup()->pos();
+                              openPopup()->close();
+                          });
+                QTest::keyClick(postings, key, mods);
+                EXPECT_EQ(menuName, "mnuPopup");
+                EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), row + 1);
+                const QRect line = postings->visualRect(lines->index(row, 1));
+                EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
+                            line.height());
+            }
+
+            QTest::mouseClick(widget<QPushButton>(d, "cmdOk"), Qt::LeftButton);
+        });
+        QTest::mouseClick(widget<QPushButton>(master, "cmdnew"), Qt::LeftButton);
+        EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+        EXPECT_EQ(master.presentation().statusLine()->currentMessage(), "Saved as PAL/6");
+        master.close();
+    });
+}
+
+TEST_F(PresentationTest, APostedEntryScrollsWithItsColumnsChosenFromTheHeaderAndFitsASmallScreen) {
+    {
+        // The line editor's arrow buttons say what they do, also after the models are shown again.
+        journal::frmJournalDetails editor(*module);
+        qtui::FormDialog dialog(editor, nullptr);
+        dialog.binder().refreshAll();
+        EXPECT_EQ(
+            widget<QPushButton>(dialog, "cmdNext")->toolTip(),
+            "Next line (" + QKeySequence(Qt::ALT | Qt::Key_Right).toString(QKeySequence::NativeText) + ")");
+    }
+    auto& browser = module->FrmMaster();
+    showModal(browser, [&](qtui::FormDialog& master) {
+        ASSERT_EQ(browser.flexMaster.textMatrix(1, 1), "PAL/1");  // the posted one
+        browser.flexMaster.userSelectCell(1, 1);
+        answerNextBox(QMessageBox::Ok);  // "Record posted. Can't Edit."
+        inLinkingScreen([&](qtui::FormDialog& d, linking::frmPayrollAccountsLinking& f) {
+            // Everything fits 1024x700, and 1366x768 at 125 % (1093x614 in the window's units).
+            qtui::fitInto(d, QRect(0, 0, 1024, 700));
+            EXPECT_TRUE(QRect(0, 0, 1024, 700).contains(d.geometry()));
+            const QSize least = d.minimumSizeHint();
+            EXPECT_LE(least.height(), 614 - qtui::kFrameAllowanceHeight);
+            EXPECT_LE(least.width(), 1093 - qtui::kFrameAllowanceWidth);
+            QApplication::processEvents();
+            for (const char* name : {"cmdOk", "cmdClose", "txtRemarks"}) {
+                auto* w = widget<QWidget>(d, name);
+                EXPECT_TRUE(d.rect().contains(QRect(w->mapTo(&d, QPoint(0, 0)), w->size()))) << name;
+            }
+
+            // Read-only, but its lists scroll and select; the screen's selection stays.
+            EXPECT_FALSE(f.fraTransactionDetails.enabled());
+            for (const char* name : {"lvwTransactions", "lvwPostingDetails"}) {
+                SCOPED_TRACE(name);
+                auto* tree = widget<QTreeView>(d, name);
+                auto* list = dynamic_cast<ui::ListView*>(f.find(name));
+                const int selected = list->selectedIndex();
+                ASSERT_GT(tree->model()->rowCount(), 1);
+                EXPECT_TRUE(tree->isEnabled());
+                tree->setFocus();
+                QTest::keyClick(tree, Qt::Key_End);
+                const QModelIndex last = tree->model()->index(tree->model()->rowCount() - 1, 0);
+                EXPECT_EQ(tree->currentIndex().row(), last.row());
+                EXPECT_TRUE(tree->viewport()->rect().contains(tree->visualRect(last).center()));
+                EXPECT_EQ(list->selectedIndex(), selected);
+            }
+            EXPECT_FALSE(widget<QPushButton>(d, "cmdOk")->isEnabled());
+
+            // Internal ids start hidden; the header's menu shows one and remembers it.
+            auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+            for (int col : {4, 7, 13, 14, 15}) EXPECT_TRUE(postings->isColumnHidden(col)) << col;
+            for (int col : {1, 5, 6, 8, 12}) EXPECT_FALSE(postings->isColumnHidden(col)) << col;
+            EXPECT_EQ(postings->model()->headerData(11, Qt::Horizontal, Qt::ToolTipRole).toString(),
+                      "Net amount in the company's currency");
+            EXPECT_EQ(postings->model()->headerData(12, Qt::Horizontal, Qt::ToolTipRole).toString(),
+                      "Net amount in the department's currency");
+            QStringList offered;
+            whenReady([] { return openPopup() != nullptr; },
+                      [&] {
+                          for (QAction* a : openPopup()->actions()) {
+                              if (a->isSeparator()) continue;
+                              offered << a->text();
+                              if (a->text() == "Dept ID") a->trigger();
+                          }
+                          openPopup()->close();
+                      });
+            emit postings->header()->customContextMenuRequested(QPoint(5, 5));
+            EXPECT_TRUE(offered.contains("Debit Account ID"));
+            EXPECT_FALSE(postings->isColumnHidden(7));
+            EXPECT_EQ(QSettings()
+                          .value("columns/frmPayrollAccountsLinking.lvwPostingDetails/hidden")
+                          .toStringList(),
+                      QStringList({"13", "14", "15", "4"}));
+            // The list laid out anew (as a retrieval's new headings do) keeps the choice.
+            f.lvwPostingDetails.setColumnHeader(12, "Amount(AED)");
+            d.binder().flush();
+            EXPECT_FALSE(postings->isColumnHidden(7));
+            EXPECT_TRUE(postings->isColumnHidden(4));
+            d.close();
+        });
+        QTest::mouseClick(widget<QPushButton>(master, "CmdEdit"), Qt::LeftButton);
+        EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+        master.close();
+    });
+}
+
+}  // namespace
+}  // namespace guitest
