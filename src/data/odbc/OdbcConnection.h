@@ -7,7 +7,13 @@
 
 namespace data::odbc {
 
+struct Options {
+    // Off: parameters are typed by their values, as with a driver that cannot describe them
+    // (Debian's FreeTDS); lets the tests take that path on a driver that can.
+    bool describeParameters = true;
+};
+
 // Connects with a connection string; failure raises an error carrying the driver's text.
-ConnectionPtr open(const std::string& connectionString);
+ConnectionPtr open(const std::string& connectionString, const Options& options = {});
 
 }  // namespace data::odbc
