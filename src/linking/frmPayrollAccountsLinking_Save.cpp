@@ -95,12 +95,38 @@ std::string frmPayrollAccountsLinking::Generateappno() {
                       " and len(TransNo)>len('" + prefix + "') and " +
                       " isnumeric(isnull(right(TransNo,len(TransNo)-" + len +
                       "),0)) =1 and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "'";
-    rs = conn.open(sql, data::CursorType::Static, data::LockType::Optimistic);
-    std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
-    rs->close();
+    std::string highest;
+    try {
+        rs = conn.open(sql, data::CursorType::Static, data::LockType::Optimistic);
+        highest = rs->eof() ? std::string("0") : rs->field(0).toText();
+        rs->close();
+    } catch (const common::Error& e) {
+        // Logged for support without a message: the guarded statement numbers the entry and
+        // the save goes on.
+        module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(), e.description(),
+                         module_.EntryMode, false);
+        highest = HighestEntryNumberGuarded(prefix);
+    }
 
     int32_t next = common::CLng(Val(highest) + 1);
     return prefix + std::to_string(next);
+}
+
+// The classic statement fails for the whole company once one stored number continues the
+// prefix with a text that isnumeric accepts and int refuses ('PAL/1.5', 'PAL/1e5',
+// 'PAL/1,000', more than an int holds), and SQL Server may take right() of an older number
+// shorter than the prefix before the length test (error 536). Here only suffixes starting
+// with a digit that convert to an int count, and substring never gets a negative length.
+std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
+    auto& s = module_.session;
+    const std::string suffix = "substring(TransNo," + std::to_string(prefix.size() + 1) + ",4000)";
+    std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " + s.tables.paPayAccLinkHeader +
+                      " where CompanyID = " + std::to_string(s.companyId) + " and substring(TransNo,1,len('" +
+                      prefix + "'))='" + prefix + "' and " + suffix + " like '[0-9]%'";
+    auto rs = module_.connection().open(sql, data::CursorType::Static, data::LockType::Optimistic);
+    std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
+    rs->close();
+    return highest;
 }
 
 void frmPayrollAccountsLinking::InsertIntoTable() {
@@ -316,11 +342,12 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
 
 double frmPayrollAccountsLinking::fnPrevPendingLoanAmt(int32_t employeeId, int32_t loanId) {
     auto& s = module_.session;
-    // Old-style outer joins, as the suite's server reads them.
+    // Written once with the old "*=" outer joins, which SQL Server 2019 refuses (error 4147):
+    // the same join in the standard form.
     std::string sql =
         "select sum(coalesce(liCurrentBalance,laSanctionAmount)) PendingAmt from pLoanApplication "
-        "a,pLoansIssue b" +
-        std::string(" where a.laCompanyID*=b.liCompanyID and a.laLoanAppID*=b.liLoanAppID ") +
+        "a left outer join pLoansIssue b" +
+        std::string(" on a.laCompanyID=b.liCompanyID and a.laLoanAppID=b.liLoanAppID where 1=1 ") +
         " and a.laAppType='L' and a.laEmployeeID=" + std::to_string(employeeId) +
         " and a.laLoanID=" + std::to_string(loanId) + " and a.laCompanyID=" + std::to_string(s.companyId);
     if (module_.EntryMode != "N") {
