@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "OdbcTestSupport.h"
@@ -144,6 +145,32 @@ TEST(ServerDialect, LiteralsBecomeUnicodeAndComparedDatesLanguageFree) {
         {"select 1", "select 1"},
     };
     for (const auto& [in, out] : cases) EXPECT_EQ(data::odbc::sqlServerText(in), out) << in;
+}
+
+// Where the driver cannot describe a marker, the column it is bound to decides whether a
+// date text travels as a date: the insert's column list, "col=?" in a set or where clause.
+TEST(ServerDialect, MarkersAreMatchedToTheirColumns) {
+    using Columns = std::vector<std::string>;
+    const std::vector<std::tuple<std::string, std::string, Columns>> cases{
+        {" insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
+         "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
+         "paPayAccLinkHeader",
+         {"CompanyID", "TransID", "DepartmentID", "TransNo", "TransDate", "TransType", "Remarks", "Cancelled"}},
+        {" update dbo.[paPayAccLinkHeader] set TransDate=?, Remarks=? where CompanyID=1 and pa.transID = ?",
+         "paPayAccLinkHeader",
+         {"TransDate", "Remarks", "transID"}},
+        {"insert into t (a, b, c) values (?, isnull(?, 'x,y'), ?)", "t", {"a", "", "c"}},
+        {"select name from t where id >= ? and d = ?", "", {"", "d"}},
+    };
+    for (const auto& [sql, table, columns] : cases) {
+        auto m = data::odbc::markerColumns(sql);
+        EXPECT_EQ(m.table, table) << sql;
+        EXPECT_EQ(m.columns, columns) << sql;
+    }
+    EXPECT_EQ(data::odbc::suiteDate("28/Oct/2026"), DateTime::ymd(2026, 10, 28));
+    EXPECT_EQ(data::odbc::suiteDate("2026/10/28"), DateTime::ymd(2026, 10, 28));
+    for (const char* text : {"28/Okt/2026", "31/Feb/2026", "2026-10-28", "28/10/2026", "Oct 28 2026"})
+        EXPECT_FALSE(data::odbc::suiteDate(text)) << text;
 }
 
 // The autocommit switches ("on"/"off") the driver manager traced after offset `from`.

@@ -8,6 +8,8 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -68,6 +70,8 @@ struct Link {
     bool canDescribe = true;
     // SQL Server (any driver): statements are sent in its language-free forms.
     bool sqlServer = false;
+    // Per table (lower case), its columns (lower case) of a date or time type, from the catalog.
+    std::map<std::string, std::set<std::string>> dateColumns;
 
     Link() = default;
     Link(const Link&) = delete;
@@ -299,6 +303,7 @@ Outcome collect(const Statement& s, SQLRETURN executed) {
 // What the driver said of a parameter (or what the binding falls back on without it).
 struct Description {
     bool known = false;
+    bool dateColumn = false;  // undescribed, but bound to a column of a date type
     SQLSMALLINT sqlType = SQL_VARCHAR;
     SQLULEN size = 0;
     SQLSMALLINT digits = 0;
@@ -667,6 +672,39 @@ private:
             params.push_back(std::move(p));
             described.push_back(d);
         }
+        if (link_->sqlServer) markDateColumns(described);
+    }
+
+    // The screens bind some dates as "dd/MMM/yyyy" text, which SQL Server reads by the
+    // session's language. Where the driver could not say that a marker stands for a date,
+    // the catalog says whether its column is one, and such a text is then bound as a date.
+    void markDateColumns(std::vector<Description>& described) {
+        MarkerColumns markers = markerColumns(text_);
+        if (markers.table.empty()) return;
+        const std::set<std::string>& dates = dateColumnsOf(markers.table);
+        for (size_t i = 0; i < described.size() && i < markers.columns.size(); ++i)
+            if (!described[i].known) described[i].dateColumn = dates.count(lowerCase(markers.columns[i])) > 0;
+    }
+
+    const std::set<std::string>& dateColumnsOf(const std::string& table) {
+        const std::string key = lowerCase(table);
+        if (auto it = link_->dateColumns.find(key); it != link_->dateColumns.end()) return it->second;
+        std::set<std::string> dates;
+        Statement s(*link_);
+        std::string name = catalogPattern(table);
+        if (SQL_SUCCEEDED(SQLColumns(s.handle(), nullptr, 0, nullptr, 0, sqlChars(name), SQL_NTS, nullptr, 0))) {
+            // Columns of the catalog result: 4 name, 5 SQL type.
+            while (SQL_SUCCEEDED(SQLFetch(s.handle()))) {
+                Kind kind = kindOf(static_cast<SQLSMALLINT>(integerOf(s, 5, SQL_VARCHAR)));
+                if (kind == Kind::Date || kind == Kind::Timestamp) dates.insert(lowerCase(textOf(s, 4)));
+            }
+        }
+        return link_->dateColumns[key] = std::move(dates);
+    }
+
+    static std::string lowerCase(std::string v) {
+        for (char& c : v) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return v;
     }
 
     // The procedure's own parameter list from the catalog; the return value comes first.
@@ -772,14 +810,17 @@ private:
     void bind(const Statement& s, size_t i, Binding& b) {
         const Parameter& p = params_[i];
         Description d = i < described_.size() ? described_[i] : Description{};
-        Value::Type type = p.type != Value::Type::Null ? p.type : p.value.type();
-        if (!d.known) d = describeByValue(type, p.value);
+        Value value = p.value;
+        if (d.dateColumn && value.asText())
+            if (auto date = suiteDate(*value.asText())) value = Value(*date);
+        Value::Type type = p.type != Value::Type::Null ? p.type : value.type();
+        if (!d.known) d = describeByValue(type, value);
         b.kind = kindOf(d.sqlType);
         b.isWide = b.kind == Kind::Text && isWideType(d.sqlType);
         bool output = returnsValue(p.direction);
         Value in = p.direction == ParamDirection::Output || p.direction == ParamDirection::ReturnValue
                        ? Value()
-                       : p.value;
+                       : value;
         load(b, in, output, d.size, link_->sqlServer);
         SQLULEN size = d.size;
         if (b.kind == Kind::Text && size == 0) {

@@ -24,7 +24,8 @@ bool allDigits(std::string_view s) {
     return !s.empty();
 }
 
-// The suite's date texts: "yyyy/mm/dd" and "dd/MMM/yyyy" (English month names).
+}  // namespace
+
 std::optional<common::DateTime> suiteDate(std::string_view s) {
     std::optional<common::DateTime> d;
     if (s.size() == 10 && s[4] == '/' && s[7] == '/' && allDigits(s.substr(0, 4)) && allDigits(s.substr(5, 2)) &&
@@ -42,6 +43,8 @@ std::optional<common::DateTime> suiteDate(std::string_view s) {
     if (d && !d->valid()) d.reset();
     return d;
 }
+
+namespace {
 
 // Whether the text before a literal ends in an ordering comparison (<, >, <=, >=, <>).
 bool afterOrdering(std::string_view before) {
@@ -99,6 +102,92 @@ std::string sqlServerText(std::string_view sql) {
             out += c;
             ++i;
         }
+    }
+    return out;
+}
+
+namespace {
+
+// Words, "?" markers and single characters of a statement; literals and comments dropped.
+std::vector<std::string> tokens(std::string_view sql) {
+    std::vector<std::string> out;
+    for (size_t i = 0; i < sql.size();) {
+        char c = sql[i];
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            ++i;
+        } else if (c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') {
+            size_t end = sql.find('\n', i);
+            i = end == std::string_view::npos ? sql.size() : end;
+        } else if (c == '\'') {
+            size_t end = i + 1;
+            for (;;) {
+                end = sql.find('\'', end);
+                if (end == std::string_view::npos || end + 1 >= sql.size() || sql[end + 1] != '\'') break;
+                end += 2;
+            }
+            out.push_back("'");
+            i = end == std::string_view::npos ? sql.size() : end + 1;
+        } else if (isWordChar(c) || c == '[' || c == '.') {
+            size_t end = i;
+            while (end < sql.size() && (isWordChar(sql[end]) || sql[end] == '[' || sql[end] == ']' || sql[end] == '.'))
+                ++end;
+            out.emplace_back(sql.substr(i, end - i));
+            i = end;
+        } else {
+            out.emplace_back(1, c);
+            ++i;
+        }
+    }
+    return out;
+}
+
+std::string lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+// "dbo.[T]" -> "T", "pa.TransDate" -> "TransDate".
+std::string lastPart(const std::string& name) {
+    std::string out = name.substr(name.rfind('.') == std::string::npos ? 0 : name.rfind('.') + 1);
+    if (out.size() >= 2 && out.front() == '[' && out.back() == ']') out = out.substr(1, out.size() - 2);
+    return out;
+}
+
+}  // namespace
+
+MarkerColumns markerColumns(std::string_view sql) {
+    MarkerColumns out;
+    const std::vector<std::string> t = tokens(sql);
+    std::vector<std::string> insertColumns;
+    size_t valuesAt = t.size();
+    for (size_t k = 0; k + 1 < t.size(); ++k) {
+        std::string w = lower(t[k]);
+        if (out.table.empty() && w == "update") out.table = lastPart(t[k + 1]);
+        if (out.table.empty() && w == "into" && k > 0 && lower(t[k - 1]) == "insert") {
+            out.table = lastPart(t[k + 1]);
+            size_t j = k + 2;
+            if (j < t.size() && t[j] == "(")
+                for (++j; j < t.size() && t[j] != ")"; ++j)
+                    if (t[j] != ",") insertColumns.push_back(lastPart(t[j]));
+        }
+        if (w == "values" && t[k + 1] == "(") valuesAt = k + 1;
+    }
+    size_t position = 0;  // of the value in the insert's list
+    int depth = 0;
+    for (size_t k = 0; k < t.size(); ++k) {
+        if (k > valuesAt) {
+            if (t[k] == "(") ++depth;
+            if (t[k] == ")") --depth;
+            if (t[k] == "," && depth == 0) ++position;
+        }
+        if (t[k] != "?") continue;
+        std::string column;
+        if (k > valuesAt && depth == 0 && t[k - 1] != "=" ) {
+            if (position < insertColumns.size()) column = insertColumns[position];
+        } else if (k >= 2 && t[k - 1] == "=" && t[k - 2] != "<" && t[k - 2] != ">" && t[k - 2] != "!") {
+            column = lastPart(t[k - 2]);
+        }
+        out.columns.push_back(column);
     }
     return out;
 }

@@ -9,11 +9,27 @@
 //   the session's language and date format; it is sent as 'yyyymmdd', which every session
 //   reads alike.
 // Everything else, comments and bracketed names included, goes through byte for byte.
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "common/DateTime.h"
 
 namespace data::odbc {
 
 std::string sqlServerText(std::string_view sql);
+
+// The suite's date texts, "yyyy/mm/dd" and "dd/MMM/yyyy" (English month names), as dates.
+std::optional<common::DateTime> suiteDate(std::string_view text);
+
+// The table an insert or update writes and, for each "?" in order, the column it is
+// bound to ("insert into T (a, b) values (?, ?)", "set a=?", "where T.b = ?"); "" where the
+// statement does not say.
+struct MarkerColumns {
+    std::string table;
+    std::vector<std::string> columns;
+};
+MarkerColumns markerColumns(std::string_view sql);
 
 }  // namespace data::odbc
