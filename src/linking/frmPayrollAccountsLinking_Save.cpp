@@ -120,9 +120,10 @@ std::string frmPayrollAccountsLinking::Generateappno() {
 std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
     auto& s = module_.session;
     const std::string suffix = "substring(TransNo," + std::to_string(prefix.size() + 1) + ",4000)";
-    std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " + s.tables.paPayAccLinkHeader +
-                      " where CompanyID = " + std::to_string(s.companyId) + " and substring(TransNo,1,len('" +
-                      prefix + "'))='" + prefix + "' and " + suffix + " like '[0-9]%'";
+    std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
+                      s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
+                      " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
+                      " like '[0-9]%'";
     auto rs = module_.connection().open(sql, data::CursorType::Static, data::LockType::Optimistic);
     std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
     rs->close();

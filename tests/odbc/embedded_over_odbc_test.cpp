@@ -405,7 +405,8 @@ dump flexMaster
 )";
 
 // Runs the script on the connection as the host program does; returns the transcript.
-std::string runSession(const ConnectionPtr& connection, const std::string& folder, const char* lines = kSession) {
+std::string runSession(const ConnectionPtr& connection, const std::string& folder,
+                       const char* lines = kSession) {
     auto trace = std::make_shared<data::TraceConnection>(connection);
     data::setComponentFolder(folder);
     ui::HeadlessToolkit toolkit;
@@ -489,12 +490,13 @@ expect-sql Select isnull(max(try_convert(int,substring(TransNo,5,4000))),0) from
         auto c = data::sqlite::open(path);
         int id = 101;
         for (const char* no : {"PAL/7", "PAL/1.5", "PAL/1e5", "PAL/3000000000", "PA"})
-            c->execute("insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-                       "TransType, Cancelled) values (1, " + std::to_string(id++) + ", 1, '" + no +
-                       "', '2026-10-01', 'P', 0)");
+            c->execute(
+                "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+                "TransType, Cancelled) values (1, " +
+                std::to_string(id++) + ", 1, '" + no + "', '2026-10-01', 'P', 0)");
     }
-    const std::vector<std::pair<ConnectionPtr, std::string>> backends{{data::sqlite::open(embeddedPath), "embedded"},
-                                                                      {db, "odbc"}};
+    const std::vector<std::pair<ConnectionPtr, std::string>> backends{
+        {data::sqlite::open(embeddedPath), "embedded"}, {db, "odbc"}};
     for (const auto& [connection, name] : backends) {
         SCOPED_TRACE(name);
         std::filesystem::create_directory(tmp.path() / name);

@@ -26,8 +26,11 @@ using data::CursorType;
 using data::LockType;
 using odbctest::Registry;
 
-const std::string kArabic = "\xd8\xb1\xd8\xa7\xd8\xaa\xd8\xa8 \xd8\xa3\xd9\x83\xd8\xaa\xd9\x88\xd8\xa8\xd8\xb1";  // راتب أكتوبر
-const std::string kHindi = "\xe0\xa4\xb5\xe0\xa5\x87\xe0\xa4\xa4\xe0\xa4\xa8 \xe0\xa4\x85\xe0\xa4\x95\xe0\xa5\x8d\xe0\xa4\x9f\xe0\xa5\x82\xe0\xa4\xac\xe0\xa4\xb0";  // वेतन अक्टूबर
+const std::string kArabic =
+    "\xd8\xb1\xd8\xa7\xd8\xaa\xd8\xa8 \xd8\xa3\xd9\x83\xd8\xaa\xd9\x88\xd8\xa8\xd8\xb1";  // راتب أكتوبر
+const std::string kHindi =
+    "\xe0\xa4\xb5\xe0\xa5\x87\xe0\xa4\xa4\xe0\xa4\xa8 "
+    "\xe0\xa4\x85\xe0\xa4\x95\xe0\xa5\x8d\xe0\xa4\x9f\xe0\xa5\x82\xe0\xa4\xac\xe0\xa4\xb0";  // वेतन अक्टूबर
 const std::string kEmoji = "Bonus \xf0\x9f\x8e\x89 paid";  // a character outside the 16-bit range
 
 std::string traceText() {
@@ -88,7 +91,8 @@ TEST_F(ServerReadinessTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryChar
         SCOPED_TRACE(describe ? "described" : "not described");
         auto db = data::odbc::open(connectionString(), data::odbc::Options{describe});
         db->execute("drop table if exists t");
-        db->execute("create table t (id integer, amount real, name varchar(100), day datetime, note varchar(10))");
+        db->execute(
+            "create table t (id integer, amount real, name varchar(100), day datetime, note varchar(10))");
         auto insert = db->command("insert into t (id, amount, name, day, note) values (?, ?, ?, ?, ?)",
                                   CommandType::Text);
         insert->refreshParameters();
@@ -100,7 +104,9 @@ TEST_F(ServerReadinessTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryChar
 
         std::vector<std::string> bound = boundTypes(traceText(), traced);
         ASSERT_GE(bound.size(), 5u);
-        auto as = [](int cType, int sqlType) { return std::to_string(cType) + " " + std::to_string(sqlType); };
+        auto as = [](int cType, int sqlType) {
+            return std::to_string(cType) + " " + std::to_string(sqlType);
+        };
         if (!describe) {
             EXPECT_EQ(std::vector<std::string>(bound.begin(), bound.begin() + 5),
                       (std::vector<std::string>{as(SQL_C_SBIGINT, SQL_BIGINT), as(SQL_C_DOUBLE, SQL_DOUBLE),
@@ -112,7 +118,8 @@ TEST_F(ServerReadinessTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryChar
             EXPECT_EQ(bound[3 * 5 + 2], as(SQL_C_WCHAR, SQL_WLONGVARCHAR));
         }
 
-        auto rs = db->open("select id, name, day, note from t order by id", CursorType::ForwardOnly, LockType::ReadOnly);
+        auto rs = db->open("select id, name, day, note from t order by id", CursorType::ForwardOnly,
+                           LockType::ReadOnly);
         ASSERT_EQ(rs->rows().size(), names.size());
         for (size_t i = 0; i < names.size(); ++i) {
             EXPECT_EQ(rs->rows()[i][1], Value(names[i])) << i;
@@ -155,7 +162,8 @@ TEST(ServerDialect, MarkersAreMatchedToTheirColumns) {
         {" insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
          "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
          "paPayAccLinkHeader",
-         {"CompanyID", "TransID", "DepartmentID", "TransNo", "TransDate", "TransType", "Remarks", "Cancelled"}},
+         {"CompanyID", "TransID", "DepartmentID", "TransNo", "TransDate", "TransType", "Remarks",
+          "Cancelled"}},
         {" update dbo.[paPayAccLinkHeader] set TransDate=?, Remarks=? where CompanyID=1 and pa.transID = ?",
          "paPayAccLinkHeader",
          {"TransDate", "Remarks", "transID"}},
@@ -192,7 +200,9 @@ TEST_F(ServerReadinessTest, AFailedCommitOrRollbackLeavesAutocommitOn) {
     auto other = data::odbc::open(connectionString());
     db->execute("pragma foreign_keys = on");
     db->execute("create table parent (id integer primary key)");
-    db->execute("create table child (id integer, parent integer references parent(id) deferrable initially deferred)");
+    db->execute(
+        "create table child (id integer, parent integer references parent(id) deferrable initially "
+        "deferred)");
     db->rollbackTrans();
 
     // The commit fails on the deferred key: the work is rolled back, autocommit is on, and

@@ -106,7 +106,8 @@ TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPas
         const auto& local = embedded.find(name).parameters;
         ASSERT_EQ(proc.parameters.size(), local.size());
         for (size_t i = 0; i < local.size(); ++i) {
-            EXPECT_TRUE(common::EqualsNoCase(proc.parameters[i].name, local[i].name)) << proc.parameters[i].name;
+            EXPECT_TRUE(common::EqualsNoCase(proc.parameters[i].name, local[i].name))
+                << proc.parameters[i].name;
             EXPECT_EQ(proc.parameters[i].output, local[i].output) << proc.parameters[i].name;
             EXPECT_EQ(embeddedTypeOf(proc.parameters[i].type), local[i].type) << proc.parameters[i].name;
         }
@@ -126,11 +127,13 @@ TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPas
     for (const auto& [name, fields] : readers) {
         ASSERT_TRUE(server.count(name)) << name;
         EXPECT_GT(fields.size(), 15u) << name;
-        for (const auto& f : fields) EXPECT_TRUE(server.at(name).columns.count(common::LCase(f))) << name << ": " << f;
+        for (const auto& f : fields)
+            EXPECT_TRUE(server.at(name).columns.count(common::LCase(f))) << name << ": " << f;
     }
 
     // The exchange rate: the positions set are the inputs, the one read back is the output.
-    const std::string rateReader = functionBody(readSource("src/data/ErrorLog.cpp"), "double GetExchangeRate");
+    const std::string rateReader =
+        functionBody(readSource("src/data/ErrorLog.cpp"), "double GetExchangeRate");
     const auto& rate = server.at("spGetExchangeRate").parameters;
     static const std::regex set(R"re(setParameter\((\d+))re"), get(R"re(\bparameter\((\d+)\))re");
     int sets = 0, gets = 0;
@@ -178,7 +181,8 @@ TEST(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
         {module.frmcancell().txtreason, "paPayAccLinkHeader", "cancelremarks",
          "insert into paPayAccLinkHeader (CompanyID, TransID, cancelremarks) values (9, 2, ?)"},
         {module.frmJournalDetails().txtDescription, "paPayAccLinkPostingDetails", "Description",
-         "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, Description) values (9, 1, 1, ?)"},
+         "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, Description) values (9, 1, "
+         "1, ?)"},
     };
     for (const auto& b : boxes) {
         SCOPED_TRACE(b.column);
@@ -198,9 +202,10 @@ TEST(SqlServerContract, PendingLoanQueryJoinsInTheStandardForm) {
     std::string path = tmp.file("demo.db");
     std::filesystem::copy_file(testsupport::demoTemplate(), path);
     auto db = data::sqlite::open(path);
-    db->execute("insert into pLoanApplication (laCompanyID, laLoanAppID, laAppType, laEmployeeID, laLoanID, "
-                "laSanctionAmount) values (1, 1, 'L', 5, 7, 1000), (1, 2, 'L', 5, 7, 500), (1, 3, 'A', 5, 7, 80), "
-                "(2, 4, 'L', 5, 7, 60)");
+    db->execute(
+        "insert into pLoanApplication (laCompanyID, laLoanAppID, laAppType, laEmployeeID, laLoanID, "
+        "laSanctionAmount) values (1, 1, 'L', 5, 7, 1000), (1, 2, 'L', 5, 7, 500), (1, 3, 'A', 5, 7, 80), "
+        "(2, 4, 'L', 5, 7, 60)");
     db->execute("insert into pLoansIssue (liCompanyID, liLoanAppID, liCurrentBalance) values (1, 1, 300)");
     ui::HeadlessToolkit toolkit;
     entry::Module module(toolkit);

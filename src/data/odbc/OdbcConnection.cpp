@@ -102,8 +102,8 @@ struct Link {
             if (completion == SQL_COMMIT) SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_ROLLBACK);
         }
         inTransaction = false;
-        SQLRETURN a = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
-                                        SQL_IS_UINTEGER);
+        SQLRETURN a = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT,
+                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), SQL_IS_UINTEGER);
         if (!failure.empty()) fail(failure);
         check(a);
     }
@@ -664,8 +664,8 @@ private:
         for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
             Description d;
             SQLSMALLINT nullable = 0;
-            d.known = link_->canDescribe &&
-                      SQL_SUCCEEDED(SQLDescribeParam(s.handle(), i, &d.sqlType, &d.size, &d.digits, &nullable));
+            d.known = link_->canDescribe && SQL_SUCCEEDED(SQLDescribeParam(s.handle(), i, &d.sqlType, &d.size,
+                                                                           &d.digits, &nullable));
             Parameter p;
             p.type = d.known ? valueTypeOf(kindOf(d.sqlType)) : Value::Type::Null;
             if (!d.known) d = Description{};
@@ -692,7 +692,8 @@ private:
         std::set<std::string> dates;
         Statement s(*link_);
         std::string name = catalogPattern(table);
-        if (SQL_SUCCEEDED(SQLColumns(s.handle(), nullptr, 0, nullptr, 0, sqlChars(name), SQL_NTS, nullptr, 0))) {
+        if (SQL_SUCCEEDED(
+                SQLColumns(s.handle(), nullptr, 0, nullptr, 0, sqlChars(name), SQL_NTS, nullptr, 0))) {
             // Columns of the catalog result: 4 name, 5 SQL type.
             while (SQL_SUCCEEDED(SQLFetch(s.handle()))) {
                 Kind kind = kindOf(static_cast<SQLSMALLINT>(integerOf(s, 5, SQL_VARCHAR)));
@@ -892,8 +893,9 @@ private:
     Outcome run(const std::string& sql) {
         Statement s(*link_);
         const std::string text = link_->sqlServer ? sqlServerText(sql) : sql;
-        return collect(s, SQLExecDirect(s.handle(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
-                                        SQL_NTS));
+        return collect(
+            s,
+            SQLExecDirect(s.handle(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())), SQL_NTS));
     }
 
     LinkPtr link_;
@@ -923,7 +925,8 @@ ConnectionPtr open(const std::string& connectionString, const Options& options) 
     SQLCHAR dbms[128] = {};
     SQLSMALLINT dbmsLength = 0;
     if (SQL_SUCCEEDED(SQLGetInfo(link->dbc, SQL_DBMS_NAME, dbms, sizeof dbms, &dbmsLength)))
-        link->sqlServer = std::string_view(reinterpret_cast<const char*>(dbms)).find("SQL Server") != std::string_view::npos;
+        link->sqlServer = std::string_view(reinterpret_cast<const char*>(dbms)).find("SQL Server") !=
+                          std::string_view::npos;
     return std::make_shared<OdbcConnection>(std::move(link));
 }
 

@@ -10,7 +10,9 @@ namespace data::odbc {
 namespace {
 
 bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
-bool isWordChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '@' || c == '#'; }
+bool isWordChar(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '@' || c == '#';
+}
 
 int number(std::string_view s) {
     int n = 0;
@@ -28,17 +30,19 @@ bool allDigits(std::string_view s) {
 
 std::optional<common::DateTime> suiteDate(std::string_view s) {
     std::optional<common::DateTime> d;
-    if (s.size() == 10 && s[4] == '/' && s[7] == '/' && allDigits(s.substr(0, 4)) && allDigits(s.substr(5, 2)) &&
-        allDigits(s.substr(8, 2))) {
+    if (s.size() == 10 && s[4] == '/' && s[7] == '/' && allDigits(s.substr(0, 4)) &&
+        allDigits(s.substr(5, 2)) && allDigits(s.substr(8, 2))) {
         d = common::DateTime::ymd(number(s.substr(0, 4)), number(s.substr(5, 2)), number(s.substr(8, 2)));
-    } else if (s.size() == 11 && s[2] == '/' && s[6] == '/' && allDigits(s.substr(0, 2)) && allDigits(s.substr(7, 4))) {
+    } else if (s.size() == 11 && s[2] == '/' && s[6] == '/' && allDigits(s.substr(0, 2)) &&
+               allDigits(s.substr(7, 4))) {
         static constexpr std::array<std::string_view, 12> months{"jan", "feb", "mar", "apr", "may", "jun",
                                                                  "jul", "aug", "sep", "oct", "nov", "dec"};
         std::string m;
         for (char c : s.substr(3, 3)) m += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         for (size_t i = 0; i < months.size(); ++i)
             if (m == months[i])
-                d = common::DateTime::ymd(number(s.substr(7, 4)), static_cast<int>(i) + 1, number(s.substr(0, 2)));
+                d = common::DateTime::ymd(number(s.substr(7, 4)), static_cast<int>(i) + 1,
+                                          number(s.substr(0, 2)));
     }
     if (d && !d->valid()) d.reset();
     return d;
@@ -129,7 +133,8 @@ std::vector<std::string> tokens(std::string_view sql) {
             i = end == std::string_view::npos ? sql.size() : end + 1;
         } else if (isWordChar(c) || c == '[' || c == '.') {
             size_t end = i;
-            while (end < sql.size() && (isWordChar(sql[end]) || sql[end] == '[' || sql[end] == ']' || sql[end] == '.'))
+            while (end < sql.size() &&
+                   (isWordChar(sql[end]) || sql[end] == '[' || sql[end] == ']' || sql[end] == '.'))
                 ++end;
             out.emplace_back(sql.substr(i, end - i));
             i = end;
@@ -182,7 +187,7 @@ MarkerColumns markerColumns(std::string_view sql) {
         }
         if (t[k] != "?") continue;
         std::string column;
-        if (k > valuesAt && depth == 0 && t[k - 1] != "=" ) {
+        if (k > valuesAt && depth == 0 && t[k - 1] != "=") {
             if (position < insertColumns.size()) column = insertColumns[position];
         } else if (k >= 2 && t[k - 1] == "=" && t[k - 2] != "<" && t[k - 2] != ">" && t[k - 2] != "!") {
             column = lastPart(t[k - 2]);

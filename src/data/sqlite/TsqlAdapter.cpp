@@ -364,7 +364,8 @@ private:
             if (tok.kind != Tok::Ident) continue;
             std::string name = lower(tok.text);
             if (name == "like" && has(k + 1) && at(k + 1).kind == Tok::String &&
-                at(k + 1).text.find('[') != std::string::npos && !(has(k + 2) && isKeyword(at(k + 2), "escape"))) {
+                at(k + 1).text.find('[') != std::string::npos &&
+                !(has(k + 2) && isKeyword(at(k + 2), "escape"))) {
                 tok.text = "glob";
                 t_[sig_[k + 1]].text = globPattern(at(k + 1).text);
                 continue;
@@ -609,7 +610,8 @@ void fnTryInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
     if (sqlite3_value_type(v) == SQLITE_NULL) return sqlite3_result_null(ctx);
     if (sqlite3_value_type(v) == SQLITE_INTEGER || sqlite3_value_type(v) == SQLITE_FLOAT) {
         double d = std::trunc(sqlite3_value_double(v));
-        if (d >= -2147483648.0 && d <= 2147483647.0) return sqlite3_result_int64(ctx, static_cast<sqlite3_int64>(d));
+        if (d >= -2147483648.0 && d <= 2147483647.0)
+            return sqlite3_result_int64(ctx, static_cast<sqlite3_int64>(d));
         return sqlite3_result_null(ctx);
     }
     std::string s = textArg(v);
