@@ -102,9 +102,12 @@ std::string frmPayrollAccountsLinking::Generateappno() {
         rs->close();
     } catch (const common::Error& e) {
         // Logged for support without a message: the guarded statement numbers the entry and
-        // the save goes on.
-        module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(), e.description(),
-                         module_.EntryMode, false);
+        // the save goes on, also when the log itself cannot be written.
+        try {
+            module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(), e.description(),
+                             module_.EntryMode, false);
+        } catch (const common::Error&) {
+        }
         highest = HighestEntryNumberGuarded(prefix);
     }
 

@@ -1,5 +1,6 @@
-// The session connection over unixODBC. Statements go to the driver exactly as the screens
-// wrote them; every result is read to the end and closed before the call returns, so a
+// The session connection over unixODBC. Statements go to the driver as the screens wrote
+// them, on SQL Server with its Unicode literals and language-free dates (ServerDialect.h);
+// every result is read to the end and closed before the call returns, so a
 // driver that allows one active statement per connection (SQL Server without MARS) never
 // sees two at once.
 #include "data/odbc/OdbcConnection.h"

@@ -1,6 +1,8 @@
 #pragma once
 // Any ODBC data source (SQL Server through FreeTDS or the vendor's driver): statements pass
-// through unchanged.
+// through unchanged, except that SQL Server gets its Unicode literals and language-free date
+// forms (ServerDialect.h). Parameters are typed as the driver describes them, or where it
+// cannot (Debian's FreeTDS), by their values: text as Unicode, dates as timestamps.
 #include <string>
 
 #include "data/Connection.h"
