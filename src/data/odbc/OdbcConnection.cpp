@@ -463,7 +463,7 @@ struct Binding {
 };
 
 // The SQL type a value travels as when the driver could not describe its parameter.
-Description describeByValue(Value::Type type, const Value& value) {
+Description describeByValue(Value::Type type) {
     Description d;
     switch (type) {
         case Value::Type::Integer:
@@ -487,7 +487,6 @@ Description describeByValue(Value::Type type, const Value& value) {
             d.size = 0;
             break;
     }
-    (void)value;
     return d;
 }
 
@@ -816,7 +815,7 @@ private:
         if (d.dateColumn && value.asText())
             if (auto date = suiteDate(*value.asText())) value = Value(*date);
         Value::Type type = p.type != Value::Type::Null ? p.type : value.type();
-        if (!d.known) d = describeByValue(type, value);
+        if (!d.known) d = describeByValue(type);
         b.kind = kindOf(d.sqlType);
         b.isWide = b.kind == Kind::Text && isWideType(d.sqlType);
         bool output = returnsValue(p.direction);
