@@ -400,27 +400,43 @@ private:
         }
     }
 
-    // SQLite's LIKE has no character classes; its GLOB has them but tells case apart, so a
-    // letter outside a class matches both of its cases.
+    // SQLite's LIKE has no character classes; its GLOB has them but tells case apart, so
+    // every letter, in a class or not, is made to match both of its cases.
     static std::string globPattern(const std::string& literal) {
+        auto lowerOf = [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); };
+        auto upperOf = [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); };
+        auto isLetter = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; };
         std::string out;
-        bool inClass = false;
-        for (char c : literal) {
-            if (inClass) {
-                out += c;
-                if (c == ']') inClass = false;
-            } else if (c == '[') {
-                out += c;
-                inClass = true;
+        for (size_t i = 0; i < literal.size(); ++i) {
+            char c = literal[i];
+            size_t close = c == '[' ? literal.find(']', i + 1) : std::string::npos;
+            if (close != std::string::npos) {
+                std::string cls = "[";
+                size_t j = i + 1;
+                if (j < close && literal[j] == '^') cls += literal[j++];
+                for (; j < close; ++j) {
+                    char a = literal[j];
+                    if (j + 2 < close && literal[j + 1] == '-') {
+                        char b = literal[j + 2];
+                        cls += std::string{a, '-', b};
+                        if (isLetter(a) && isLetter(b))
+                            cls += std::string{lowerOf(a), '-', lowerOf(b), upperOf(a), '-', upperOf(b)};
+                        j += 2;
+                    } else {
+                        cls += a;
+                        if (isLetter(a)) cls += lowerOf(a) == a ? upperOf(a) : lowerOf(a);
+                    }
+                }
+                out += cls + "]";
+                i = close;
             } else if (c == '%') {
                 out += '*';
             } else if (c == '_') {
                 out += '?';
-            } else if (c == '*' || c == '?') {
+            } else if (c == '*' || c == '?' || c == '[') {
                 out += std::string("[") + c + "]";
-            } else if (std::isalpha(static_cast<unsigned char>(c))) {
-                out += std::string("[") + static_cast<char>(std::tolower(static_cast<unsigned char>(c))) +
-                       static_cast<char>(std::toupper(static_cast<unsigned char>(c))) + "]";
+            } else if (isLetter(c)) {
+                out += std::string("[") + lowerOf(c) + upperOf(c) + "]";
             } else {
                 out += c;
             }
