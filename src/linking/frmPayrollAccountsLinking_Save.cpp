@@ -1,5 +1,7 @@
 // Saving: the checks, the entry number, the one transaction that writes an entry and flags
 // its sources, the browser row refresh and the closing of the screen.
+#include <algorithm>
+
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
@@ -122,7 +124,9 @@ std::string frmPayrollAccountsLinking::Generateappno() {
 // with a digit that convert to an int count, and substring never gets a negative length.
 std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
     auto& s = module_.session;
-    const std::string suffix = "substring(TransNo," + std::to_string(prefix.size() + 1) + ",4000)";
+    // The server counts characters, not bytes: a prefix in Arabic is as long as it looks.
+    const auto characters = std::count_if(prefix.begin(), prefix.end(), [](char c) { return (c & 0xC0) != 0x80; });
+    const std::string suffix = "substring(TransNo," + std::to_string(characters + 1) + ",4000)";
     std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
                       s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
                       " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
