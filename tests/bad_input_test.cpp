@@ -25,13 +25,13 @@ namespace pst = linking::pst;
 namespace trn = linking::trn;
 namespace det = linking::det;
 
-// ASCII only, so that its 4,000 characters are 4,000 bytes; no blank at either end, since
-// texts are trimmed on their way in.
+// As long as a free-text box takes (255), ASCII only so that characters are bytes; no
+// blank at either end, since texts are trimmed on their way in.
 std::string longText() {
     const std::string unit = "O'Neil said \"stop\"; -- then /* nothing */ ";
     std::string s;
-    while (s.size() < 4000) s += unit;
-    s.resize(4000);
+    while (s.size() < 255) s += unit;
+    s.resize(255);
     s.back() = 'Z';
     return s;
 }

@@ -50,11 +50,16 @@ protected:
         for (int k = 1;; ++k) {
             ASSERT_LT(k, 500);
             int calls = 0, commitAt = 0;
+            bool thrown = false;
             trace->beforeEach = [&](const data::TraceEntry& e) {
                 ++calls;
                 if (e.kind == data::TraceEntry::Kind::Commit) commitAt = calls;
-                if (calls == k)
+                // A failed entry-number statement is numbered again by a guarded one: the
+                // fault goes to the call after it.
+                if (calls >= k && !thrown && e.text.find("isnumeric(") == std::string::npos) {
+                    thrown = true;
                     throw common::Error(-2147467259, "test", "fault at call " + std::to_string(k));
+                }
             };
             f.cmdOk.userClick();
             trace->beforeEach = nullptr;

@@ -2,7 +2,9 @@
 -- that it reads. Every text column compares without regard to case, as the suite's server
 -- does; dates are ISO text ("YYYY-MM-DD") in columns declared DATE, which the backend reads
 -- back as dates. Columns beyond those the statements name carry defaults, so that inserts
--- naming only the suite's own columns succeed.
+-- naming only the suite's own columns succeed. The free texts typed on the screens hold
+-- at most what their SQL Server columns hold (nvarchar(255)), so a text too long for the
+-- server is refused here as well.
 
 PRAGMA foreign_keys = OFF;
 
@@ -15,11 +17,11 @@ CREATE TABLE paPayAccLinkHeader (
     TransNo       TEXT COLLATE NOCASE,
     TransDate     DATE,
     TransType     TEXT COLLATE NOCASE,
-    Remarks       TEXT COLLATE NOCASE,
+    Remarks       TEXT COLLATE NOCASE CHECK (length(Remarks) <= 255),
     Cancelled     INTEGER DEFAULT 0,
     -- The save does not name these two: a new entry must read as neither posted nor
     -- cancelled.
-    cancelremarks TEXT COLLATE NOCASE DEFAULT NULL,
+    cancelremarks TEXT COLLATE NOCASE DEFAULT NULL CHECK (length(cancelremarks) <= 255),
     Posted        INTEGER DEFAULT 0,
     PRIMARY KEY (CompanyID, TransID)
 );
@@ -63,7 +65,7 @@ CREATE TABLE paPayAccLinkPostingDetails (
     DepartmentID   INTEGER,
     AccountID      INTEGER,
     AccountDesc    TEXT COLLATE NOCASE,
-    Description    TEXT COLLATE NOCASE,
+    Description    TEXT COLLATE NOCASE CHECK (length(Description) <= 255),
     AccCurrID      INTEGER,
     AccCurrSymbol  TEXT COLLATE NOCASE,
     RefCurrID      INTEGER,

@@ -5,6 +5,22 @@
 SET NOCOUNT ON;
 GO
 
+-- The component's statements spell names in more than one case (companyID, transid,
+-- cm.symbol, cancelled): on a case-sensitive database they fail with "Invalid column name".
+-- Refuse such a database before anything is created; NOEXEC keeps the batches that follow
+-- from running even when sqlcmd goes on after an error.
+DECLARE @database nvarchar(128) = DB_NAME();
+DECLARE @collation nvarchar(128) = CAST(DATABASEPROPERTYEX(DB_NAME(), 'Collation') AS nvarchar(128));
+IF @collation LIKE '%[_]CS[_]%' OR @collation LIKE '%[_]BIN%'
+BEGIN
+    RAISERROR (
+        'The database %s uses the case-sensitive collation %s. The payroll accounts linking component needs a case-insensitive one: create the database with, for example, COLLATE Latin1_General_CI_AS, or change it with ALTER DATABASE ... COLLATE, and run this script again.',
+        16, 1, @database, @collation
+    );
+    SET NOEXEC ON;
+END
+GO
+
 -- ---------------------------------------------------------------- link entries
 
 CREATE TABLE paPayAccLinkHeader (

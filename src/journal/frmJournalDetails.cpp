@@ -60,6 +60,8 @@ frmJournalDetails::frmJournalDetails(entry::Module& module)
     cboAccountID.Click = [this] { cboAccountID_Click(); };
     cboAccountID.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     txtDescription.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
+    // No longer than the posting line's Description column (255 characters).
+    txtDescription.maxLength = 255;
     optDebit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     optCredit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     txtAmount.Change = [this] { txtAmount_Change(); };

@@ -92,6 +92,8 @@ frmPayrollAccountsLinking::frmPayrollAccountsLinking(entry::Module& module)
     lvwTransactions.KeyDown = tabDown;
     lvwTransactionDetails.KeyDown = tabDown;
     txtRemarks.KeyDown = tabDown;
+    // No longer than the column it is saved to (Remarks, 255 characters).
+    txtRemarks.maxLength = 255;
     txtTotDepAmount.KeyDown = tabDown;
     txtTransNo.KeyDown = tabDown;
 

@@ -98,6 +98,7 @@ public:
     void cmdOk_Click();
     void CmdClose_Click();
     std::string Generateappno();
+    std::string HighestEntryNumberGuarded(const std::string& prefix);
     void InsertIntoTable();
     void InsertIntoDetailTable(int32_t& transId);
     void InsertIntoPostingDetailsTable(int32_t& transId);

@@ -1,5 +1,6 @@
 // Saving: the checks, the entry number, the one transaction that writes an entry and flags
 // its sources, the browser row refresh and the closing of the screen.
+#include <algorithm>
 #include <map>
 #include <utility>
 #include <vector>
@@ -159,12 +160,44 @@ std::string frmPayrollAccountsLinking::NextEntryNumber() {
                       " and len(TransNo)>len('" + prefix + "') and " +
                       " isnumeric(isnull(right(TransNo,len(TransNo)-" + len +
                       "),0)) =1 and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "'";
-    rs = conn.open(sql, data::CursorType::Static, data::LockType::Optimistic);
-    std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
-    rs->close();
+    std::string highest;
+    try {
+        rs = conn.open(sql, data::CursorType::Static, data::LockType::Optimistic);
+        highest = rs->eof() ? std::string("0") : rs->field(0).toText();
+        rs->close();
+    } catch (const common::Error& e) {
+        // Logged for support without a message: the guarded statement numbers the entry and
+        // the save goes on, also when the log itself cannot be written.
+        try {
+            module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(), e.description(),
+                             module_.EntryMode, false);
+        } catch (const common::Error&) {
+        }
+        highest = HighestEntryNumberGuarded(prefix);
+    }
 
     int32_t next = common::CLng(Val(highest) + 1);
     return prefix + std::to_string(next);
+}
+
+// The classic statement fails for the whole company once one stored number continues the
+// prefix with a text that isnumeric accepts and int refuses ('PAL/1.5', 'PAL/1e5',
+// 'PAL/1,000', more than an int holds), and SQL Server may take right() of an older number
+// shorter than the prefix before the length test (error 536). Here only suffixes starting
+// with a digit that convert to an int count, and substring never gets a negative length.
+std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
+    auto& s = module_.session;
+    // The server counts characters, not bytes: a prefix in Arabic is as long as it looks.
+    const auto characters = std::count_if(prefix.begin(), prefix.end(), [](char c) { return (c & 0xC0) != 0x80; });
+    const std::string suffix = "substring(TransNo," + std::to_string(characters + 1) + ",4000)";
+    std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
+                      s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
+                      " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
+                      " like '[0-9]%'";
+    auto rs = module_.connection().open(sql, data::CursorType::Static, data::LockType::Optimistic);
+    std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
+    rs->close();
+    return highest;
 }
 
 void frmPayrollAccountsLinking::InsertIntoTable() {
@@ -481,11 +514,12 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
 
 double frmPayrollAccountsLinking::fnPrevPendingLoanAmt(int32_t employeeId, int32_t loanId) {
     auto& s = module_.session;
-    // Old-style outer joins, as the suite's server reads them.
+    // Written once with the old "*=" outer joins, which SQL Server 2019 refuses (error 4147):
+    // the same join in the standard form.
     std::string sql =
         "select sum(coalesce(liCurrentBalance,laSanctionAmount)) PendingAmt from pLoanApplication "
-        "a,pLoansIssue b" +
-        std::string(" where a.laCompanyID*=b.liCompanyID and a.laLoanAppID*=b.liLoanAppID ") +
+        "a left outer join pLoansIssue b" +
+        std::string(" on a.laCompanyID=b.liCompanyID and a.laLoanAppID=b.liLoanAppID where 1=1 ") +
         " and a.laAppType='L' and a.laEmployeeID=" + std::to_string(employeeId) +
         " and a.laLoanID=" + std::to_string(loanId) + " and a.laCompanyID=" + std::to_string(s.companyId);
     if (module_.EntryMode != "N") {

@@ -38,6 +38,8 @@ frmcancell::frmcancell(entry::Module& module)
       module_(module) {
     txtreason.KeyPress = [this](int16_t& k) { txtreason_KeyPress(k); };
     cmdok.Click = [this] { Cmdok_Click(); };
+    // No longer than the header's cancelremarks column (255 characters).
+    txtreason.maxLength = 255;
 }
 
 frmcancell::~frmcancell() = default;

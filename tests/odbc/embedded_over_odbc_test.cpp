@@ -405,12 +405,13 @@ dump flexMaster
 )";
 
 // Runs the script on the connection as the host program does; returns the transcript.
-std::string runSession(const ConnectionPtr& connection, const std::string& folder) {
+std::string runSession(const ConnectionPtr& connection, const std::string& folder,
+                       const char* lines = kSession) {
     auto trace = std::make_shared<data::TraceConnection>(connection);
     data::setComponentFolder(folder);
     ui::HeadlessToolkit toolkit;
     std::ostringstream out;
-    std::istringstream script(kSession);
+    std::istringstream script(lines);
     {
         entry::Module module(toolkit);
         entry::qorPayrollAccounts component(module);
@@ -466,6 +467,51 @@ TEST_F(EmbeddedOverOdbcTest, AUsersWholeSessionRunsAlikeThroughTheDriver) {
     std::string actual = runSession(db, tmp.path().string());
     EXPECT_EQ(actual, expected);
     EXPECT_EQ(linkState(*odbc), saved);
+}
+
+// Stored numbers the classic numbering statement cannot read (a decimal, an exponent, more
+// than an int holds) and one shorter than the prefix: on both backends the save logs the
+// failure and takes the next whole number.
+TEST_F(EmbeddedOverOdbcTest, NewEntriesAreNumberedPastNumbersTheClassicStatementCannotRead) {
+    const char* const save = R"(click cmdnew
+select cboType Payroll
+select cboDepartment Administration
+set dtpFromDate 01/10/2026
+set dtpToDate 31/10/2026
+click cmdShow
+tick lvwTransactions 1
+tick lvwTransactions 2
+click cmdOk
+expect-sql Select isnull(max(try_convert(int,substring(TransNo,5,4000))),0) from paPayAccLinkHeader
+)";
+    std::string embeddedPath = tmp.file("embedded.db");
+    std::filesystem::copy_file(testsupport::demoTemplate(), embeddedPath);
+    for (const std::string& path : {embeddedPath, dbPath}) {
+        auto c = data::sqlite::open(path);
+        int id = 101;
+        for (const char* no : {"PAL/7", "PAL/1.5", "PAL/1e5", "PAL/3000000000", "PA"})
+            c->execute(
+                "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+                "TransType, Cancelled) values (1, " +
+                std::to_string(id++) + ", 1, '" + no + "', '2026-10-01', 'P', 0)");
+    }
+    const std::vector<std::pair<ConnectionPtr, std::string>> backends{
+        {data::sqlite::open(embeddedPath), "embedded"}, {db, "odbc"}};
+    for (const auto& [connection, name] : backends) {
+        SCOPED_TRACE(name);
+        std::filesystem::create_directory(tmp.path() / name);
+        std::string transcript = runSession(connection, (tmp.path() / name).string(), save);
+        EXPECT_NE(transcript.find("status 0"), std::string::npos) << transcript;
+        auto rs = connection->open("select TransNo from paPayAccLinkHeader where CompanyID=1 and TransID=106",
+                                   CursorType::ForwardOnly, LockType::ReadOnly);
+        ASSERT_FALSE(rs->eof());
+        EXPECT_EQ(rs->field(0), Value("PAL/8"));
+        std::ifstream log(tmp.path() / name / (std::string(data::kComponentName) + "Error.log"));
+        std::string line;
+        std::getline(log, line);
+        EXPECT_EQ(line.rfind("Employeeexit:QORPayAccLinking:", 0), 0u) << line;
+        EXPECT_NE(line.find(":Generateexitno:N"), std::string::npos) << line;
+    }
 }
 
 }  // namespace

@@ -269,9 +269,8 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     EXPECT_EQ(rs->rows()[1][0], Value(4));
     rs.reset();
 
-    // Committing or rolling back with none open, or opening a second, is refused.
+    // Committing with none open, or opening a second, is refused.
     databaseError([&] { db->commitTrans(); });
-    databaseError([&] { db->rollbackTrans(); });
     db->beginTrans();
     databaseError([&] { db->beginTrans(); });
     db->execute("insert into t values (5)");

@@ -1,5 +1,6 @@
-// The session connection over unixODBC. Statements go to the driver exactly as the screens
-// wrote them; every result is read to the end and closed before the call returns, so a
+// The session connection over unixODBC. Statements go to the driver as the screens wrote
+// them, on SQL Server with its Unicode literals and language-free dates (ServerDialect.h);
+// every result is read to the end and closed before the call returns, so a
 // driver that allows one active statement per connection (SQL Server without MARS) never
 // sees two at once.
 #include "data/odbc/OdbcConnection.h"
@@ -8,10 +9,13 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <string_view>
 #include <vector>
 
 #include "common/Error.h"
+#include "data/odbc/ServerDialect.h"
 
 namespace data::odbc {
 namespace {
@@ -63,6 +67,12 @@ struct Link {
     SQLHDBC dbc = SQL_NULL_HDBC;
     bool connected = false;
     bool inTransaction = false;
+    // Whether the driver exports SQLDescribeParam (Debian's FreeTDS does not).
+    bool canDescribe = true;
+    // SQL Server (any driver): statements are sent in its language-free forms.
+    bool sqlServer = false;
+    // Per table (lower case), its columns (lower case) of a date or time type, from the catalog.
+    std::map<std::string, std::set<std::string>> dateColumns;
 
     Link() = default;
     Link(const Link&) = delete;
@@ -79,6 +89,24 @@ struct Link {
     void setAutocommit(bool on) const {
         auto value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
         check(SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+    }
+    // Ends the transaction either way and always goes back to autocommit, even when ending
+    // it failed: left in manual mode, the next beginTrans would change nothing and some
+    // drivers (FreeTDS) then send no BEGIN, so the next save would run without a transaction.
+    void endTransaction(SQLSMALLINT completion) {
+        SQLRETURN r = SQLEndTran(SQL_HANDLE_DBC, dbc, completion);
+        std::string failure;
+        if (!SQL_SUCCEEDED(r)) {
+            failure = diagnostics(SQL_HANDLE_DBC, dbc);
+            if (failure.empty()) failure = "The ODBC driver could not end the transaction";
+            // A commit that failed leaves the work open on the server: undo it here.
+            if (completion == SQL_COMMIT) SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_ROLLBACK);
+        }
+        inTransaction = false;
+        SQLRETURN a = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT,
+                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), SQL_IS_UINTEGER);
+        if (!failure.empty()) fail(failure);
+        check(a);
     }
 };
 using LinkPtr = std::shared_ptr<Link>;
@@ -276,10 +304,71 @@ Outcome collect(const Statement& s, SQLRETURN executed) {
 // What the driver said of a parameter (or what the binding falls back on without it).
 struct Description {
     bool known = false;
+    bool dateColumn = false;  // undescribed, but bound to a column of a date type
     SQLSMALLINT sqlType = SQL_VARCHAR;
     SQLULEN size = 0;
     SQLSMALLINT digits = 0;
 };
+
+// UTF-8 to UTF-16 and back, for wide character parameters. A byte that does not start a
+// valid sequence becomes U+FFFD rather than being dropped.
+std::u16string toUtf16(std::string_view s) {
+    std::u16string out;
+    out.reserve(s.size());
+    for (size_t i = 0; i < s.size();) {
+        auto b = static_cast<unsigned char>(s[i]);
+        size_t n = b < 0x80 ? 1 : (b >> 5) == 0x6 ? 2 : (b >> 4) == 0xE ? 3 : (b >> 3) == 0x1E ? 4 : 0;
+        char32_t c = n == 1 ? b : n == 2 ? b & 0x1F : n == 3 ? b & 0x0F : b & 0x07;
+        bool ok = n > 0 && i + n <= s.size();
+        for (size_t k = 1; ok && k < n; ++k) {
+            auto cont = static_cast<unsigned char>(s[i + k]);
+            ok = (cont & 0xC0) == 0x80;
+            c = (c << 6) | (cont & 0x3F);
+        }
+        if (!ok || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
+            out += u'\uFFFD';
+            ++i;
+            continue;
+        }
+        if (c >= 0x10000) {
+            c -= 0x10000;
+            out += static_cast<char16_t>(0xD800 + (c >> 10));
+            out += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+        } else {
+            out += static_cast<char16_t>(c);
+        }
+        i += n;
+    }
+    return out;
+}
+
+std::string toUtf8(std::u16string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    for (size_t i = 0; i < s.size(); ++i) {
+        char32_t c = s[i];
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < s.size() && s[i + 1] >= 0xDC00 && s[i + 1] <= 0xDFFF)
+            c = 0x10000 + ((c - 0xD800) << 10) + (s[++i] - 0xDC00);
+        else if (c >= 0xD800 && c <= 0xDFFF)
+            c = 0xFFFD;
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | (c >> 12));
+            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | (c >> 18));
+            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
 
 // The storage one bound parameter points at while its statement runs.
 struct Binding {
@@ -290,6 +379,8 @@ struct Binding {
     SQL_TIMESTAMP_STRUCT timestamp{};
     SQL_TIME_STRUCT time{};
     std::vector<char> text;
+    std::vector<char16_t> wide;  // text as UTF-16 and its terminator, for wide parameters
+    bool isWide = false;
     SQLLEN indicator = 0;
 
     SQLSMALLINT cType() const {
@@ -307,7 +398,7 @@ struct Binding {
             case Kind::Text:
                 break;
         }
-        return SQL_C_CHAR;
+        return isWide ? SQL_C_WCHAR : SQL_C_CHAR;
     }
     SQLPOINTER data() {
         switch (kind) {
@@ -324,7 +415,7 @@ struct Binding {
             case Kind::Text:
                 break;
         }
-        return text.data();
+        return isWide ? static_cast<SQLPOINTER>(wide.data()) : static_cast<SQLPOINTER>(text.data());
     }
     SQLLEN capacity() const {
         switch (kind) {
@@ -341,7 +432,7 @@ struct Binding {
             case Kind::Text:
                 break;
         }
-        return static_cast<SQLLEN>(text.size());
+        return static_cast<SQLLEN>(isWide ? wide.size() * sizeof(char16_t) : text.size());
     }
     Value read() const {
         if (indicator == SQL_NULL_DATA) return Value();
@@ -359,6 +450,12 @@ struct Binding {
             case Kind::Text:
                 break;
         }
+        if (isWide) {
+            size_t n = indicator == SQL_NO_TOTAL
+                           ? wide.size() - 1
+                           : std::min(static_cast<size_t>(indicator) / sizeof(char16_t), wide.size() - 1);
+            return Value(toUtf8(std::u16string_view(wide.data(), n)));
+        }
         size_t n = indicator == SQL_NO_TOTAL ? text.size() - 1
                                               : std::min(static_cast<size_t>(indicator), text.size() - 1);
         return Value(std::string(text.data(), n));
@@ -366,7 +463,7 @@ struct Binding {
 };
 
 // The SQL type a value travels as when the driver could not describe its parameter.
-Description describeByValue(Value::Type type, const Value& value) {
+Description describeByValue(Value::Type type) {
     Description d;
     switch (type) {
         case Value::Type::Integer:
@@ -383,11 +480,28 @@ Description describeByValue(Value::Type type, const Value& value) {
             break;
         case Value::Type::Text:
         case Value::Type::Null:
-            d.sqlType = SQL_VARCHAR;
-            d.size = value.asText() ? std::max<size_t>(value.asText()->size(), 1) : 1;
+            // Wide, so the driver passes the characters on unchanged instead of converting
+            // them to the database's code page (which blanks Arabic or Hindi); its size,
+            // in UTF-16 units, is counted when the value is loaded.
+            d.sqlType = SQL_WVARCHAR;
+            d.size = 0;
             break;
     }
     return d;
+}
+
+bool isWideType(SQLSMALLINT sqlType) {
+    return sqlType == SQL_WCHAR || sqlType == SQL_WVARCHAR || sqlType == SQL_WLONGVARCHAR;
+}
+
+// A date sent as text: SQL Server reads "yyyymmdd" alike under every language and date
+// format, while it reads "yyyy-mm-dd" as year-day-month for a datetime under DATEFORMAT dmy.
+// Other databases (SQLite) keep the ISO form they store.
+std::string dateText(const DateTime& d, bool sqlServer) {
+    if (!sqlServer) return common::isoDate(d);
+    std::string out = common::formatDate(d, "yyyymmdd");
+    if (d.hour || d.minute || d.second) out += common::isoDate(d).substr(10);
+    return out;
 }
 
 SQLSMALLINT ioTypeOf(ParamDirection d) {
@@ -408,15 +522,20 @@ bool returnsValue(ParamDirection d) { return d != ParamDirection::Input; }
 // Fills the binding with the value converted to the parameter's type, as the classic
 // conversions do it (16-bit and 32-bit parameters travel as 64-bit integers; the driver
 // narrows them and reports an overflow itself).
-void load(Binding& b, const Value& v, bool output, SQLULEN size) {
+void load(Binding& b, const Value& v, bool output, SQLULEN size, bool sqlServer) {
     if (b.kind == Kind::Text) {
         std::string text;
-        if (!v.isNull()) {
-            // A date sent as text goes in the ISO form, which every server reads alike.
-            text = v.asDate() ? common::isoDate(*v.asDate()) : v.toText();
+        if (!v.isNull()) text = v.asDate() ? dateText(*v.asDate(), sqlServer) : v.toText();
+        const size_t outputRoom = size > 0 && size <= 8000 ? size : 8000;
+        if (b.isWide) {
+            std::u16string wide = toUtf16(text);
+            size_t room = output ? std::max(wide.size(), outputRoom) : wide.size();
+            b.wide.assign(room + 1, u'\0');
+            std::copy(wide.begin(), wide.end(), b.wide.begin());
+            b.indicator = v.isNull() ? SQL_NULL_DATA : static_cast<SQLLEN>(wide.size() * sizeof(char16_t));
+            return;
         }
-        size_t room = text.size();
-        if (output) room = std::max<size_t>(room, size > 0 && size <= 8000 ? size : 8000);
+        size_t room = output ? std::max(text.size(), outputRoom) : text.size();
         b.text.assign(room + 1, '\0');
         std::copy(text.begin(), text.end(), b.text.begin());
         b.indicator = v.isNull() ? SQL_NULL_DATA : static_cast<SQLLEN>(text.size());
@@ -538,20 +657,55 @@ private:
     // driver can; where it cannot, the bound value's own type decides at execution.
     void describeText(std::vector<Parameter>& params, std::vector<Description>& described) {
         Statement s(*link_);
-        s.check(SQLPrepare(s.handle(), sqlChars(text_), SQL_NTS));
+        const std::string sql = statementText();
+        s.check(SQLPrepare(s.handle(), sqlChars(sql), SQL_NTS));
         SQLSMALLINT count = 0;
         s.check(SQLNumParams(s.handle(), &count));
         for (SQLUSMALLINT i = 1; i <= static_cast<SQLUSMALLINT>(count); ++i) {
             Description d;
             SQLSMALLINT nullable = 0;
-            SQLRETURN r = SQLDescribeParam(s.handle(), i, &d.sqlType, &d.size, &d.digits, &nullable);
-            d.known = SQL_SUCCEEDED(r);
+            d.known = link_->canDescribe && SQL_SUCCEEDED(SQLDescribeParam(s.handle(), i, &d.sqlType, &d.size,
+                                                                           &d.digits, &nullable));
             Parameter p;
             p.type = d.known ? valueTypeOf(kindOf(d.sqlType)) : Value::Type::Null;
             if (!d.known) d = Description{};
             params.push_back(std::move(p));
             described.push_back(d);
         }
+        if (link_->sqlServer) markDateColumns(described);
+    }
+
+    // The screens bind some dates as "dd/MMM/yyyy" text, which SQL Server reads by the
+    // session's language. Where the driver could not say that a marker stands for a date,
+    // the catalog says whether its column is one, and such a text is then bound as a date.
+    void markDateColumns(std::vector<Description>& described) {
+        MarkerColumns markers = markerColumns(text_);
+        if (markers.table.empty()) return;
+        const std::set<std::string>& dates = dateColumnsOf(markers.table);
+        for (size_t i = 0; i < described.size() && i < markers.columns.size(); ++i)
+            if (!described[i].known) described[i].dateColumn = dates.count(lowerCase(markers.columns[i])) > 0;
+    }
+
+    const std::set<std::string>& dateColumnsOf(const std::string& table) {
+        const std::string key = lowerCase(table);
+        if (auto it = link_->dateColumns.find(key); it != link_->dateColumns.end()) return it->second;
+        std::set<std::string> dates;
+        Statement s(*link_);
+        std::string name = catalogPattern(table);
+        if (SQL_SUCCEEDED(
+                SQLColumns(s.handle(), nullptr, 0, nullptr, 0, sqlChars(name), SQL_NTS, nullptr, 0))) {
+            // Columns of the catalog result: 4 name, 5 SQL type.
+            while (SQL_SUCCEEDED(SQLFetch(s.handle()))) {
+                Kind kind = kindOf(static_cast<SQLSMALLINT>(integerOf(s, 5, SQL_VARCHAR)));
+                if (kind == Kind::Date || kind == Kind::Timestamp) dates.insert(lowerCase(textOf(s, 4)));
+            }
+        }
+        return link_->dateColumns[key] = std::move(dates);
+    }
+
+    static std::string lowerCase(std::string v) {
+        for (char& c : v) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return v;
     }
 
     // The procedure's own parameter list from the catalog; the return value comes first.
@@ -626,7 +780,7 @@ private:
     // The statement the driver runs: the text itself, or the call escape of the procedure
     // with one marker per parameter.
     std::string statementText() const {
-        if (type_ != CommandType::StoredProc) return text_;
+        if (type_ != CommandType::StoredProc) return link_->sqlServer ? sqlServerText(text_) : text_;
         size_t first = hasReturnValue() ? 1 : 0;
         std::string sql = first ? "{? = call " : "{call ";
         sql += text_;
@@ -657,16 +811,24 @@ private:
     void bind(const Statement& s, size_t i, Binding& b) {
         const Parameter& p = params_[i];
         Description d = i < described_.size() ? described_[i] : Description{};
-        Value::Type type = p.type != Value::Type::Null ? p.type : p.value.type();
-        if (!d.known) d = describeByValue(type, p.value);
+        Value value = p.value;
+        if (d.dateColumn && value.asText())
+            if (auto date = suiteDate(*value.asText())) value = Value(*date);
+        Value::Type type = p.type != Value::Type::Null ? p.type : value.type();
+        if (!d.known) d = describeByValue(type);
         b.kind = kindOf(d.sqlType);
+        b.isWide = b.kind == Kind::Text && isWideType(d.sqlType);
         bool output = returnsValue(p.direction);
         Value in = p.direction == ParamDirection::Output || p.direction == ParamDirection::ReturnValue
                        ? Value()
-                       : p.value;
-        load(b, in, output, d.size);
+                       : value;
+        load(b, in, output, d.size, link_->sqlServer);
         SQLULEN size = d.size;
-        if (b.kind == Kind::Text && size == 0) size = std::max<SQLULEN>(b.text.size() - 1, 1);
+        if (b.kind == Kind::Text && size == 0) {
+            size = std::max<SQLULEN>((b.isWide ? b.wide.size() : b.text.size()) - 1, 1);
+            // Beyond nvarchar(4000) a server wants the long type (nvarchar(max)).
+            if (b.isWide && size > 4000) d.sqlType = SQL_WLONGVARCHAR;
+        }
         s.check(SQLBindParameter(s.handle(), static_cast<SQLUSMALLINT>(i + 1), ioTypeOf(p.direction), b.cType(),
                                  d.sqlType, size, d.digits, b.data(), b.capacity(), &b.indicator));
     }
@@ -714,18 +876,15 @@ public:
 
     void commitTrans() override {
         if (!link_->inTransaction) fail("No transaction is active.");
-        // A failed commit leaves the transaction open, for the caller's rollback.
-        link_->check(SQLEndTran(SQL_HANDLE_DBC, link_->dbc, SQL_COMMIT));
-        link_->inTransaction = false;
-        link_->setAutocommit(true);
+        // A failed commit is rolled back here, so the caller's own rollback finds nothing open.
+        link_->endTransaction(SQL_COMMIT);
     }
 
+    // With nothing open there is nothing to undo: a save's error handler may roll back after
+    // a failed commit has already done so.
     void rollbackTrans() override {
-        if (!link_->inTransaction) fail("No transaction is active.");
-        SQLRETURN r = SQLEndTran(SQL_HANDLE_DBC, link_->dbc, SQL_ROLLBACK);
-        link_->inTransaction = false;
-        link_->check(r);
-        link_->setAutocommit(true);
+        if (!link_->inTransaction) return;
+        link_->endTransaction(SQL_ROLLBACK);
     }
 
     bool inTransaction() const override { return link_->inTransaction; }
@@ -733,8 +892,10 @@ public:
 private:
     Outcome run(const std::string& sql) {
         Statement s(*link_);
-        return collect(s, SQLExecDirect(s.handle(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())),
-                                        SQL_NTS));
+        const std::string text = link_->sqlServer ? sqlServerText(sql) : sql;
+        return collect(
+            s,
+            SQLExecDirect(s.handle(), reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())), SQL_NTS));
     }
 
     LinkPtr link_;
@@ -742,7 +903,7 @@ private:
 
 }  // namespace
 
-ConnectionPtr open(const std::string& connectionString) {
+ConnectionPtr open(const std::string& connectionString, const Options& options) {
     auto link = std::make_shared<Link>();
     if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &link->env)))
         fail("The ODBC driver manager could not be loaded");
@@ -755,6 +916,17 @@ ConnectionPtr open(const std::string& connectionString) {
                                  reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())), SQL_NTS,
                                  completed, sizeof completed, &completedLength, SQL_DRIVER_NOPROMPT));
     link->connected = true;
+
+    // unixODBC answers from the functions the driver library exports.
+    SQLUSMALLINT describes = SQL_FALSE;
+    link->canDescribe = options.describeParameters &&
+                        SQL_SUCCEEDED(SQLGetFunctions(link->dbc, SQL_API_SQLDESCRIBEPARAM, &describes)) &&
+                        describes == SQL_TRUE;
+    SQLCHAR dbms[128] = {};
+    SQLSMALLINT dbmsLength = 0;
+    if (SQL_SUCCEEDED(SQLGetInfo(link->dbc, SQL_DBMS_NAME, dbms, sizeof dbms, &dbmsLength)))
+        link->sqlServer = std::string_view(reinterpret_cast<const char*>(dbms)).find("SQL Server") !=
+                          std::string_view::npos;
     return std::make_shared<OdbcConnection>(std::move(link));
 }
 

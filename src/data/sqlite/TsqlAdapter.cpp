@@ -376,6 +376,13 @@ private:
                     continue;
                 }
             }
+            if (name == "like" && has(k + 1) && at(k + 1).kind == Tok::String &&
+                at(k + 1).text.find('[') != std::string::npos &&
+                !(has(k + 2) && isKeyword(at(k + 2), "escape"))) {
+                tok.text = "glob";
+                t_[sig_[k + 1]].text = globPattern(at(k + 1).text);
+                continue;
+            }
             if (name == "top" && k > 0 &&
                 (isKeyword(at(k - 1), "select") || isKeyword(at(k - 1), "distinct")))
                 unsupported("SELECT TOP");
@@ -396,10 +403,58 @@ private:
             for (const auto& [from, to] : renames)
                 if (name == from) tok.text = to;
             if (name == "convert") rewriteConvert(k);
+            if (name == "try_convert") {
+                rewriteConvert(k);
+                tok.text = "tsql_try_int";
+            }
             static const std::set<std::string> unsupportedFns = {
                 "dateadd", "datediff", "datepart", "charindex", "patindex", "stuff", "datename"};
             if (unsupportedFns.count(name)) unsupported("The function " + name + "()");
         }
+    }
+
+    // SQLite's LIKE has no character classes; its GLOB has them but tells case apart, so
+    // every letter, in a class or not, is made to match both of its cases.
+    static std::string globPattern(const std::string& literal) {
+        auto lowerOf = [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); };
+        auto upperOf = [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); };
+        auto isLetter = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; };
+        std::string out;
+        for (size_t i = 0; i < literal.size(); ++i) {
+            char c = literal[i];
+            size_t close = c == '[' ? literal.find(']', i + 1) : std::string::npos;
+            if (close != std::string::npos) {
+                std::string cls = "[";
+                size_t j = i + 1;
+                if (j < close && literal[j] == '^') cls += literal[j++];
+                for (; j < close; ++j) {
+                    char a = literal[j];
+                    if (j + 2 < close && literal[j + 1] == '-') {
+                        char b = literal[j + 2];
+                        cls += std::string{a, '-', b};
+                        if (isLetter(a) && isLetter(b))
+                            cls += std::string{lowerOf(a), '-', lowerOf(b), upperOf(a), '-', upperOf(b)};
+                        j += 2;
+                    } else {
+                        cls += a;
+                        if (isLetter(a)) cls += lowerOf(a) == a ? upperOf(a) : lowerOf(a);
+                    }
+                }
+                out += cls + "]";
+                i = close;
+            } else if (c == '%') {
+                out += '*';
+            } else if (c == '_') {
+                out += '?';
+            } else if (c == '*' || c == '?' || c == '[') {
+                out += std::string("[") + c + "]";
+            } else if (isLetter(c)) {
+                out += std::string("[") + lowerOf(c) + upperOf(c) + "]";
+            } else {
+                out += c;
+            }
+        }
+        return out;
     }
 
     // convert(int, x) becomes tsql_int(x), which fails as the server does on a text that is
@@ -578,6 +633,36 @@ void fnYear(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, a
 void fnMonth(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, argv, 1); }
 void fnDay(sqlite3_context* ctx, int, sqlite3_value** argv) { fnDatePart(ctx, argv, 2); }
 
+// try_convert(int, x): what convert(int, x) gives, and Null where it would fail.
+void fnTryInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    sqlite3_value* v = argv[0];
+    if (sqlite3_value_type(v) == SQLITE_NULL) return sqlite3_result_null(ctx);
+    if (sqlite3_value_type(v) == SQLITE_INTEGER || sqlite3_value_type(v) == SQLITE_FLOAT) {
+        double d = std::trunc(sqlite3_value_double(v));
+        if (d >= -2147483648.0 && d <= 2147483647.0)
+            return sqlite3_result_int64(ctx, static_cast<sqlite3_int64>(d));
+        return sqlite3_result_null(ctx);
+    }
+    std::string s = textArg(v);
+    size_t b = 0, e = s.size();
+    while (b < e && std::isspace(static_cast<unsigned char>(s[b]))) ++b;
+    while (e > b && std::isspace(static_cast<unsigned char>(s[e - 1]))) --e;
+    if (b == e) return sqlite3_result_int64(ctx, 0);
+    size_t i = b;
+    bool negative = false;
+    if (s[i] == '+' || s[i] == '-') negative = s[i++] == '-';
+    if (i == e) return sqlite3_result_null(ctx);
+    sqlite3_int64 n = 0;
+    for (; i < e; ++i) {
+        if (!digit(s[i])) return sqlite3_result_null(ctx);
+        n = n * 10 + (s[i] - '0');
+        if (n > 2147483648LL) return sqlite3_result_null(ctx);
+    }
+    if (negative) n = -n;
+    if (n > 2147483647LL) return sqlite3_result_null(ctx);
+    sqlite3_result_int64(ctx, n);
+}
+
 void fnInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
     constexpr sqlite3_int64 lo = -2147483648LL, hi = 2147483647LL;
     switch (sqlite3_value_type(argv[0])) {
@@ -714,6 +799,7 @@ void registerFunctions(sqlite3* db) {
     registerOne(db, "tsql_year", 1, fnYear);
     registerOne(db, "tsql_day", 1, fnDay);
     registerOne(db, "tsql_int", 1, fnInt);
+    registerOne(db, "tsql_try_int", 1, fnTryInt);
     registerOne(db, "tsql_getdate", 0, fnGetDate, false);
     // Plain names for the procedure catalog's statements, which SQLite reads as written.
     registerOne(db, "len", 1, fnLen);

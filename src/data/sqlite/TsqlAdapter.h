@@ -45,7 +45,7 @@ private:
 };
 
 // Registers the functions the adapted statements call (tsql_len, tsql_right, tsql_left,
-// tsql_isnumeric, tsql_month, tsql_year, tsql_day, tsql_int, tsql_getdate), and, for the
+// tsql_isnumeric, tsql_month, tsql_year, tsql_day, tsql_int, tsql_try_int, tsql_getdate), and, for the
 // procedure catalog's own statements, len, isnumeric, month, year and day under those names.
 void registerFunctions(sqlite3* db);
 

@@ -1,0 +1,222 @@
+// The SQL Server scripts against what the C++ expects of them: each procedure's parameters
+// and result columns in db/sqlserver/procedures.sql against the embedded catalog that the
+// screens' calls run on here and against the fields the readers take by name, and the free
+// text boxes against the lengths of the columns they are saved to.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "../TestSupport.h"
+#include "common/Conv.h"
+#include "data/TableNames.h"
+#include "data/sqlite/ProcedureCatalog.h"
+#include "data/sqlite/SqliteConnection.h"
+#include "entry/Module.h"
+#include "journal/frmJournalDetails.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "linking/frmcancell.h"
+#include "ui/Headless.h"
+
+namespace {
+
+std::string readSource(const std::string& relative) {
+    std::ifstream in(std::string(PAYACC_SOURCE_DIR) + "/" + relative);
+    std::stringstream s;
+    s << in.rdbuf();
+    EXPECT_FALSE(s.str().empty()) << relative;
+    return s.str();
+}
+
+struct ServerParameter {
+    std::string name, type;
+    bool output = false;
+};
+
+struct ServerProcedure {
+    std::vector<ServerParameter> parameters;
+    std::set<std::string> columns;  // lower case
+};
+
+// The procedures of the T-SQL script: parameters from the header, result columns from the
+// first SELECT list (none when it assigns variables).
+std::map<std::string, ServerProcedure> serverProcedures() {
+    std::map<std::string, ServerProcedure> out;
+    const std::string text = readSource("db/sqlserver/procedures.sql");
+    static const std::regex procedure(R"(CREATE PROCEDURE (\w+)([\s\S]*?)\bAS\s+BEGIN([\s\S]*?)\nEND)");
+    static const std::regex parameter(R"(@(\w+)\s+(\w+)(\([^)]*\))?(\s+OUTPUT)?)");
+    static const std::regex selectList(R"(\bSELECT\s+([\s\S]*?)\s+FROM\b)");
+    for (std::sregex_iterator p(text.begin(), text.end(), procedure), end; p != end; ++p) {
+        ServerProcedure proc;
+        const std::string header = (*p)[2], body = (*p)[3];
+        for (std::sregex_iterator a(header.begin(), header.end(), parameter); a != end; ++a)
+            proc.parameters.push_back({"@" + (*a)[1].str(), common::LCase((*a)[2].str()), (*a)[4].matched});
+        std::smatch list;
+        if (std::regex_search(body, list, selectList) && list[1].str().find('@') == std::string::npos) {
+            std::stringstream items(list[1].str());
+            for (std::string item; std::getline(items, item, ',');) {
+                item = common::Trim(item);
+                proc.columns.insert(common::LCase(item.substr(item.find_last_of(" .") + 1)));
+            }
+        }
+        out[(*p)[1]] = proc;
+    }
+    return out;
+}
+
+data::sqlite::ProcedureParameter::Type embeddedTypeOf(const std::string& serverType) {
+    using T = data::sqlite::ProcedureParameter::Type;
+    if (serverType == "int") return T::Int;
+    if (serverType == "smallint") return T::SmallInt;
+    if (serverType == "float") return T::Double;
+    if (serverType == "datetime" || serverType == "date") return T::Date;
+    return T::Text;
+}
+
+// The body of one C++ function: from its definition's name to the next definition.
+std::string functionBody(const std::string& source, const std::string& qualifiedName) {
+    auto at = source.find(qualifiedName + "(");
+    EXPECT_NE(at, std::string::npos) << qualifiedName;
+    if (at == std::string::npos) return {};
+    auto next = source.find("\n}\n", at);
+    return source.substr(at, next == std::string::npos ? std::string::npos : next - at);
+}
+
+std::set<std::string> fieldsRead(const std::string& body) {
+    std::set<std::string> out;
+    static const std::regex field(R"re(\bf\("(\w+)"\))re");
+    for (std::sregex_iterator m(body.begin(), body.end(), field), end; m != end; ++m) out.insert((*m)[1]);
+    return out;
+}
+
+TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPass) {
+    const auto server = serverProcedures();
+    data::sqlite::ProcedureCatalog embedded(std::string(PAYACC_DB_DIR) + "/sqlite/procedures");
+    ASSERT_EQ(server.size(), 6u);
+
+    // Parameters: the calls run against the embedded catalog, so the server's must agree.
+    for (const auto& [name, proc] : server) {
+        SCOPED_TRACE(name);
+        const auto& local = embedded.find(name).parameters;
+        ASSERT_EQ(proc.parameters.size(), local.size());
+        for (size_t i = 0; i < local.size(); ++i) {
+            EXPECT_TRUE(common::EqualsNoCase(proc.parameters[i].name, local[i].name))
+                << proc.parameters[i].name;
+            EXPECT_EQ(proc.parameters[i].output, local[i].output) << proc.parameters[i].name;
+            EXPECT_EQ(embeddedTypeOf(proc.parameters[i].type), local[i].type) << proc.parameters[i].name;
+        }
+    }
+
+    // Result columns: every field a gathering reader takes by name.
+    const std::string gather = readSource("src/linking/frmPayrollAccountsLinking_Gather.cpp");
+    std::map<std::string, std::set<std::string>> readers{
+        {"spPAGetPayrollAccountDetails",
+         fieldsRead(functionBody(gather, "frmPayrollAccountsLinking::FillPayrollDetails"))}};
+    const std::set<std::string> paymentFields =
+        fieldsRead(functionBody(gather, "frmPayrollAccountsLinking::FillPaymentDetails"));
+    static const std::regex paymentProcedure(R"re("(spPAGet\w+Details)")re");
+    for (std::sregex_iterator m(gather.begin(), gather.end(), paymentProcedure), end; m != end; ++m)
+        readers[(*m)[1]] = paymentFields;
+    EXPECT_EQ(readers.size(), 5u);
+    for (const auto& [name, fields] : readers) {
+        ASSERT_TRUE(server.count(name)) << name;
+        EXPECT_GT(fields.size(), 15u) << name;
+        for (const auto& f : fields)
+            EXPECT_TRUE(server.at(name).columns.count(common::LCase(f))) << name << ": " << f;
+    }
+
+    // The exchange rate: the positions set are the inputs, the one read back is the output.
+    const std::string rateReader =
+        functionBody(readSource("src/data/ErrorLog.cpp"), "double GetExchangeRate");
+    const auto& rate = server.at("spGetExchangeRate").parameters;
+    static const std::regex set(R"re(setParameter\((\d+))re"), get(R"re(\bparameter\((\d+)\))re");
+    int sets = 0, gets = 0;
+    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), set), end; m != end; ++m, ++sets)
+        EXPECT_FALSE(rate.at(std::stoul((*m)[1]) - 1).output);  // position 0 is the return value
+    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), get), end; m != end; ++m, ++gets)
+        EXPECT_TRUE(rate.at(std::stoul((*m)[1]) - 1).output);
+    EXPECT_EQ(sets, 3);
+    EXPECT_EQ(gets, 1);
+}
+
+// Each free-text box takes no more characters than its column holds on SQL Server, and the
+// embedded schema holds the same.
+TEST(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
+    const std::string schema = readSource("db/sqlserver/schema.sql");
+    auto serverLength = [&](const std::string& table, const std::string& column) {
+        auto at = schema.find("CREATE TABLE " + table + " (");
+        std::smatch m;
+        std::string rest = schema.substr(at, schema.find(");", at) - at);
+        EXPECT_TRUE(std::regex_search(rest, m, std::regex("\\n\\s*" + column + "\\s+nvarchar\\((\\d+)\\)")))
+            << table << "." << column;
+        return m.empty() ? 0 : std::stoi(m[1]);
+    };
+
+    testsupport::TempDir tmp;
+    std::string path = tmp.file("demo.db");
+    std::filesystem::copy_file(testsupport::demoTemplate(), path);
+    auto db = data::sqlite::open(path);
+    ui::HeadlessToolkit toolkit;
+    entry::Module module(toolkit);
+    module.session.connection = db;
+    module.session.companyId = 1;
+    module.session.userId = 1;
+    module.session.interfaceId = 60;
+    module.session.processDate = "15/10/2026";
+    data::AssignTableName(*db, module.session.tables);
+
+    struct Box {
+        const ui::TextBox& box;
+        std::string table, column, insert;
+    };
+    const std::vector<Box> boxes{
+        {module.frmPayrollAccountsLinking().txtRemarks, "paPayAccLinkHeader", "Remarks",
+         "insert into paPayAccLinkHeader (CompanyID, TransID, Remarks) values (9, 1, ?)"},
+        {module.frmcancell().txtreason, "paPayAccLinkHeader", "cancelremarks",
+         "insert into paPayAccLinkHeader (CompanyID, TransID, cancelremarks) values (9, 2, ?)"},
+        {module.frmJournalDetails().txtDescription, "paPayAccLinkPostingDetails", "Description",
+         "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, Description) values (9, 1, "
+         "1, ?)"},
+    };
+    for (const auto& b : boxes) {
+        SCOPED_TRACE(b.column);
+        const int length = serverLength(b.table, b.column);
+        EXPECT_EQ(b.box.maxLength, length);
+        auto insert = db->command(b.insert, data::CommandType::Text);
+        EXPECT_ANY_THROW(insert->execute({common::Value(std::string(static_cast<size_t>(length) + 1, 'x'))}));
+        EXPECT_NO_THROW(insert->execute({common::Value(std::string(static_cast<size_t>(length), 'x'))}));
+    }
+}
+
+// The pending-loan query runs (the embedded adapter, like SQL Server 2019, refuses the old
+// "*=" joins), and its outer join still counts an application without an issue at its
+// sanctioned amount.
+TEST(SqlServerContract, PendingLoanQueryJoinsInTheStandardForm) {
+    testsupport::TempDir tmp;
+    std::string path = tmp.file("demo.db");
+    std::filesystem::copy_file(testsupport::demoTemplate(), path);
+    auto db = data::sqlite::open(path);
+    db->execute(
+        "insert into pLoanApplication (laCompanyID, laLoanAppID, laAppType, laEmployeeID, laLoanID, "
+        "laSanctionAmount) values (1, 1, 'L', 5, 7, 1000), (1, 2, 'L', 5, 7, 500), (1, 3, 'A', 5, 7, 80), "
+        "(2, 4, 'L', 5, 7, 60)");
+    db->execute("insert into pLoansIssue (liCompanyID, liLoanAppID, liCurrentBalance) values (1, 1, 300)");
+    ui::HeadlessToolkit toolkit;
+    entry::Module module(toolkit);
+    module.session.connection = db;
+    module.session.companyId = 1;
+    module.session.userId = 1;
+    module.session.interfaceId = 60;
+    module.session.processDate = "15/10/2026";
+    data::AssignTableName(*db, module.session.tables);
+    module.EntryMode = "N";
+    EXPECT_DOUBLE_EQ(module.frmPayrollAccountsLinking().fnPrevPendingLoanAmt(5, 7), 800.0);
+}
+
+}  // namespace
