@@ -18,6 +18,8 @@
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
+#include "StartupCheck.h"
+#include "data/ErrorLog.h"
 #include "script/ScriptRunner.h"
 #include "ui/Headless.h"
 
@@ -129,7 +131,7 @@ Options parseArguments(int argc, char** argv) {
 
 // Opens a file database and makes sure it reads as one.
 data::ConnectionPtr openFile(const std::string& path) {
-    if (!fs::is_regular_file(path)) throw UsageError{"no database file '" + path + "'"};
+    startup::checkDatabaseFile(path);
     try {
         auto c = data::sqlite::open(path);
         c->open("select count(*) from sqlite_master")->close();
@@ -152,23 +154,13 @@ data::ConnectionPtr openDemo() {
         throw UsageError{"no HOME or XDG_DATA_HOME for the demo database; give --db FILE"};
     fs::path path = base / "payacclink" / "demo.db";
     if (!fs::exists(path)) {
-        // Built under a temporary name and renamed, so a failed build leaves no half database.
-        fs::path partial = path;
-        partial += ".partial";
         try {
             fs::create_directories(path.parent_path());
-            fs::remove(partial);
-            {
-                data::sqlite::OpenOptions options;
-                options.create = true;
-                auto c = data::sqlite::open(partial.string(), options);
-                data::sqlite::initialise(*c, true);
-            }
-            fs::rename(partial, path);
+            startup::createDatabase(path.string(), true);
         } catch (const std::exception& e) {
-            std::error_code ec;
-            fs::remove(partial, ec);
-            throw UsageError{"cannot make the demo database '" + path.string() + "': " + e.what()};
+            // Another copy starting at the same moment may have made it first.
+            if (!fs::exists(path))
+                throw UsageError{"cannot make the demo database '" + path.string() + "': " + e.what()};
         }
     }
     return openFile(path.string());
@@ -190,19 +182,16 @@ data::ConnectionPtr openConnection(const Options& o) {
 }
 
 int initDatabase(const Options& o) {
-    if (fs::exists(o.file)) throw UsageError{"'" + o.file + "' exists already"};
-    try {
-        data::sqlite::OpenOptions options;
-        options.create = true;
-        auto c = data::sqlite::open(o.file, options);
-        data::sqlite::initialise(*c, o.demo);
-    } catch (const std::exception& e) {
-        std::error_code ec;
-        fs::remove(o.file, ec);
-        throw UsageError{"cannot create '" + o.file + "': " + e.what()};
-    }
+    startup::createDatabase(o.file, o.demo);
     std::cout << "created " << o.file << (o.demo ? " with demo data" : "") << "\n";
     return 0;
+}
+
+// Everything the screens take for granted, checked before the first one opens.
+void checkDatabase(data::Connection& connection, const Options& o) {
+    const std::string about = o.odbc ? std::string("the ODBC database") : "'" + (o.db ? *o.db : std::string("demo.db")) + "'";
+    startup::checkDatabase(connection, o.company, about, !o.odbc);
+    startup::checkWritable(o.traceSql, data::componentFolder());
 }
 
 void setProperties(entry::qorPayrollAccounts& component, const Options& o, data::ConnectionPtr connection) {
@@ -274,6 +263,7 @@ int main(int argc, char** argv) {
         if (o.mode == "script" && !fs::is_regular_file(o.file))
             throw UsageError{"no script file '" + o.file + "'"};
         data::ConnectionPtr connection = openConnection(o);
+        checkDatabase(*connection, o);
         if (o.traceSql) {
             auto trace = std::make_shared<data::TraceConnection>(connection);
             trace->setFile(*o.traceSql);

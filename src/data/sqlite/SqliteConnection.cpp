@@ -112,6 +112,16 @@ public:
         schemaChanged();
     }
 
+    // The whole database as the bytes of its file.
+    std::string image() const {
+        sqlite3_int64 size = 0;
+        unsigned char* bytes = sqlite3_serialize(db_, "main", &size, 0);
+        if (bytes == nullptr) fail("The database could not be copied out of memory.");
+        std::string out(reinterpret_cast<const char*>(bytes), static_cast<size_t>(size));
+        sqlite3_free(bytes);
+        return out;
+    }
+
     // A text statement (or an exec of a procedure) with positional values for its "?".
     RecordsetPtr runText(const std::string& sql, const std::vector<Value>& args, long* changes);
     // A procedure called through a command: parameters as refreshed, outputs set after.
@@ -597,6 +607,14 @@ void initialise(Connection& c, bool demo) {
     const std::string dir = defaultDbDir() + "/sqlite/";
     s->runScript(readFile(dir + "schema.sql"), dir + "schema.sql");
     if (demo) s->runScript(readFile(dir + "demo.sql"), dir + "demo.sql");
+}
+
+std::string buildImage(bool demo) {
+    OpenOptions options;
+    options.create = true;
+    ConnectionPtr c = open(":memory:", options);
+    initialise(*c, demo);
+    return findSqlite(*c)->image();
 }
 
 }  // namespace data::sqlite

@@ -17,6 +17,9 @@ struct OpenOptions {
 ConnectionPtr open(const std::string& path, const OpenOptions& options = {});
 // Creates the schema and procedures (db/sqlite/schema.sql) and, with demo, the demo data.
 void initialise(Connection& c, bool demo);
+// Builds a new database (schema and procedures, demo data with demo) in memory and returns
+// the bytes of its file, so that a caller can write it out in one piece.
+std::string buildImage(bool demo);
 // The db folder of the source tree (schema, procedures, demo data).
 std::string defaultDbDir();
 
