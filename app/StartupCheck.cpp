@@ -49,7 +49,8 @@ void writeAll(int fd, const std::string& bytes) {
 // Lets a test stop a real init between writing the file and naming it, the last moment at
 // which a half-made database could be left behind.
 void testStopBeforeNaming() {
-    if (const char* stop = std::getenv("PAYACC_TEST_KILL_INIT"); stop && std::strcmp(stop, "before-rename") == 0)
+    if (const char* stop = std::getenv("PAYACC_TEST_KILL_INIT");
+        stop && std::strcmp(stop, "before-rename") == 0)
         std::raise(SIGKILL);
 }
 
@@ -112,12 +113,16 @@ void checkDatabaseFile(const std::string& path) {
     std::error_code ec;
     if (!fs::is_regular_file(path, ec)) problem("no database file " + quoted(path));
     if (fs::file_size(path, ec) == 0 && !ec)
-        problem(quoted(path) + " is empty (0 bytes), not a database: give another --db or make one with payacclink init FILE");
+        problem(
+            quoted(path) +
+            " is empty (0 bytes), not a database: give another --db or make one with payacclink init FILE");
     std::ifstream in(path, std::ios::binary);
     char header[16] = {};
     in.read(header, sizeof header);
     if (!in || std::memcmp(header, "SQLite format 3", 16) != 0)
-        problem(quoted(path) + " is not a database of this program: give another --db or make one with payacclink init FILE");
+        problem(
+            quoted(path) +
+            " is not a database of this program: give another --db or make one with payacclink init FILE");
 }
 
 void checkDatabase(data::Connection& c, int32_t company, const std::string& about, bool embedded) {
@@ -138,7 +143,8 @@ void checkDatabase(data::Connection& c, int32_t company, const std::string& abou
     const std::string id = std::to_string(company);
     if (scalar(c, "select count(*) from " + t.pCompanyMaster + " where CompanyID=" + id) == 0)
         problem("company " + id + " is not in " + about + ": give --company with one of its companies");
-    if (scalar(c, "select count(*) from psettings where companyid=" + id + " and noofpreviousdays is not null") == 0)
+    if (scalar(c, "select count(*) from psettings where companyid=" + id +
+                      " and noofpreviousdays is not null") == 0)
         problem("company " + id + " has no settings row in psettings (noofpreviousdays): add one for it");
 }
 

@@ -12,14 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "StartupCheck.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "data/ErrorLog.h"
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
-#include "StartupCheck.h"
-#include "data/ErrorLog.h"
 #include "script/ScriptRunner.h"
 #include "ui/Headless.h"
 
@@ -189,7 +189,8 @@ int initDatabase(const Options& o) {
 
 // Everything the screens take for granted, checked before the first one opens.
 void checkDatabase(data::Connection& connection, const Options& o) {
-    const std::string about = o.odbc ? std::string("the ODBC database") : "'" + (o.db ? *o.db : std::string("demo.db")) + "'";
+    const std::string about =
+        o.odbc ? std::string("the ODBC database") : "'" + (o.db ? *o.db : std::string("demo.db")) + "'";
     startup::checkDatabase(connection, o.company, about, !o.odbc);
     startup::checkWritable(o.traceSql, data::componentFolder());
 }

@@ -87,19 +87,27 @@ TEST_F(ScreenGuardTest, NulIsRefusedWithAMessageInEveryFreeTextField) {
         "key txtRemarks 8\n"
         "key txtRemarks 8\n"
         "expect txtRemarks مرحبا\n"
-        "set txtRemarks " + nul + "\n"
-        "expect-message " + ui::TextBox::kNulRefused + "\n"
-        "expect txtRemarks مرحبا\n"
-        "answer No\n"
-        "close\n"
-        "row flexMaster 1\n"
-        "answer Yes\n"
-        "click CmdDelete\n"
-        "type txtreason " + nul + "\n"
-        "expect-message " + ui::TextBox::kNulRefused + "\n"
-        "expect txtreason \"\"\n"
-        "set txtreason a reason\n"
-        "click cmdok\n",
+        "set txtRemarks " +
+            nul +
+            "\n"
+            "expect-message " +
+            ui::TextBox::kNulRefused +
+            "\n"
+            "expect txtRemarks مرحبا\n"
+            "answer No\n"
+            "close\n"
+            "row flexMaster 1\n"
+            "answer Yes\n"
+            "click CmdDelete\n"
+            "type txtreason " +
+            nul +
+            "\n"
+            "expect-message " +
+            ui::TextBox::kNulRefused +
+            "\n"
+            "expect txtreason \"\"\n"
+            "set txtreason a reason\n"
+            "click cmdok\n",
         status);
     EXPECT_EQ(status, 0) << out;
     EXPECT_EQ(scalar("select cancelremarks from paPayAccLinkHeader where TransID=5").toText(), "a reason");
@@ -122,13 +130,15 @@ TEST_F(ScreenGuardTest, AScreenWhoseLoadFailedIsLoadedAfreshNextTime) {
     // The linking screen: without its settings view the load fails; once the view is back,
     // New loads the screen again, with its settings check and its department list.
     module->session.userId = 1;
-    const std::string view = scalar("select sql from sqlite_master where name='vwPayAccLinkSettings'").toText();
+    const std::string view =
+        scalar("select sql from sqlite_master where name='vwPayAccLinkSettings'").toText();
     raw->execute("drop view vwPayAccLinkSettings");
     out = script("click cmdnew\nclose\n", status);
     EXPECT_EQ(status, 1) << out;
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
     raw->execute(view);
-    out = script("click cmdnew\nexpect cmdOk.enabled true\nselect cboDepartment Engineering Centre Pune\n", status);
+    out = script("click cmdnew\nexpect cmdOk.enabled true\nselect cboDepartment Engineering Centre Pune\n",
+                 status);
     EXPECT_EQ(status, 0) << out;
 }
 

@@ -29,8 +29,8 @@ protected:
     void SetUp() override { ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built"; }
     Result run(const std::string& args, const std::string& env = "PAYACC_LOG_DIR=.") {
         const std::string err = tmp.file("err.txt");
-        const std::string cmd = "cd '" + tmp.path().string() + "' && env " + env + " timeout 120 '" + kBinary +
-                                "' " + args + " </dev/null >/dev/null 2>'" + err + "'";
+        const std::string cmd = "cd '" + tmp.path().string() + "' && env " + env + " timeout 120 '" +
+                                kBinary + "' " + args + " </dev/null >/dev/null 2>'" + err + "'";
         const int raw = std::system(cmd.c_str());
         std::ifstream in(err);
         std::stringstream s;

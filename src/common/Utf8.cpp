@@ -95,7 +95,8 @@ char32_t utf8Next(std::string_view text, size_t& pos) {
     if (b < 0x80) return b;
     int more = b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : 1;
     char32_t c = b & (0x3F >> more);
-    for (; more > 0 && pos < text.size(); --more) c = (c << 6) | (static_cast<unsigned char>(text[pos++]) & 0x3F);
+    for (; more > 0 && pos < text.size(); --more)
+        c = (c << 6) | (static_cast<unsigned char>(text[pos++]) & 0x3F);
     return c;
 }
 

@@ -57,7 +57,9 @@ int toWidgetPos(const std::string& text, int charPos) {
     const size_t n = common::utf8Offset(text, static_cast<size_t>(charPos));
     return static_cast<int>(QString::fromUtf8(text.data(), static_cast<qsizetype>(n)).size());
 }
-int toModelPos(const QString& text, int widgetPos) { return static_cast<int>(text.left(widgetPos).toUcs4().size()); }
+int toModelPos(const QString& text, int widgetPos) {
+    return static_cast<int>(text.left(widgetPos).toUcs4().size());
+}
 
 common::DateTime toDateTime(const QDate& d) { return common::DateTime::ymd(d.year(), d.month(), d.day()); }
 

@@ -83,15 +83,16 @@ void clsCommonGen::TextValidateNum(ui::TextBox& box, int16_t& keyAscii, int16_t 
     // The selection counts characters; a pasted text may hold some beyond ASCII.
     const std::string& text = box.text();
     const size_t start = common::utf8Offset(text, static_cast<size_t>(std::max(box.selStart(), 0)));
-    const size_t end = common::utf8Offset(text, static_cast<size_t>(std::max(box.selStart(), 0) +
-                                                                      std::max(box.selLength(), 0)));
+    const size_t end = common::utf8Offset(
+        text, static_cast<size_t>(std::max(box.selStart(), 0) + std::max(box.selLength(), 0)));
     std::string next = text.substr(0, start) + static_cast<char>(keyAscii) + text.substr(end);
 
     size_t firstPoint = next.find('.');
     bool twoPoints = firstPoint != std::string::npos && next.find('.', firstPoint + 1) != std::string::npos;
     bool tooLong = maxLength > 0 && static_cast<int>(common::utf8Length(next)) > maxLength;
-    bool tooManyDecimals = firstPoint != std::string::npos &&
-                           static_cast<int>(common::utf8Length(std::string_view(next).substr(firstPoint + 1))) > decimals;
+    bool tooManyDecimals =
+        firstPoint != std::string::npos &&
+        static_cast<int>(common::utf8Length(std::string_view(next).substr(firstPoint + 1))) > decimals;
     if (twoPoints || tooLong || tooManyDecimals) keyAscii = 0;
 }
 

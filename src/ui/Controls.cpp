@@ -240,7 +240,8 @@ void TextBox::typeKey(int16_t keyAscii, const std::string& character) {
             const size_t to = common::utf8Offset(text_, static_cast<size_t>(start + len));
             std::string next = text_.substr(0, from) + typed + text_.substr(to);
             if (!typed.empty()) ++start;
-            bool fits = maxLength <= 0 || static_cast<int>(common::utf8Length(next)) <= maxLength || k == vbKeyBack;
+            bool fits =
+                maxLength <= 0 || static_cast<int>(common::utf8Length(next)) <= maxLength || k == vbKeyBack;
             if (fits && next != text_) {
                 text_ = std::move(next);
                 selStart_ = start;
@@ -430,11 +431,15 @@ void ComboBox::userKey(int16_t keyAscii) {
             }
             return;
         }
+        // Keys up to 255 arrive a byte at a time (a script types UTF-8 text byte by byte);
+        // Backspace takes off the whole last character, never half of one.
         std::string next = text_;
         if (k == vbKeyBack) {
-            if (!next.empty()) next.pop_back();
-        } else {
+            if (!next.empty()) next.resize(common::utf8Offset(next, common::utf8Length(next) - 1));
+        } else if (static_cast<uint16_t>(k) <= 0xFF) {
             next.push_back(static_cast<char>(k));
+        } else {
+            next += common::utf8Encode(static_cast<uint16_t>(k));
         }
         if (next == text_) return;
         text_ = std::move(next);

@@ -19,7 +19,8 @@ TEST_F(GuiTest, ArabicAndEmojiAreTypedAndErasedWholeInTheWindow) {
         // One key event per character, as a keyboard layout sends them (the emoji is one
         // event carrying two UTF-16 units).
         for (const char* typed : {"م", "ر", "ح", "ب", "ا", " ", "😀", "'"})
-            QTest::sendKeyEvent(QTest::Click, reason, Qt::Key_unknown, QString::fromUtf8(typed), Qt::NoModifier);
+            QTest::sendKeyEvent(QTest::Click, reason, Qt::Key_unknown, QString::fromUtf8(typed),
+                                Qt::NoModifier);
         // The reason's key filter still sees every key: it drops the apostrophe.
         EXPECT_EQ(cancelForm.txtreason.text(), "مرحبا 😀");
         QTest::keyClick(reason, Qt::Key_Backspace);
