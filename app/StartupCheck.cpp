@@ -1,7 +1,6 @@
 #include "StartupCheck.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 #include "common/Error.h"
 #include "data/TableNames.h"
@@ -157,9 +157,13 @@ void checkWritable(const std::optional<std::string>& traceFile, const std::strin
                     "): give --trace-sql a file in a writable folder");
     }
     std::error_code ec;
-    if (!fs::is_directory(logFolder, ec) || ::access(logFolder.c_str(), W_OK | X_OK) != 0)
-        problem("cannot write the error log in " + quoted(logFolder) + " (" +
-                (fs::is_directory(logFolder, ec) ? std::strerror(errno) : "no such folder") +
+    std::string why;
+    if (!fs::is_directory(logFolder, ec))
+        why = "no such folder";
+    else if (::access(logFolder.c_str(), W_OK | X_OK) != 0)
+        why = std::strerror(errno);
+    if (!why.empty())
+        problem("cannot write the error log in " + quoted(logFolder) + " (" + why +
                 "): set PAYACC_LOG_DIR to a writable folder");
 }
 

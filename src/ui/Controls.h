@@ -134,8 +134,7 @@ public:
     void userKeyDown(int16_t keyCode);        // a non-character key (Delete, arrows, F1)
 
     static constexpr const char* kNulRefused =
-        "This field cannot hold the character NUL (code 0), so the text was left as it was. "
-        "Type or paste the text without it.";
+        "This field cannot hold the character NUL (code 0), so the text was left as it was.";
 
 private:
     void typeKey(int16_t keyAscii, const std::string& character);
