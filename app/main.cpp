@@ -189,8 +189,9 @@ int initDatabase(const Options& o) {
 
 // Everything the screens take for granted, checked before the first one opens.
 void checkDatabase(data::Connection& connection, const Options& o) {
-    const std::string about =
-        o.odbc ? std::string("the ODBC database") : "'" + (o.db ? *o.db : std::string("demo.db")) + "'";
+    const std::string about = o.odbc ? std::string("the ODBC database")
+                              : o.db ? "'" + *o.db + "'"
+                                     : std::string("the demo database");
     startup::checkDatabase(connection, o.company, about, !o.odbc);
     startup::checkWritable(o.traceSql, data::componentFolder());
 }
