@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "ReportCommands.h"
+#include "StartupCheck.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
@@ -103,7 +104,7 @@ fs::path demoPath() {
 // Opens a file database, makes sure it reads as one and brings a database of an older
 // build up to date.
 data::ConnectionPtr openFile(const std::string& path) {
-    if (!fs::is_regular_file(path)) throw UsageError{"no database file '" + path + "'"};
+    startup::checkDatabaseFile(path);
     data::ConnectionPtr c;
     try {
         c = data::sqlite::open(path);
@@ -125,23 +126,13 @@ data::ConnectionPtr openFile(const std::string& path) {
 data::ConnectionPtr openDemo(const Options& o) {
     fs::path path = demoPath();
     if (!fs::exists(path)) {
-        // Built under a temporary name and renamed, so a failed build leaves no half database.
-        fs::path partial = path;
-        partial += ".partial";
         try {
             fs::create_directories(path.parent_path());
-            fs::remove(partial);
-            {
-                data::sqlite::OpenOptions options;
-                options.create = true;
-                auto c = data::sqlite::open(partial.string(), options);
-                data::sqlite::initialise(*c, true, demoDay(o));
-            }
-            fs::rename(partial, path);
+            startup::createDatabase(path.string(), true, demoDay(o));
         } catch (const std::exception& e) {
-            std::error_code ec;
-            fs::remove(partial, ec);
-            throw UsageError{"cannot make the demo database '" + path.string() + "': " + e.what()};
+            // Another copy starting at the same moment may have made it first.
+            if (!fs::exists(path))
+                throw UsageError{"cannot make the demo database '" + path.string() + "': " + e.what()};
         }
     }
     return openFile(path.string());
@@ -162,9 +153,25 @@ data::ConnectionPtr openConnection(const Options& o) {
     return o.db ? openFile(*o.db) : openDemo(o);
 }
 
+// Everything the screens take for granted, checked before the first one opens.
+void checkDatabase(data::Connection& connection, const Options& o) {
+    const std::string about = o.odbc ? std::string("the ODBC database")
+                              : o.db ? "'" + *o.db + "'"
+                                     : std::string("the demo database");
+    startup::checkDatabase(connection, o.company, about, !o.odbc);
+    // The user's state folder is made on first use, as the log itself would make it.
+    const std::string logFolder = data::componentFolder();
+    if (logFolder == data::stateFolder()) {
+        std::error_code ec;
+        fs::create_directories(logFolder, ec);
+    }
+    startup::checkWritable(o.traceSql, logFolder);
+}
+
 // The session connection, traced to a file with --trace-sql.
 data::ConnectionPtr sessionConnection(const Options& o) {
     data::ConnectionPtr connection = openConnection(o);
+    checkDatabase(*connection, o);
     if (o.traceSql) {
         auto trace = std::make_shared<data::TraceConnection>(connection);
         trace->setFile(*o.traceSql);
@@ -176,18 +183,7 @@ data::ConnectionPtr sessionConnection(const Options& o) {
 // ------------------------------------------------------------------ running a mode
 
 int initDatabase(const Options& o) {
-    if (fs::exists(o.file)) throw UsageError{"'" + o.file + "' exists already"};
-    const std::optional<common::DateTime> day = o.demo ? demoDay(o) : std::nullopt;
-    try {
-        data::sqlite::OpenOptions options;
-        options.create = true;
-        auto c = data::sqlite::open(o.file, options);
-        data::sqlite::initialise(*c, o.demo, day);
-    } catch (const std::exception& e) {
-        std::error_code ec;
-        fs::remove(o.file, ec);
-        throw UsageError{"cannot create '" + o.file + "': " + e.what()};
-    }
+    startup::createDatabase(o.file, o.demo, o.demo ? demoDay(o) : std::nullopt);
     std::cout << "created " << o.file << (o.demo ? " with demo data" : "") << "\n";
     return 0;
 }

@@ -120,7 +120,7 @@ expect chkFlag.value 1
 expect cmdDisabled.enabled false
 close
 )");
-    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_EQ(r.status, 1) << r.out;
     EXPECT_EQ(r.out,
               "SHOW frmMain: Main form\n"
               "SHOW frmChild: Child form\n"
@@ -128,7 +128,7 @@ close
               "MSGBOX \"Test\" \"Continue?\" [Yes/No] -> Yes\n"
               "ERROR 5: Invalid procedure call or argument\n"
               "UNLOAD frmMain\n"
-              "OK\n");
+              "FAIL line 18: the command raised an error that no handler caught\n");
     EXPECT_TRUE(main.afterChild);
     EXPECT_TRUE(main.unloadRan);
 }

@@ -34,8 +34,20 @@ T& Module::instance(std::unique_ptr<T>& slot) {
         T& form = *slot;
         form.unloader = [this](ui::Form& f, int mode) { return unloadForm(f, mode); };
         form.loaded = true;
+        form.messageTitle = session.msgTitle;
         toolkit_.formLoaded(form);
-        form.Form_Load();
+        try {
+            form.Form_Load();
+        } catch (...) {
+            // A load that failed half way (no settings row, say) must not leave a half-built
+            // screen behind: the next use would skip the load, and with it the rights check.
+            if (slot.get() == &form) {
+                unloaded_.push_back(std::move(slot));
+                form.loaded = false;
+                toolkit_.formUnloaded(form);
+            }
+            throw;
+        }
     }
     return *slot;
 }

@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "common/Error.h"
+#include "common/Utf8.h"
 #include "qt/ItemLook.h"
 #include "qt/ItemModels.h"
 #include "qt/QtToolkit.h"
@@ -52,13 +53,14 @@ QString withoutMnemonic(const QString& caption) {
 }
 
 // Model text positions are bytes of UTF-8; the line edit counts UTF-16 units.
-int toWidgetPos(const std::string& text, int bytePos) {
-    if (bytePos <= 0) return 0;
-    const auto n = std::min<size_t>(static_cast<size_t>(bytePos), text.size());
+// The models count characters; QLineEdit counts UTF-16 units (two for an emoji).
+int toWidgetPos(const std::string& text, int charPos) {
+    if (charPos <= 0) return 0;
+    const size_t n = common::utf8Offset(text, static_cast<size_t>(charPos));
     return static_cast<int>(QString::fromUtf8(text.data(), static_cast<qsizetype>(n)).size());
 }
 int toModelPos(const QString& text, int widgetPos) {
-    return static_cast<int>(text.left(widgetPos).toUtf8().size());
+    return static_cast<int>(text.left(widgetPos).toUcs4().size());
 }
 
 common::DateTime toDateTime(const QDate& d) { return common::DateTime::ymd(d.year(), d.month(), d.day()); }
@@ -70,6 +72,16 @@ int16_t asciiOf(const QKeyEvent* k) {
     if (t.size() != 1) return 0;
     const char16_t c = t[0].unicode();
     return (c >= 0x20 && c < 0x7F) ? static_cast<int16_t>(c) : 0;
+}
+
+// A typed character beyond ASCII (an Arabic letter, an emoji): the models take it as typed
+// text, so it goes through KeyPress like any other key.
+QString typedBeyondAscii(const QKeyEvent* k) {
+    if (k->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) return {};
+    const QString t = k->text();
+    const auto chars = t.toUcs4();
+    if (chars.size() != 1 || chars[0] < 0xA0) return {};
+    return t;
 }
 
 // Ctrl+A .. Ctrl+Z give the control codes 1 .. 26, as the classic KeyPress saw them.
@@ -709,6 +721,11 @@ bool Binder::textBoxKey(Binding& b, QEvent* event) {
         user(b, [&] { model.userKey(ascii); });
         return true;
     }
+    if (const QString typed = typedBeyondAscii(key); !typed.isEmpty()) {
+        syncSelection();
+        user(b, [&] { model.userType(typed.toStdString()); });
+        return true;
+    }
     if (const int16_t control = controlCodeOf(key); control != 0) {
         // Clipboard and undo keys edit the text as the widget does (then handed over as a
         // paste); other control keys belong to the form.
@@ -719,6 +736,8 @@ bool Binder::textBoxKey(Binding& b, QEvent* event) {
         return formKey(event);
     }
     if (const int code = classicKeyCode(key->key()); code != 0) {
+        // Delete removes the widget's selection in the model too, so both agree after it.
+        syncSelection();
         user(b, [&] { model.userKeyDown(static_cast<int16_t>(code)); });
     }
     // Delete, arrows and the rest go on to the widget.

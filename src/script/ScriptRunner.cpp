@@ -120,6 +120,7 @@ int ScriptRunner::run(std::istream& script, const std::function<void()>& start) 
     printed_ = toolkit_.transcript.size();
     if (trace_) sqlMark_ = trace_->entries().size();
     auto previousDriver = toolkit_.onModal;
+    erred_ = 0;
     int status = 0;
     try {
         parse(script);
@@ -147,6 +148,12 @@ int ScriptRunner::run(std::istream& script, const std::function<void()>& start) 
         status = 1;
     }
     toolkit_.onModal = previousDriver;
+    // A command that failed fails the script, also one without expect lines.
+    if (status == 0 && erred_ > 0) {
+        flush();
+        out_ << "FAIL line " << erred_ << ": the command raised an error that no handler caught\n";
+        status = 1;
+    }
     if (status == 0) {
         flush();
         out_ << "OK\n";
@@ -170,6 +177,7 @@ void ScriptRunner::drive(ui::Form& form) {
 void ScriptRunner::execute(const Line& line) {
     int outer = current_;
     current_ = line.number;
+    const size_t errors = toolkit_.errors.size();
     try {
         dispatch(line);
     } catch (const ui::UnansweredMessageBox& e) {
@@ -180,6 +188,7 @@ void ScriptRunner::execute(const Line& line) {
         // front end would, and the script goes on.
         toolkit_.showError(e);
     }
+    if (erred_ == 0 && toolkit_.errors.size() > errors) erred_ = line.number;
     flush();
     current_ = outer;
 }

@@ -61,6 +61,7 @@ private:
     std::vector<Line> lines_;
     size_t next_ = 0;
     int current_ = 0;     // number of the line being run
+    int erred_ = 0;       // the first line whose command raised an error no handler caught
     size_t printed_ = 0;  // transcript entries already printed
     size_t sqlMark_ = 0;  // trace entries already looked at by expect-sql
 };

@@ -2,6 +2,7 @@
 
 #include "common/Conv.h"
 #include "common/Error.h"
+#include "common/Utf8.h"
 
 namespace suite {
 
@@ -79,16 +80,19 @@ void clsCommonGen::TextValidateNum(ui::TextBox& box, int16_t& keyAscii, int16_t 
         return;
     }
     // The text as it would read with the key in place of the selection.
+    // The selection counts characters; a pasted text may hold some beyond ASCII.
     const std::string& text = box.text();
-    int start = std::min<int>(std::max(box.selStart(), 0), static_cast<int>(text.size()));
-    int len = std::min<int>(std::max(box.selLength(), 0), static_cast<int>(text.size()) - start);
-    std::string next = text.substr(0, start) + static_cast<char>(keyAscii) + text.substr(start + len);
+    const size_t start = common::utf8Offset(text, static_cast<size_t>(std::max(box.selStart(), 0)));
+    const size_t end = common::utf8Offset(
+        text, static_cast<size_t>(std::max(box.selStart(), 0) + std::max(box.selLength(), 0)));
+    std::string next = text.substr(0, start) + static_cast<char>(keyAscii) + text.substr(end);
 
     size_t firstPoint = next.find('.');
     bool twoPoints = firstPoint != std::string::npos && next.find('.', firstPoint + 1) != std::string::npos;
-    bool tooLong = maxLength > 0 && static_cast<int>(next.size()) > maxLength;
+    bool tooLong = maxLength > 0 && static_cast<int>(common::utf8Length(next)) > maxLength;
     bool tooManyDecimals =
-        firstPoint != std::string::npos && static_cast<int>(next.size() - firstPoint - 1) > decimals;
+        firstPoint != std::string::npos &&
+        static_cast<int>(common::utf8Length(std::string_view(next).substr(firstPoint + 1))) > decimals;
     if (twoPoints || tooLong || tooManyDecimals) keyAscii = 0;
 }
 

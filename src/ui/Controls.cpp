@@ -6,6 +6,7 @@
 
 #include "common/Conv.h"
 #include "common/Error.h"
+#include "common/Utf8.h"
 #include "ui/Form.h"
 
 namespace ui {
@@ -165,7 +166,10 @@ void CommandButton::userClick() {
 TextBox::TextBox(Form& f, std::string name, Control* container)
     : Control(f, std::move(name), "TextBox", container) {}
 
+int TextBox::length() const { return static_cast<int>(common::utf8Length(text_)); }
+
 void TextBox::setText(std::string v) {
+    v = common::validUtf8(v);
     if (v == text_) return;
     text_ = std::move(v);
     selStart_ = 0;
@@ -181,22 +185,38 @@ void TextBox::setLocked(bool v) {
 }
 
 void TextBox::setSelStart(int v) {
-    selStart_ = std::clamp(v, 0, static_cast<int>(text_.size()));
-    selLength_ = std::min(selLength_, static_cast<int>(text_.size()) - selStart_);
+    selStart_ = std::clamp(v, 0, length());
+    selLength_ = std::min(selLength_, length() - selStart_);
     changed(Change::Selection);
 }
 
 void TextBox::setSelLength(int v) {
-    selLength_ = std::clamp(v, 0, static_cast<int>(text_.size()) - selStart_);
+    selLength_ = std::clamp(v, 0, length() - selStart_);
     changed(Change::Selection);
 }
 
+bool TextBox::refuseNul(const std::string& text) {
+    if (text.find('\0') == std::string::npos) return false;
+    MessageBoxRequest box;
+    box.text = kNulRefused;
+    box.style = vbOKOnly + vbInformation;
+    box.title = form().messageTitle;
+    form().toolkit().msgBox(box);
+    return true;
+}
+
 void TextBox::userKey(int16_t keyAscii) {
+    // A code beyond ASCII stands for that character (the classic KeyAscii of a code page).
+    const auto code = static_cast<char32_t>(static_cast<uint16_t>(keyAscii));
+    typeKey(keyAscii, code < 0x80 ? std::string(1, static_cast<char>(code)) : common::utf8Encode(code));
+}
+
+void TextBox::typeKey(int16_t keyAscii, const std::string& character) {
     if (!reachable()) return;
-    userEvent([this, keyAscii] {
+    userEvent([this, keyAscii, &character] {
         if (!hasFocus()) {
             // Clicking into a box puts the caret after its text; GotFocus may select it all.
-            selStart_ = static_cast<int>(text_.size());
+            selStart_ = length();
             selLength_ = 0;
             setFocus();
         }
@@ -206,20 +226,22 @@ void TextBox::userKey(int16_t keyAscii) {
         int16_t k = keyAscii;
         if (previewKeyPress(form(), k) && KeyPress) KeyPress(k);
         if (k != 0 && k != vbKeyReturn && k != vbKeyTab && !locked_) {
-            std::string next = text_;
-            int start = std::clamp(selStart_, 0, static_cast<int>(next.size()));
-            int len = std::clamp(selLength_, 0, static_cast<int>(next.size()) - start);
-            if (k == vbKeyBack) {
-                if (len > 0) {
-                    next.erase(start, len);
-                } else if (start > 0) {
-                    next.erase(--start, 1);
-                }
-            } else {
-                next.replace(start, len, 1, static_cast<char>(k));
-                ++start;
+            const int chars = length();
+            int start = std::clamp(selStart_, 0, chars);
+            int len = std::clamp(selLength_, 0, chars - start);
+            if (k == vbKeyBack && len == 0 && start > 0) {
+                --start;
+                len = 1;
             }
-            bool fits = maxLength <= 0 || static_cast<int>(next.size()) <= maxLength || k == vbKeyBack;
+            std::string typed;
+            if (k != vbKeyBack)
+                typed = k == keyAscii ? character : common::utf8Encode(static_cast<uint16_t>(k));
+            const size_t from = common::utf8Offset(text_, static_cast<size_t>(start));
+            const size_t to = common::utf8Offset(text_, static_cast<size_t>(start + len));
+            std::string next = text_.substr(0, from) + typed + text_.substr(to);
+            if (!typed.empty()) ++start;
+            bool fits =
+                maxLength <= 0 || static_cast<int>(common::utf8Length(next)) <= maxLength || k == vbKeyBack;
             if (fits && next != text_) {
                 text_ = std::move(next);
                 selStart_ = start;
@@ -233,19 +255,26 @@ void TextBox::userKey(int16_t keyAscii) {
 }
 
 void TextBox::userType(const std::string& text) {
-    for (char c : text) userKey(static_cast<int16_t>(static_cast<unsigned char>(c)));
+    if (reachable() && refuseNul(text)) return;
+    const std::string valid = common::validUtf8(text);
+    for (size_t pos = 0; pos < valid.size();) {
+        const size_t at = pos;
+        const char32_t c = common::utf8Next(valid, pos);
+        const auto keyAscii = static_cast<int16_t>(c < 0x8000 ? c : U'?');
+        typeKey(keyAscii, valid.substr(at, pos - at));
+    }
 }
 
 void TextBox::userPaste(const std::string& text) {
     if (!reachable()) return;
     userEvent([this, &text] {
         takeFocus(*this);
-        if (locked_) return;
-        std::string v = text;
-        if (maxLength > 0 && static_cast<int>(v.size()) > maxLength) v.resize(maxLength);
+        if (locked_ || refuseNul(text)) return;
+        std::string v = common::validUtf8(text);
+        if (maxLength > 0) v.resize(common::utf8Offset(v, static_cast<size_t>(maxLength)));
         if (v == text_) return;
         text_ = std::move(v);
-        selStart_ = static_cast<int>(text_.size());
+        selStart_ = length();
         selLength_ = 0;
         changed(Change::Text);
         if (Change) Change();
@@ -259,11 +288,13 @@ void TextBox::userKeyDown(int16_t keyCode) {
         int16_t code = keyCode;
         if (KeyDown) KeyDown(code, 0);
         if (code == vbKeyDelete && !locked_) {
-            int start = std::clamp(selStart_, 0, static_cast<int>(text_.size()));
-            int len = std::clamp(selLength_, 0, static_cast<int>(text_.size()) - start);
-            if (len == 0 && start < static_cast<int>(text_.size())) len = 1;
+            const int chars = length();
+            int start = std::clamp(selStart_, 0, chars);
+            int len = std::clamp(selLength_, 0, chars - start);
+            if (len == 0 && start < chars) len = 1;
             if (len > 0) {
-                text_.erase(start, len);
+                const size_t from = common::utf8Offset(text_, static_cast<size_t>(start));
+                text_.erase(from, common::utf8Offset(text_, static_cast<size_t>(start + len)) - from);
                 selStart_ = start;
                 selLength_ = 0;
                 changed(Change::Text);
@@ -400,11 +431,15 @@ void ComboBox::userKey(int16_t keyAscii) {
             }
             return;
         }
+        // Keys up to 255 arrive a byte at a time (a script types UTF-8 text byte by byte);
+        // Backspace takes off the whole last character, never half of one.
         std::string next = text_;
         if (k == vbKeyBack) {
-            if (!next.empty()) next.pop_back();
-        } else {
+            if (!next.empty()) next.resize(common::utf8Offset(next, common::utf8Length(next) - 1));
+        } else if (static_cast<uint16_t>(k) <= 0xFF) {
             next.push_back(static_cast<char>(k));
+        } else {
+            next += common::utf8Encode(static_cast<uint16_t>(k));
         }
         if (next == text_) return;
         text_ = std::move(next);

@@ -101,6 +101,9 @@ public:
     void userClick();  // only when reachable
 };
 
+// The text is UTF-8; the caret, the selection and maxLength count characters, so that no
+// edit leaves half a character behind. A NUL cannot be stored in the database's texts, so a
+// text holding one is refused with a message rather than cut short later in a statement.
 class TextBox : public Control {
 public:
     TextBox(Form& f, std::string name, Control* container = nullptr);
@@ -113,6 +116,8 @@ public:
     void setSelStart(int v);
     void setSelLength(int v);
     int maxLength = 0;
+    // The length of the text in characters.
+    int length() const;
 
     Handler<> Change;
     Handler<int16_t& /*KeyAscii*/> KeyPress;
@@ -122,11 +127,18 @@ public:
     // the character replaces the selection unless locked, Change, KeyUp. Enter and Tab go
     // through KeyDown/KeyPress only.
     void userKey(int16_t keyAscii);
-    void userType(const std::string& text);  // userKey for each character
+    // Each character as userKey does; KeyPress sees a character beyond ASCII as its code
+    // (63, "?", when it does not fit in 16 bits) and may cancel it or replace it.
+    void userType(const std::string& text);
     void userPaste(const std::string& text);  // replaces the whole text, Change once
     void userKeyDown(int16_t keyCode);        // a non-character key (Delete, arrows, F1)
 
+    static constexpr const char* kNulRefused =
+        "This field cannot hold the character NUL (code 0), so the text was left as it was.";
+
 private:
+    void typeKey(int16_t keyAscii, const std::string& character);
+    bool refuseNul(const std::string& text);
     std::string text_;
     bool locked_ = false;
     int selStart_ = 0, selLength_ = 0;

@@ -45,6 +45,7 @@ public:
     Control* nextInTabOrder() const;
 
     bool keyPreview = false;
+    std::string messageTitle;  // title of the boxes that the controls show on their own
     std::string marker;  // "Loaded" once activated
     bool loaded = false;
     bool shownModal = false;

@@ -106,6 +106,16 @@ public:
         schemaChanged();
     }
 
+    // The whole database as the bytes of its file.
+    std::string image() const {
+        sqlite3_int64 size = 0;
+        unsigned char* bytes = sqlite3_serialize(db_, "main", &size, 0);
+        if (bytes == nullptr) fail("The database could not be copied out of memory.");
+        std::string out(reinterpret_cast<const char*>(bytes), static_cast<size_t>(size));
+        sqlite3_free(bytes);
+        return out;
+    }
+
     // A text statement (or an exec of a procedure) with positional values for its "?".
     RecordsetPtr runText(const std::string& sql, const std::vector<Value>& args, long* changes);
     // A procedure called through a command: parameters as refreshed, outputs set after.
@@ -645,6 +655,14 @@ bool upgrade(Connection& c) {
                     "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
                 "schema upgrade");
     return true;
+}
+
+std::string buildImage(bool demo, std::optional<common::DateTime> demoDay) {
+    OpenOptions options;
+    options.create = true;
+    ConnectionPtr c = open(":memory:", options);
+    initialise(*c, demo, demoDay);
+    return findSqlite(*c)->image();
 }
 
 }  // namespace data::sqlite

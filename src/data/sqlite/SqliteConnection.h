@@ -32,5 +32,8 @@ bool upgrade(Connection& c);
 // PAYACC_PROCEDURE_DIR (an integrator's own NAME.sql files, used instead of the built-in
 // ones), else empty, the procedures built into the program.
 std::string procedureFolder();
+// Builds a new database (schema and procedures, demo data with demo) in memory and returns
+// the bytes of its file, so that a caller can write it out in one piece.
+std::string buildImage(bool demo, std::optional<common::DateTime> demoDay = std::nullopt);
 
 }  // namespace data::sqlite

@@ -1,0 +1,22 @@
+#pragma once
+// Texts are UTF-8 everywhere in the models. Editing counts characters (code points), never
+// bytes, so that no edit can cut a character in half.
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace common {
+
+// The number of characters of a valid UTF-8 text.
+size_t utf8Length(std::string_view text);
+// The byte offset at which character number index starts (the text's size past its end).
+size_t utf8Offset(std::string_view text, size_t index);
+// The text with every byte that does not belong to a well-formed character replaced by
+// U+FFFD, so what reaches the database is always valid UTF-8.
+std::string validUtf8(std::string_view text);
+// One character in UTF-8; a surrogate or a value past U+10FFFF becomes U+FFFD.
+std::string utf8Encode(char32_t c);
+// Decodes the character at text[pos] (the text must be valid) and moves pos past it.
+char32_t utf8Next(std::string_view text, size_t& pos);
+
+}  // namespace common

@@ -1,0 +1,145 @@
+// Text boxes that edit whole characters and refuse NUL, and screens whose failed load is
+// dropped so that the next use loads them afresh, rights and all.
+#include <sstream>
+#include <string>
+
+#include "TestSupport.h"
+#include "browser/FrmMaster.h"
+#include "common/Utf8.h"
+#include "data/TableNames.h"
+#include "entry/qorPayrollAccounts.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "script/ScriptRunner.h"
+
+namespace {
+
+class ScreenGuardTest : public testsupport::ModuleTest {
+protected:
+    // Runs a script on the component as `payacclink script` does.
+    std::string script(const std::string& text, int& status) {
+        entry::qorPayrollAccounts component(*module);
+        component.strProjectKey = entry::kProjectKey;
+        component.MsgboxTitle = module->session.msgTitle;
+        component.ProcessDate = module->session.processDate;
+        component.intUserID = module->session.userId;
+        component.intCompanyID = 1;
+        component.intInterfaceID = 60;
+        component.setAdocon(trace);
+        std::istringstream in(text);
+        std::ostringstream out;
+        script::ScriptRunner runner(toolkit, out);
+        status = runner.run(in, [&] { component.Show(); });
+        module->collect();
+        return out.str();
+    }
+};
+
+TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
+    data::AssignTableName(*trace, module->session.tables);
+    auto& remarks = module->frmPayrollAccountsLinking().txtRemarks;
+    const struct {
+        std::string typed, afterBackspace, afterDelete, replaced;
+    } cases[] = {
+        // Arabic letters are two bytes each, the emoji four; "x" replaces characters 2 and 3.
+        {"مرحبا", "مرحب", "رحب", "رx"},
+        {"pay 😀", "pay ", "ay ", "ax"},
+        {"😀🎉✓", "😀🎉", "🎉", "🎉x"},
+    };
+    for (const auto& c : cases) {
+        remarks.setText("");
+        remarks.userType(c.typed);
+        EXPECT_EQ(remarks.text(), c.typed);
+        remarks.userKey(ui::vbKeyBack);
+        EXPECT_EQ(remarks.text(), c.afterBackspace);
+        remarks.setSelStart(0);
+        remarks.userKeyDown(ui::vbKeyDelete);
+        EXPECT_EQ(remarks.text(), c.afterDelete);
+        remarks.setSelStart(1);
+        remarks.setSelLength(2);
+        remarks.userType("x");
+        EXPECT_EQ(remarks.text(), c.replaced) << c.typed;
+        EXPECT_EQ(common::validUtf8(remarks.text()), remarks.text()) << c.typed;
+    }
+
+    remarks.setText("");
+    remarks.maxLength = 3;
+    remarks.userType("😀😀😀😀");
+    EXPECT_EQ(remarks.text(), "😀😀😀");
+    remarks.userPaste("مرحبا");
+    EXPECT_EQ(remarks.text(), "مرح");
+    // Bytes that are no character never reach the model.
+    remarks.userPaste("a\xC3");
+    EXPECT_EQ(remarks.text(), "a\xEF\xBF\xBD");
+    EXPECT_TRUE(toolkit.errors.empty());
+}
+
+TEST_F(ScreenGuardTest, NulIsRefusedWithAMessageInEveryFreeTextField) {
+    raw->execute("delete from paPayAccLinkHeader where CompanyID=1");
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Cancelled, Posted) values (1, 5, 1, 'PAL-5', '2026-10-10', 'P', 0, 0)");
+    raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
+    const std::string nul("a\0b", 3);
+    int status = 0;
+    const std::string out = script(
+        "click cmdnew\n"
+        "type txtRemarks مرحبا 😀\n"
+        "key txtRemarks 8\n"
+        "key txtRemarks 8\n"
+        "expect txtRemarks مرحبا\n"
+        "set txtRemarks " +
+            nul +
+            "\n"
+            "expect-message " +
+            ui::TextBox::kNulRefused +
+            "\n"
+            "expect txtRemarks مرحبا\n"
+            "answer No\n"
+            "close\n"
+            "row flexMaster 1\n"
+            "answer Yes\n"
+            "click CmdDelete\n"
+            "type txtreason " +
+            nul +
+            "\n"
+            "expect-message " +
+            ui::TextBox::kNulRefused +
+            "\n"
+            "expect txtreason \"\"\n"
+            "set txtreason a reason\n"
+            "click cmdok\n",
+        status);
+    EXPECT_EQ(status, 0) << out;
+    EXPECT_EQ(scalar("select cancelremarks from paPayAccLinkHeader where TransID=5").toText(), "a reason");
+    EXPECT_EQ(toolkit.messages.at(0).request.title, "Payroll Accounts Linking");
+    EXPECT_EQ(toolkit.messages.at(0).request.style, ui::vbOKOnly + ui::vbInformation);
+}
+
+TEST_F(ScreenGuardTest, AScreenWhoseLoadFailedIsLoadedAfreshNextTime) {
+    // The browser: no settings row, so the load fails after the list was filled and before the
+    // rights were applied. The read-only user's second Show must find New disabled.
+    raw->execute("delete from psettings where companyid=1");
+    module->session.userId = 2;
+    int status = 0;
+    std::string out = script("", status);
+    EXPECT_NE(out.find("ERROR 94: Invalid use of Null"), std::string::npos) << out;
+    raw->execute("insert into psettings (companyid, noofpreviousdays) values (1, 0)");
+    out = script("expect cmdnew.enabled false\nexpect CmdEdit.enabled false\nclose\n", status);
+    EXPECT_EQ(status, 0) << out;
+
+    // The linking screen: without its settings view the load fails; once the view is back,
+    // New loads the screen again, with its settings check and its department list.
+    module->session.userId = 1;
+    const std::string view =
+        scalar("select sql from sqlite_master where name='vwPayAccLinkSettings'").toText();
+    raw->execute("drop view vwPayAccLinkSettings");
+    out = script("click cmdnew\nclose\n", status);
+    EXPECT_EQ(status, 1) << out;
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+    raw->execute(view);
+    out = script("click cmdnew\nexpect cmdOk.enabled true\nselect cboDepartment Engineering Centre Pune\n",
+                 status);
+    EXPECT_EQ(status, 0) << out;
+}
+
+}  // namespace
