@@ -97,7 +97,7 @@ std::set<std::string> fieldsRead(const std::string& body) {
 
 TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPass) {
     const auto server = serverProcedures();
-    data::sqlite::ProcedureCatalog embedded(std::string(PAYACC_DB_DIR) + "/sqlite/procedures");
+    data::sqlite::ProcedureCatalog embedded(std::string(PAYACC_SOURCE_DIR) + "/db/sqlite/procedures");
     ASSERT_EQ(server.size(), 6u);
 
     // Parameters: the calls run against the embedded catalog, so the server's must agree.
