@@ -1,10 +1,14 @@
 // payacclink: the suite's stand-in host. It builds the session, sets the seven properties of
 // qorPayrollAccounts and calls Show, in a window, or headless from a script.
-#include <charconv>
+//
+// Each mode is one subcommand: a function that declares it with its options, and a function
+// that runs it. main() lists them in one table and dispatches in one place.
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -14,6 +18,7 @@
 
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "data/ErrorLog.h"
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
@@ -28,14 +33,13 @@
 #include "data/odbc/OdbcConnection.h"
 #endif
 
+#ifndef PAYACC_VERSION
+#define PAYACC_VERSION "0"
+#endif
+
 namespace fs = std::filesystem;
 
 namespace {
-
-const char* const kUsage =
-    "usage: payacclink [gui] [options] | payacclink script FILE [options] | payacclink init FILE [--demo]\n"
-    "options: --db FILE | --odbc \"CONNECTION STRING\"  --user N --company N --interface N\n"
-    "         --date dd/MM/yyyy --title TEXT --key TEXT --trace-sql FILE\n";
 
 // A bad invocation or an unusable database: one line on standard error, status 2.
 struct UsageError {
@@ -43,21 +47,13 @@ struct UsageError {
 };
 
 struct Options {
-    std::string mode = "gui";
     std::string file;  // the script, or the database to create
     bool demo = false;
+    std::string demoDay;  // init --as-of, dd/MM/yyyy
     std::optional<std::string> db, odbc, traceSql;
     int32_t user = 1, company = 1, interface = 60;
     std::string date, title = "Payroll Accounts Linking", key = entry::kProjectKey;
 };
-
-int32_t parseNumber(const std::string& option, const std::string& text) {
-    int32_t v = 0;
-    auto [p, ec] = std::from_chars(text.data(), text.data() + text.size(), v);
-    if (ec != std::errc() || p != text.data() + text.size() || text.empty())
-        throw UsageError{option + " needs a whole number, not '" + text + "'"};
-    return v;
-}
 
 std::string today() {
     std::time_t now = std::time(nullptr);
@@ -67,90 +63,64 @@ std::string today() {
                               "dd/MM/yyyy");
 }
 
-std::string checkedDate(const std::string& text) {
+std::optional<common::DateTime> readDate(const std::string& text) {
     static const std::regex shape(R"(\d{1,2}/\d{1,2}/\d{4})");
     std::optional<common::DateTime> d;
     if (std::regex_match(text, shape)) d = common::parseDate(text);
-    if (!d || !d->valid()) throw UsageError{"--date needs a date written dd/MM/yyyy, not '" + text + "'"};
-    return common::formatDate(*d, "dd/MM/yyyy");
+    if (!d || !d->valid()) return std::nullopt;
+    return d;
 }
 
-Options parseArguments(int argc, char** argv) {
-    Options o;
-    std::vector<std::string> args(argv + 1, argv + argc);
-    size_t i = 0;
-    if (i < args.size() && (args[i] == "gui" || args[i] == "script" || args[i] == "init")) {
-        o.mode = args[i++];
-        if (o.mode != "gui") {
-            if (i >= args.size() || args[i].rfind("--", 0) == 0) throw UsageError{o.mode + " needs a FILE"};
-            o.file = args[i++];
-        }
-    }
-    auto value = [&](const std::string& option) {
-        if (i >= args.size()) throw UsageError{option + " needs a value"};
-        return args[i++];
-    };
-    while (i < args.size()) {
-        std::string a = args[i++];
-        if (o.mode == "init") {
-            if (a == "--demo")
-                o.demo = true;
-            else
-                throw UsageError{"init takes only --demo, not '" + a + "'"};
-            continue;
-        }
-        if (a == "--db")
-            o.db = value(a);
-        else if (a == "--odbc")
-            o.odbc = value(a);
-        else if (a == "--user")
-            o.user = parseNumber(a, value(a));
-        else if (a == "--company")
-            o.company = parseNumber(a, value(a));
-        else if (a == "--interface")
-            o.interface = parseNumber(a, value(a));
-        else if (a == "--date")
-            o.date = checkedDate(value(a));
-        else if (a == "--title")
-            o.title = value(a);
-        else if (a == "--key")
-            o.key = value(a);
-        else if (a == "--trace-sql")
-            o.traceSql = value(a);
-        else if (a == "--help" || a == "-h")
-            throw UsageError{"help"};
-        else
-            throw UsageError{"unknown option '" + a + "'"};
-    }
-    if (o.db && o.odbc) throw UsageError{"--db and --odbc exclude each other"};
-    if (o.date.empty()) o.date = today();
-    return o;
+// A CLI11 check: "" when the text is a date written dd/MM/yyyy, else why not.
+std::string dateCheck(const std::string& text) {
+    return readDate(text) ? "" : "needs a date written dd/MM/yyyy, not '" + text + "'";
 }
 
-// Opens a file database and makes sure it reads as one.
+// The day the demo data is dated from: --as-of, else PAYACC_DEMO_DATE, else today.
+std::optional<common::DateTime> demoDay(const Options& o) {
+    std::string text = o.demoDay;
+    if (text.empty())
+        if (const char* env = std::getenv("PAYACC_DEMO_DATE"); env && *env) text = env;
+    if (text.empty()) return std::nullopt;
+    auto d = readDate(text);
+    if (!d) throw UsageError{"PAYACC_DEMO_DATE needs a date written dd/MM/yyyy, not '" + text + "'"};
+    return d;
+}
+
+fs::path demoPath() {
+    const char* xdg = std::getenv("XDG_DATA_HOME");
+    const char* home = std::getenv("HOME");
+    if (xdg && *xdg) return fs::path(xdg) / "payacclink" / "demo.db";
+    if (home && *home) return fs::path(home) / ".local" / "share" / "payacclink" / "demo.db";
+    throw UsageError{"no HOME or XDG_DATA_HOME for the demo database; give --db FILE"};
+}
+
+// ------------------------------------------------------------------ opening a connection
+
+// Opens a file database, makes sure it reads as one and brings a database of an older
+// build up to date.
 data::ConnectionPtr openFile(const std::string& path) {
     if (!fs::is_regular_file(path)) throw UsageError{"no database file '" + path + "'"};
+    data::ConnectionPtr c;
     try {
-        auto c = data::sqlite::open(path);
+        c = data::sqlite::open(path);
         c->open("select count(*) from sqlite_master")->close();
-        return c;
     } catch (const std::exception& e) {
         throw UsageError{"cannot open database '" + path + "': " + e.what()};
     }
+    try {
+        data::sqlite::upgrade(*c);
+    } catch (const std::exception& e) {
+        throw UsageError{"database '" + path +
+                         "' was made by an older payacclink and cannot be brought up to date (" + e.what() +
+                         "); make it writable and start again, or make a new one with: payacclink init FILE"};
+    }
+    return c;
 }
 
 // The demo database, made on first use under the user's data folder.
-data::ConnectionPtr openDemo() {
-    const char* xdg = std::getenv("XDG_DATA_HOME");
-    const char* home = std::getenv("HOME");
-    fs::path base;
-    if (xdg && *xdg)
-        base = xdg;
-    else if (home && *home)
-        base = fs::path(home) / ".local" / "share";
-    else
-        throw UsageError{"no HOME or XDG_DATA_HOME for the demo database; give --db FILE"};
-    fs::path path = base / "payacclink" / "demo.db";
+data::ConnectionPtr openDemo(const Options& o) {
+    fs::path path = demoPath();
     if (!fs::exists(path)) {
         // Built under a temporary name and renamed, so a failed build leaves no half database.
         fs::path partial = path;
@@ -162,7 +132,7 @@ data::ConnectionPtr openDemo() {
                 data::sqlite::OpenOptions options;
                 options.create = true;
                 auto c = data::sqlite::open(partial.string(), options);
-                data::sqlite::initialise(*c, true);
+                data::sqlite::initialise(*c, true, demoDay(o));
             }
             fs::rename(partial, path);
         } catch (const std::exception& e) {
@@ -186,16 +156,30 @@ data::ConnectionPtr openConnection(const Options& o) {
         throw UsageError{"this build has no ODBC support"};
 #endif
     }
-    return o.db ? openFile(*o.db) : openDemo();
+    return o.db ? openFile(*o.db) : openDemo(o);
 }
+
+// The session connection, traced to a file with --trace-sql.
+data::ConnectionPtr sessionConnection(const Options& o) {
+    data::ConnectionPtr connection = openConnection(o);
+    if (o.traceSql) {
+        auto trace = std::make_shared<data::TraceConnection>(connection);
+        trace->setFile(*o.traceSql);
+        connection = trace;
+    }
+    return connection;
+}
+
+// ------------------------------------------------------------------ running a mode
 
 int initDatabase(const Options& o) {
     if (fs::exists(o.file)) throw UsageError{"'" + o.file + "' exists already"};
+    const std::optional<common::DateTime> day = o.demo ? demoDay(o) : std::nullopt;
     try {
         data::sqlite::OpenOptions options;
         options.create = true;
         auto c = data::sqlite::open(o.file, options);
-        data::sqlite::initialise(*c, o.demo);
+        data::sqlite::initialise(*c, o.demo, day);
     } catch (const std::exception& e) {
         std::error_code ec;
         fs::remove(o.file, ec);
@@ -209,7 +193,7 @@ void setProperties(entry::qorPayrollAccounts& component, const Options& o, data:
     component.setAdocon(std::move(connection));
     component.strProjectKey = o.key;
     component.MsgboxTitle = o.title;
-    component.ProcessDate = o.date;
+    component.ProcessDate = o.date.empty() ? today() : common::formatDate(*readDate(o.date), "dd/MM/yyyy");
     component.intUserID = o.user;
     component.intCompanyID = o.company;
     component.intInterfaceID = o.interface;
@@ -265,27 +249,129 @@ int runGui(int argc, char** argv, const Options& o, data::ConnectionPtr connecti
 #endif
 }
 
+// ------------------------------------------------------------------ the command line
+
+// The session's options, shared by every mode that shows the component.
+void addSessionOptions(CLI::App& cmd, Options& o) {
+    auto* db = cmd.add_option("--db", o.db, "an embedded database file (default: the demo database)")
+                   ->type_name("FILE");
+    auto* odbc = cmd.add_option("--odbc", o.odbc, "an ODBC connection string instead of --db")
+                     ->type_name("\"CONNECTION STRING\"");
+    db->excludes(odbc);
+    cmd.add_option("--user", o.user, "the user id (default 1)")->type_name("N");
+    cmd.add_option("--company", o.company, "the company id (default 1)")->type_name("N");
+    cmd.add_option("--interface", o.interface, "the interface id (default 60)")->type_name("N");
+    cmd.add_option("--date", o.date, "the process date (default today)")
+        ->type_name("dd/MM/yyyy")
+        ->check(CLI::Validator(dateCheck, "", "date"));
+    cmd.add_option("--title", o.title, "the message boxes' title")->type_name("TEXT");
+    cmd.add_option("--key", o.key, "the project key (default: the component's own)")->type_name("TEXT");
+    cmd.add_option("--trace-sql", o.traceSql, "write every statement and bound value to FILE")
+        ->type_name("FILE");
+}
+
+CLI::App* addGui(CLI::App& app, Options& o) {
+    auto* cmd = app.add_subcommand("gui", "the entry browser in a Qt window (the default mode)");
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
+CLI::App* addScript(CLI::App& app, Options& o) {
+    auto* cmd = app.add_subcommand("script", "run a script headless, transcript on standard output");
+    cmd->add_option("FILE", o.file, "the script (examples: /usr/share/doc/payacclink/examples/)")
+        ->type_name("")
+        ->required();
+    cmd->footer("Exit status: 0 when every expectation held, 1 when one failed, 2 for a bad invocation.");
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
+CLI::App* addInit(CLI::App& app, Options& o) {
+    auto* cmd = app.add_subcommand(
+        "init", "create an embedded database: schema and procedures, demo data with --demo");
+    cmd->add_option("FILE", o.file, "the database to create; it must not exist")->type_name("")->required();
+    auto* demo = cmd->add_flag("--demo", o.demo, "add the demo companies, payroll, payments and entries");
+    cmd->add_option("--as-of", o.demoDay,
+                    "date the demo from this day instead of today (also PAYACC_DEMO_DATE): its payroll "
+                    "and payments fall in that month and the two before")
+        ->type_name("dd/MM/yyyy")
+        ->check(CLI::Validator(dateCheck, "", "date"))
+        ->needs(demo);
+    return cmd;
+}
+
+std::string mainFooter() {
+    std::string log;
+    try {
+        log = data::errorLogPath();
+    } catch (...) {
+    }
+    return "Without a mode the program starts in gui mode; `payacclink MODE --help` shows a mode's options.\n"
+           "\n"
+           "Files:\n"
+           "  demo database   $XDG_DATA_HOME/payacclink/demo.db (default "
+           "~/.local/share/payacclink/demo.db),\n"
+           "                  made on first use when neither --db nor --odbc is given\n"
+           "  error log       QORPayAccLinkingError.log beside the program when its folder is writable,\n"
+           "                  otherwise in $XDG_STATE_HOME/payacclink/ (default "
+           "~/.local/state/payacclink/);\n"
+           "                  here: " +
+           log +
+           "\n"
+           "\n"
+           "Environment:\n"
+           "  PAYACC_PROCEDURE_DIR  a folder of NAME.sql procedures used instead of the built-in ones\n"
+           "  PAYACC_DEMO_DATE      dd/MM/yyyy: the day new demo data is dated from (default today)\n"
+           "  PAYACC_LOG_DIR        the folder of the error log\n";
+}
+
+// CLI11's messages can run over several lines; the host's errors are always one.
+std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (c == '\n') c = ' ';
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    Options o;
+    CLI::App app{"payacclink: links processed payroll and payments to accounting entries", "payacclink"};
+    app.set_version_flag("--version", "payacclink " PAYACC_VERSION);
+    app.footer(mainFooter);
+    app.require_subcommand(0, 1);
+    // Without a mode the session options belong to gui.
+    addSessionOptions(app, o);
+
+    // One row per mode: its subcommand and what it runs. A new mode adds an add* function
+    // above and a row here.
+    struct Mode {
+        CLI::App* command;
+        std::function<int()> run;
+    };
+    const std::vector<Mode> modes = {
+        {addGui(app, o), [&] { return runGui(argc, argv, o, sessionConnection(o)); }},
+        {addScript(app, o),
+         [&] {
+             if (!fs::is_regular_file(o.file)) throw UsageError{"no script file '" + o.file + "'"};
+             return runScript(o, sessionConnection(o));
+         }},
+        {addInit(app, o), [&] { return initDatabase(o); }},
+    };
+
     try {
-        Options o = parseArguments(argc, argv);
-        if (o.mode == "init") return initDatabase(o);
-        if (o.mode == "script" && !fs::is_regular_file(o.file))
-            throw UsageError{"no script file '" + o.file + "'"};
-        data::ConnectionPtr connection = openConnection(o);
-        if (o.traceSql) {
-            auto trace = std::make_shared<data::TraceConnection>(connection);
-            trace->setFile(*o.traceSql);
-            connection = trace;
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& e) {
+            // --help (the chosen mode's help) and --version: printed by CLI11, status 0.
+            if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+            throw UsageError{oneLine(e.what())};
         }
-        if (o.mode == "script") return runScript(o, connection);
-        return runGui(argc, argv, o, connection);
+        for (const Mode& mode : modes)
+            if (mode.command->parsed()) return mode.run();
+        return modes.front().run();
     } catch (const UsageError& e) {
-        if (e.message == "help") {
-            std::cout << kUsage;
-            return 0;
-        }
         std::cerr << "payacclink: " << e.message << "\n";
         return 2;
     } catch (const common::Error& e) {

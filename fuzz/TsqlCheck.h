@@ -125,7 +125,7 @@ private:
     SqlSandbox() {
         template_ = openLimited(templateDb_);
         detail::sqlBudget().unlimited = true;
-        data::sqlite::initialise(*template_, true);
+        data::sqlite::initialise(*template_, true, common::DateTime::ymd(2026, 10, 28));
         reopen();
     }
 

@@ -43,6 +43,11 @@ inline TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ec);
 }
 
+// The day the tests' demo data is made on: its payroll falls on 28 August, September and
+// October 2026, which the tests' expectations are written against.
+inline const common::DateTime kDemoDay = common::DateTime::ymd(2026, 10, 28);
+inline constexpr const char* kDemoDayText = "28/10/2026";
+
 // A database made once per test binary (schema + demo) and copied for each test, so each
 // test starts from the same data quickly.
 inline std::string demoTemplate() {
@@ -53,7 +58,7 @@ inline std::string demoTemplate() {
         data::sqlite::OpenOptions o;
         o.create = true;
         auto c = data::sqlite::open(path, o);
-        data::sqlite::initialise(*c, true);
+        data::sqlite::initialise(*c, true, kDemoDay);
     }
     return path;
 }

@@ -370,7 +370,7 @@ TEST(SqliteSchema, SuiteStatementsRunOnTheProjectSchema) {
     data::sqlite::OpenOptions o;
     o.create = true;
     auto db = data::sqlite::open(tmp.file("demo.db"), o);
-    data::sqlite::initialise(*db, true);
+    data::sqlite::initialise(*db, true, testsupport::kDemoDay);
     data::TableNames n;
     data::AssignTableName(*db, n);
     EXPECT_EQ(n.pDepartment, "pDepartmentMaster");

@@ -1,7 +1,25 @@
 -- Demo data: a trading company of a few hundred employees (company 1) that keeps its books
 -- in dirhams, with a department in Pune paid in rupees and staff paid in dollars, and a
 -- small facilities company (company 2) whose accounting settings are not finished.
--- Payroll was processed on the 28th of August, September and October 2026.
+-- Dates follow the reference day in temp.demo_reference (the day the database is made):
+-- payroll was processed on the 28th of that day's month and of the two months before it,
+-- the current month's run and payments no later than the reference day itself.
+
+-- Months 0, 1 and 2, oldest first; month 2 is the reference day's.
+CREATE TEMP TABLE demo_month AS
+WITH names (n, name) AS (VALUES
+    (1, 'January'), (2, 'February'), (3, 'March'), (4, 'April'), (5, 'May'), (6, 'June'),
+    (7, 'July'), (8, 'August'), (9, 'September'), (10, 'October'), (11, 'November'),
+    (12, 'December')),
+k (m) AS (VALUES (0), (1), (2)),
+f (m, first, day) AS (
+    SELECT k.m, date(r.day, 'start of month', printf('%d months', k.m - 2)), r.day
+    FROM k CROSS JOIN temp.demo_reference r)
+SELECT f.m, f.first, date(f.first, '+1 months', '-1 days') AS last,
+       min(date(f.first, '+27 days'), f.day) AS processed,
+       strftime('%Y%m', f.first) AS tag, strftime('%Y', f.first) AS year,
+       names.name || ' ' || strftime('%Y', f.first) AS title, f.day AS reference
+FROM f JOIN names ON names.n = CAST(strftime('%m', f.first) AS INTEGER);
 
 -- ---------------------------------------------------------------- companies, currencies
 
@@ -154,11 +172,10 @@ INSERT INTO pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ec
 
 -- ---------------------------------------------------------------- processed payroll
 
--- One run per employee and month; run ids 1..., 1001..., 2001... for August, September and
--- October. Amounts are in the employee's currency and net pay is what is left, to the cent.
+-- One run per employee and month; run ids 1..., 1001..., 2001... for months 0, 1 and 2.
+-- Amounts are in the employee's currency and net pay is what is left, to the cent.
 WITH
-months (m, processed, tag) AS (VALUES
-    (0, '2026-08-28', '202608'), (1, '2026-09-28', '202609'), (2, '2026-10-28', '202610')),
+months (m, processed, tag) AS (SELECT m, processed, tag FROM temp.demo_month),
 scale (currency, base, step) AS (VALUES
     (1, 3000.0, 250.0), (2, 1500.0, 100.0), (3, 40000.0, 2500.0)),
 basic AS (
@@ -182,8 +199,9 @@ FROM amounts;
 
 -- ---------------------------------------------------------------- payments
 
--- Company 1: three payments of every kind in each month, one on site, one in Administration
--- (in Pune in September) and one in Export Sales. Reimbursements and other payments have
+-- Company 1: three payments of every kind in each month (on the 11th, 17th and 23rd, or the
+-- reference day if that comes first), one on site, one in Administration (in Pune in month
+-- 1) and one in Export Sales. Reimbursements and other payments have
 -- two lines; the second line of the third other payment is a zero that nothing posts.
 WITH
 kinds (t, code, tag) AS (VALUES
@@ -201,10 +219,12 @@ picks AS (
 INSERT INTO pPaymentHeader
     (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, phEmployeeID, phcurrencyid,
      phType, phPosted)
-SELECT 1, t * 100 + (m - 1) * 3 + k, tag || '/2026/' || printf('%03d', (m - 1) * 3 + k),
-       printf('2026-%02d-%02d', 7 + m, 5 + k * 6), e.eDepartmentID, e.eEmployeeID,
-       e.ecurrencyid, code, 0
+SELECT 1, p.t * 100 + (p.m - 1) * 3 + p.k,
+       p.tag || '/' || mo.year || '/' || printf('%03d', (p.m - 1) * 3 + p.k),
+       min(date(mo.first, printf('+%d days', 4 + p.k * 6)), mo.reference), e.eDepartmentID,
+       e.eEmployeeID, e.ecurrencyid, p.code, 0
 FROM picks p
+JOIN temp.demo_month mo ON mo.m = p.m - 1
 JOIN pemployee e ON e.eCompanyID = 1 AND e.eEmployeeID = p.n;
 
 WITH
@@ -229,10 +249,15 @@ WHERE h.phCompanyID = 1;
 -- Company 2: a few advances and reimbursements.
 INSERT INTO pPaymentHeader
     (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, phEmployeeID, phcurrencyid,
-     phType, phPosted) VALUES
-    (2, 1, 'ADV/2026/001', '2026-08-12', 1, 2, 1, 'A', 0),
-    (2, 2, 'ADV/2026/002', '2026-09-10', 2, 11, 2, 'A', 0),
-    (2, 3, 'RMB/2026/001', '2026-09-17', 2, 12, 1, 'R', 0);
+     phType, phPosted)
+SELECT 2, v.column1, v.column2 || '/' || mo.year || '/' || v.column3,
+       date(mo.first, printf('+%d days', v.column5 - 1)), v.column6, v.column7, v.column8,
+       v.column9, 0
+FROM (VALUES
+    (1, 'ADV', '001', 0, 12, 1, 2, 1, 'A'),
+    (2, 'ADV', '002', 1, 10, 2, 11, 2, 'A'),
+    (3, 'RMB', '001', 1, 17, 2, 12, 1, 'R')) v
+JOIN temp.demo_month mo ON mo.m = v.column4;
 INSERT INTO pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt, pdDescription) VALUES
     (2, 1, 1, 800, 'Salary advance'),
     (2, 2, 1, 300, 'Salary advance'),
@@ -240,27 +265,33 @@ INSERT INTO pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt, p
 
 -- ---------------------------------------------------------------- saved link entries
 
--- Company 1: August payroll of Administration (posted to the ledger), of Finance (cancelled,
--- so its runs are free again), of Pune (open), August salary advances on site and September
--- held salaries on site (both open). Company 2: one posted entry numbered without a prefix,
--- under a TransID that company 1 uses for an open entry.
+-- Company 1: month 0's payroll of Administration (posted to the ledger), of Finance
+-- (cancelled, so its runs are free again), of Pune (open), month 0's salary advances on site
+-- and month 1's held salaries on site (both open). Company 2: one posted entry numbered
+-- without a prefix, under a TransID that company 1 uses for an open entry.
 INSERT INTO paPayAccLinkHeader
     (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled,
-     cancelremarks, Posted) VALUES
-    (1, 1, 1, 'PAL/1', '2026-08-31', 'P', 'August 2026 salaries - Administration', 0, NULL, 1),
-    (1, 2, 2, 'PAL/2', '2026-08-31', 'P', 'August 2026 salaries - Finance', 1,
-        'Entered against the wrong period', 0),
-    (1, 3, 5, 'PAL/3', '2026-09-01', 'P', 'August 2026 salaries - Pune', 0, NULL, 0),
-    (1, 4, 3, 'PAL/4', '2026-08-31', 'A', 'Salary advances August 2026', 0, NULL, 0),
-    (1, 5, 3, 'PAL/5', '2026-09-30', 'H', 'Held salaries released September 2026', 0, NULL, 0),
-    (2, 3, 1, '1', '2026-08-31', 'P', 'August 2026 salaries - Housekeeping', 0, NULL, 1);
+     cancelremarks, Posted)
+SELECT v.column1, v.column2, v.column3, v.column4,
+       CASE v.column5 WHEN 'last' THEN d.last ELSE d.first END, v.column6,
+       replace(v.column7, '{month}', t.title), v.column8, v.column9, v.column10
+-- Columns 11 and 12: the month of the entry's date and the month its remark names.
+FROM (VALUES
+    (1, 1, 1, 'PAL/1', 'last', 'P', '{month} salaries - Administration', 0, NULL, 1, 0, 0),
+    (1, 2, 2, 'PAL/2', 'last', 'P', '{month} salaries - Finance', 1,
+        'Entered against the wrong period', 0, 0, 0),
+    (1, 3, 5, 'PAL/3', 'first', 'P', '{month} salaries - Pune', 0, NULL, 0, 1, 0),
+    (1, 4, 3, 'PAL/4', 'last', 'A', 'Salary advances {month}', 0, NULL, 0, 0, 0),
+    (1, 5, 3, 'PAL/5', 'last', 'H', 'Held salaries released {month}', 0, NULL, 0, 1, 1),
+    (2, 3, 1, '1', 'last', 'P', '{month} salaries - Housekeeping', 0, NULL, 1, 0, 0)) v
+JOIN temp.demo_month d ON d.m = v.column11
+JOIN temp.demo_month t ON t.m = v.column12;
 
 -- The details are the lines that gathering showed for the runs and payments of each entry.
-WITH picked (CompanyID, TransID, DepartmentID, FromDate, ToDate) AS (VALUES
-    (1, 1, 1, '2026-08-01', '2026-08-31'),
-    (1, 2, 2, '2026-08-01', '2026-08-31'),
-    (1, 3, 5, '2026-08-01', '2026-08-31'),
-    (2, 3, 1, '2026-08-01', '2026-08-31'))
+WITH picked (CompanyID, TransID, DepartmentID, FromDate, ToDate) AS (
+    SELECT v.column1, v.column2, v.column3, mo.first, mo.last
+    FROM (VALUES (1, 1, 1), (1, 2, 2), (1, 3, 5), (2, 3, 1)) v
+    JOIN temp.demo_month mo ON mo.m = 0)
 INSERT INTO paPayAccLinkDetails
     (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType,
      RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol,
@@ -280,9 +311,10 @@ JOIN vwPayrollAccountLines v
     ON v.mppCompanyID = p.CompanyID AND v.mppDepartmentID = p.DepartmentID
    AND v.mppProcessedDate BETWEEN p.FromDate AND p.ToDate;
 
-WITH picked (CompanyID, TransID, DepartmentID, Kind, Label, FromDate, ToDate) AS (VALUES
-    (1, 4, 3, 'A', 'Salary Advance', '2026-08-01', '2026-08-31'),
-    (1, 5, 3, 'H', 'Holded Salary', '2026-09-01', '2026-09-30'))
+WITH picked (CompanyID, TransID, DepartmentID, Kind, Label, FromDate, ToDate) AS (
+    SELECT v.column1, v.column2, v.column3, v.column4, v.column5, mo.first, mo.last
+    FROM (VALUES (1, 4, 3, 'A', 'Salary Advance', 0), (1, 5, 3, 'H', 'Holded Salary', 1)) v
+    JOIN temp.demo_month mo ON mo.m = v.column6)
 INSERT INTO paPayAccLinkDetails
     (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType,
      RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol,
@@ -354,40 +386,4 @@ INSERT INTO pprefix (companyid, InterfaceID, Prefix) VALUES (1, 60, 'PAL/');
 
 INSERT INTO psettings (companyid, noofpreviousdays) VALUES (1, 90), (2, 30);
 
--- Captions of the entry browser's grid, in grid column order. The grid shows exactly these
--- seven columns; the employee number caption belongs to the details layout (table 61), which
--- the browser must not pick up.
-INSERT INTO ptables (tableid, tablename) VALUES
-    (60, 'paPayAccLinkHeader'),
-    (61, 'paPayAccLinkDetails');
-INSERT INTO ptablecolumns (tableid, columnid, columnheader, columnname) VALUES
-    (60, 1, 'Trans ID', 'TransID'),
-    (60, 2, 'Trans No', 'TransNo'),
-    (60, 3, 'Trans Date', 'TransDate'),
-    (60, 4, 'Type', 'TransType'),
-    (60, 5, 'Department', 'DepartmentName'),
-    (60, 6, 'Cancelled', 'cancel'),
-    (60, 7, 'Posted', 'Posted'),
-    (61, 1, 'Trans No', 'RefTransNo'),
-    (61, 2, 'Emp No', 'eEmpNo'),
-    (61, 3, 'Employee', 'EmpName'),
-    (61, 4, 'Account', 'AccountDesc');
-
--- Physical names of the suite's logical tables. Departments live in pDepartmentMaster.
--- pLoans is listed as the suite lists it, though this component never asks for it.
-INSERT INTO linktable (tablename, linktablename) VALUES
-    ('pusers', 'pusers'),
-    ('ptables', 'ptables'),
-    ('ptablecolumns', 'ptablecolumns'),
-    ('puserrights', 'puserrights'),
-    ('pEmployee', 'pemployee'),
-    ('pLoans', 'pLoansIssue'),
-    ('pprefix', 'pprefix'),
-    ('pCurrencyMaster', 'pCurrencyMaster'),
-    ('pSettings', 'psettings'),
-    ('aAccountMaster', 'aAccountMaster'),
-    ('paPayAccLinkPostingDetails', 'paPayAccLinkPostingDetails'),
-    ('paPayAccLinkDetails', 'paPayAccLinkDetails'),
-    ('paPayAccLinkHeader', 'paPayAccLinkHeader'),
-    ('pDepartment', 'pDepartmentMaster'),
-    ('pCompanyMaster', 'pCompanyMaster');
+DROP TABLE temp.demo_month;

@@ -363,42 +363,4 @@ INSERT INTO puserrights (companyid, userid, interfaceid, FunctionRights) VALUES
 INSERT INTO pprefix (companyid, InterfaceID, Prefix) VALUES (1, 60, 'PAL/');
 
 INSERT INTO psettings (companyid, noofpreviousdays) VALUES (1, 90), (2, 30);
-
--- Captions of the entry browser's grid, in grid column order. The grid shows exactly these
--- seven columns; the employee number caption belongs to the details layout (table 61), which
--- the browser must not pick up.
-INSERT INTO ptables (tableid, tablename) VALUES
-    (60, 'paPayAccLinkHeader'),
-    (61, 'paPayAccLinkDetails');
-INSERT INTO ptablecolumns (tableid, columnid, columnheader, columnname) VALUES
-    (60, 1, 'Trans ID', 'TransID'),
-    (60, 2, 'Trans No', 'TransNo'),
-    (60, 3, 'Trans Date', 'TransDate'),
-    (60, 4, 'Type', 'TransType'),
-    (60, 5, 'Department', 'DepartmentName'),
-    (60, 6, 'Cancelled', 'cancel'),
-    (60, 7, 'Posted', 'Posted'),
-    (61, 1, 'Trans No', 'RefTransNo'),
-    (61, 2, 'Emp No', 'eEmpNo'),
-    (61, 3, 'Employee', 'EmpName'),
-    (61, 4, 'Account', 'AccountDesc');
-
--- Physical names of the suite's logical tables. Departments live in pDepartmentMaster.
--- pLoans is listed as the suite lists it, though this component never asks for it.
-INSERT INTO linktable (tablename, linktablename) VALUES
-    ('pusers', 'pusers'),
-    ('ptables', 'ptables'),
-    ('ptablecolumns', 'ptablecolumns'),
-    ('puserrights', 'puserrights'),
-    ('pEmployee', 'pemployee'),
-    ('pLoans', 'pLoansIssue'),
-    ('pprefix', 'pprefix'),
-    ('pCurrencyMaster', 'pCurrencyMaster'),
-    ('pSettings', 'psettings'),
-    ('aAccountMaster', 'aAccountMaster'),
-    ('paPayAccLinkPostingDetails', 'paPayAccLinkPostingDetails'),
-    ('paPayAccLinkDetails', 'paPayAccLinkDetails'),
-    ('paPayAccLinkHeader', 'paPayAccLinkHeader'),
-    ('pDepartment', 'pDepartmentMaster'),
-    ('pCompanyMaster', 'pCompanyMaster');
 GO

@@ -61,7 +61,22 @@ common::DateTime now() {
 std::string componentFolder() {
     if (!folderOverride().empty()) return folderOverride();
     if (const char* env = std::getenv("PAYACC_LOG_DIR"); env && *env) return env;
-    return loadedObjectFolder();
+    // Installed under /usr the component's folder is not the user's to write in.
+    std::string folder = loadedObjectFolder();
+    if (::access(folder.c_str(), W_OK) == 0) return folder;
+    return stateFolder();
+}
+
+std::string stateFolder() {
+    namespace fs = std::filesystem;
+    fs::path base;
+    if (const char* xdg = std::getenv("XDG_STATE_HOME"); xdg && *xdg && fs::path(xdg).is_absolute())
+        base = xdg;
+    else if (const char* home = std::getenv("HOME"); home && *home)
+        base = fs::path(home) / ".local" / "state";
+    else
+        base = fs::temp_directory_path();
+    return (base / "payacclink").string();
 }
 
 void setComponentFolder(const std::string& folder) { folderOverride() = folder; }
@@ -91,6 +106,10 @@ bool writeErrorLog(Connection& c, const TableNames& names, const LogEntry& e) {
     line += e.entryMode + "\r\n";
 
     const std::string path = errorLogPath();
+    if (std::string folder = componentFolder(); folder == stateFolder()) {
+        std::error_code ec;
+        std::filesystem::create_directories(folder, ec);  // a failure shows when the file opens
+    }
     struct stat st {};
     if (::stat(path.c_str(), &st) == 0) {
         // A log left read-only (or hidden) is made writable again before appending.

@@ -10,8 +10,12 @@ namespace data {
 inline constexpr const char* kComponentName = "QORPayAccLinking";
 
 // Folder the log lives in: the folder of the loaded component (the shared library or the
-// program), unless a host or test set another.
+// program) while it is writable, else stateFolder(); a host or test may set another, and
+// PAYACC_LOG_DIR names one for the whole process.
 std::string componentFolder();
+// The user's state folder for the component: $XDG_STATE_HOME/payacclink, by default
+// ~/.local/state/payacclink.
+std::string stateFolder();
 void setComponentFolder(const std::string& folder);
 std::string errorLogPath();
 

@@ -34,7 +34,9 @@ void QORPayAccLinking_SetConnection(QORPayAccLinkingHandle* handle, const data::
 int32_t QORPayAccLinking_OpenDatabase(QORPayAccLinkingHandle* handle, const char* path) {
     if (!handle || !path) return -1;
     try {
-        handle->component.setAdocon(data::sqlite::open(path));
+        data::ConnectionPtr c = data::sqlite::open(path);
+        data::sqlite::upgrade(*c);  // a database of an older build gets what it lacks
+        handle->component.setAdocon(std::move(c));
         handle->lastError.clear();
         return 0;
     } catch (const std::exception& e) {

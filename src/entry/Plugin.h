@@ -34,4 +34,8 @@ int32_t QORPayAccLinking_Show(QORPayAccLinkingHandle* handle);
 // The description of the last failure of this handle ("" when none).
 const char* QORPayAccLinking_LastError(QORPayAccLinkingHandle* handle);
 
+// For hosts without a toolkit of their own: the library's Qt one, on the host's QApplication
+// or one made for it; null without a display. The host deletes it after the handle.
+ui::Toolkit* QORPayAccLinking_CreateQtToolkit();
+
 }  // extern "C"

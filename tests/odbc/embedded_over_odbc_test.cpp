@@ -114,7 +114,7 @@ class AdaptedOdbc : public data::Connection, public std::enable_shared_from_this
 public:
     explicit AdaptedOdbc(ConnectionPtr odbc)
         : odbc_(std::move(odbc)),
-          catalog_(data::sqlite::defaultDbDir() + "/sqlite/procedures"),
+          catalog_(data::sqlite::procedureFolder()),
           adapter_([this](const std::string& column) { return dateColumns_.count(column) > 0; }) {
         loadDateColumns();
     }

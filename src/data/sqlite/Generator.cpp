@@ -79,8 +79,9 @@ struct Tables {
     std::string department, header, details, posting;
 };
 
-// Where linktable is empty the database was made without demo data; the screens need the
-// mapping, so it gets the one the schema was made for.
+// Where linktable is empty (an installation's own schema, or one of the first builds made
+// without demo data) the screens would find no tables, so it gets the one the schema was
+// made for.
 void ensureLinkTable(Connection& c) {
     if (scalarInt(c, "select count(*) from linktable") > 0) return;
     static const std::array<std::array<const char*, 2>, 15> rows{{

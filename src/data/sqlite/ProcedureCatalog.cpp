@@ -8,6 +8,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "data/sqlite/Resources.h"
 #include "data/sqlite/TsqlAdapter.h"
 
 namespace data::sqlite {
@@ -119,6 +120,16 @@ const Procedure& ProcedureCatalog::find(const std::string& name) {
     namespace fs = std::filesystem;
     const std::string key = common::LCase(name);
     if (auto it = loaded_.find(key); it != loaded_.end()) return it->second;
+    if (folder_.empty()) {
+        constexpr std::string_view prefix = "procedures/", suffix = ".sql";
+        for (const EmbeddedFile& f : embeddedFiles()) {
+            if (!f.path.starts_with(prefix) || !f.path.ends_with(suffix)) continue;
+            std::string stem(f.path.substr(prefix.size(), f.path.size() - prefix.size() - suffix.size()));
+            if (common::LCase(stem) != key) continue;
+            return loaded_.emplace(key, parseProcedure(stem, std::string(f.text))).first->second;
+        }
+        fail("Could not find stored procedure '" + name + "'.");
+    }
     std::error_code ec;
     for (const auto& entry : fs::directory_iterator(folder_, ec)) {
         const fs::path& path = entry.path();

@@ -1,5 +1,6 @@
 #pragma once
-// The embedded database's stored procedures: one file NAME.sql per procedure in a folder.
+// The embedded database's stored procedures: one file NAME.sql per procedure, built into the
+// program (db/sqlite/procedures) or, for an integrator's own, read from a folder.
 // Each file declares its parameters on "-- param @Name type [output]" lines (types int,
 // smallint, double, text, date) and holds one SQLite statement that names them as @Name.
 // Output parameters take the same-named column of the statement's first row.
@@ -34,6 +35,7 @@ common::Value convertArgument(const ProcedureParameter& p, const common::Value& 
 
 class ProcedureCatalog {
 public:
+    // An empty folder means the procedures built into the program.
     explicit ProcedureCatalog(std::string folder) : folder_(std::move(folder)) {}
     // Looks the name up without regard to case, as the server does; an unknown name raises
     // "Could not find stored procedure 'NAME'.".

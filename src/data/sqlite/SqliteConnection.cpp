@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -14,6 +15,7 @@
 #include "common/Error.h"
 #include "data/Trace.h"
 #include "data/sqlite/ProcedureCatalog.h"
+#include "data/sqlite/Resources.h"
 #include "data/sqlite/TsqlAdapter.h"
 
 namespace data::sqlite {
@@ -39,14 +41,6 @@ bool looksIso(std::string_view s) {
         !(s[10] == ' ' && d(11) && d(12) && s[13] == ':' && d(14) && d(15) && s[16] == ':' && d(17) && d(18)))
         return false;
     return true;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) fail("Cannot read " + path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 class SqliteConnection;
@@ -549,13 +543,9 @@ SqliteConnection* findSqlite(Connection& c) {
 
 }  // namespace
 
-std::string defaultDbDir() {
-    if (const char* env = std::getenv("PAYACC_DB_DIR"); env && *env) return env;
-#ifdef PAYACC_DB_DIR
-    return PAYACC_DB_DIR;
-#else
-    return "db";
-#endif
+std::string procedureFolder() {
+    if (const char* env = std::getenv("PAYACC_PROCEDURE_DIR"); env && *env) return env;
+    return {};
 }
 
 ConnectionPtr open(const std::string& path, const OpenOptions& options) {
@@ -583,20 +573,78 @@ ConnectionPtr open(const std::string& path, const OpenOptions& options) {
     } catch (const common::Error& e) {
         closeOnError(e.description());
     }
-    std::string procedures =
-        options.procedureDir.empty() ? defaultDbDir() + "/sqlite/procedures" : options.procedureDir;
+    std::string procedures = options.procedureDir.empty() ? procedureFolder() : options.procedureDir;
     // From here the connection object owns the handle and closes it, also on failure.
     auto c = std::make_shared<SqliteConnection>(db, procedures);
     c->schemaChanged();
     return c;
 }
 
-void initialise(Connection& c, bool demo) {
+namespace {
+
+std::string embedded(std::string_view path) {
+    const EmbeddedFile* f = findEmbedded(path);
+    if (!f) fail("The program was built without db/sqlite/" + std::string(path) + ".");
+    return std::string(f->text);
+}
+
+SqliteConnection& embeddedOnly(Connection& c) {
     SqliteConnection* s = findSqlite(c);
     if (!s) fail("The schema scripts can only be run on the embedded database.");
-    const std::string dir = defaultDbDir() + "/sqlite/";
-    s->runScript(readFile(dir + "schema.sql"), dir + "schema.sql");
-    if (demo) s->runScript(readFile(dir + "demo.sql"), dir + "demo.sql");
+    return *s;
+}
+
+common::DateTime today() {
+    std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return common::DateTime::ymd(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+}
+
+int64_t userVersion(Connection& c) {
+    RecordsetPtr rs = c.open("PRAGMA user_version", CursorType::ForwardOnly, LockType::ReadOnly);
+    int64_t v = rs->eof() ? 0 : rs->field(0).toInt64();
+    rs->close();
+    return v;
+}
+
+}  // namespace
+
+void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDay) {
+    SqliteConnection& s = embeddedOnly(c);
+    s.runScript(embedded("schema.sql"), "schema.sql");
+    s.runScript(embedded("mapping.sql"), "mapping.sql");
+    s.runScript("PRAGMA user_version = " + std::to_string(kSchemaVersion), "schema version");
+    if (!demo) return;
+    // The demo's dates follow from one reference day, kept in a temporary table for the
+    // script's length: its payroll, payments and entries fall in that day's month and the
+    // two before, so a demo made today has work to post today.
+    common::DateTime day = demoDay ? demoDay->dateOnly() : today();
+    s.runScript("CREATE TEMP TABLE demo_reference AS SELECT '" + common::isoDate(day) + "' AS day",
+                "demo reference day");
+    try {
+        s.runScript(embedded("demo.sql"), "demo.sql");
+    } catch (...) {
+        s.runScript("DROP TABLE IF EXISTS temp.demo_reference", "demo reference day");
+        throw;
+    }
+    s.runScript("DROP TABLE temp.demo_reference", "demo reference day");
+}
+
+bool upgrade(Connection& c) {
+    SqliteConnection& s = embeddedOnly(c);
+    if (userVersion(c) >= kSchemaVersion) return false;
+    // Only our own schema is brought up to date; anything else is left as it is.
+    RecordsetPtr rs = c.open("select count(*) from sqlite_master where type='table' and name='linktable'",
+                             CursorType::ForwardOnly, LockType::ReadOnly);
+    const bool ours = rs->field(0).toInt64() > 0;
+    rs->close();
+    if (!ours) return false;
+    // Databases of the first builds got the table mapping only with the demo data.
+    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") +
+                    "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
+                "schema upgrade");
+    return true;
 }
 
 }  // namespace data::sqlite

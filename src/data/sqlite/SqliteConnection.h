@@ -1,23 +1,36 @@
 #pragma once
 // The embedded database: SQLite with a T-SQL adapter and a procedure catalog, so the
 // suite's statements run on it unchanged.
+#include <optional>
 #include <string>
 
+#include "common/DateTime.h"
 #include "data/Connection.h"
 
 namespace data::sqlite {
 
 struct OpenOptions {
-    std::string procedureDir;  // db/sqlite/procedures by default
+    std::string procedureDir;  // empty: procedureFolder()
     int busyTimeoutMs = 10000; // wait for another program's write rather than fail at once
     bool create = false;       // create the file when missing
 };
 
 // Opens (or with create, creates) a database file. Errors carry SQLite's own message.
 ConnectionPtr open(const std::string& path, const OpenOptions& options = {});
-// Creates the schema and procedures (db/sqlite/schema.sql) and, with demo, the demo data.
-void initialise(Connection& c, bool demo);
-// The db folder of the source tree (schema, procedures, demo data).
-std::string defaultDbDir();
+// The schema version that initialise writes and upgrade brings older databases to
+// (PRAGMA user_version; the first builds left it 0).
+inline constexpr int kSchemaVersion = 1;
+
+// Creates the schema with its table mapping and, with demo, the demo data. The demo's
+// payroll, payments and saved entries fall in the month of demoDay (default: today) and
+// the two months before it.
+void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDay = std::nullopt);
+// Brings a database made by an older build up to kSchemaVersion; says whether it did.
+// A database that is not ours, or already current, is left alone.
+bool upgrade(Connection& c);
+// Where procedures come from when OpenOptions names no folder: the folder in
+// PAYACC_PROCEDURE_DIR (an integrator's own NAME.sql files, used instead of the built-in
+// ones), else empty, the procedures built into the program.
+std::string procedureFolder();
 
 }  // namespace data::sqlite

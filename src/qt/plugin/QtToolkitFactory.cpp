@@ -2,6 +2,7 @@
 // host) asks the library for its Qt one and passes it to QORPayAccLinking_Create.
 #include <QApplication>
 
+#include "entry/Plugin.h"
 #include "qt/QtFrontEnd.h"
 #include "qt/QtToolkit.h"
 #include "ui/Toolkit.h"
