@@ -23,6 +23,7 @@
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
+#include "PostCommand.h"
 #include "script/ScriptRunner.h"
 #include "ui/Headless.h"
 
@@ -300,6 +301,26 @@ CLI::App* addInit(CLI::App& app, Options& o) {
     return cmd;
 }
 
+CLI::App* addPost(CLI::App& app, Options& o, post::PostOptions& p) {
+    auto* cmd = app.add_subcommand(
+        "post", "post every department's entry of a type and date range, headless, as a user would");
+    post::addPostOptions(*cmd, p);
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
+int runPost(const Options& o, const post::PostOptions& p) {
+    browser::PostSession s;
+    s.connection = sessionConnection(o);
+    s.userId = o.user;
+    s.companyId = o.company;
+    s.interfaceId = o.interface;
+    s.msgTitle = o.title;
+    s.projectKey = o.key;
+    s.processDate = o.date.empty() ? today() : common::formatDate(*readDate(o.date), "dd/MM/yyyy");
+    return post::runPost(p, std::move(s));
+}
+
 std::string mainFooter() {
     std::string log;
     try {
@@ -337,6 +358,7 @@ std::string oneLine(std::string text) {
 
 int main(int argc, char** argv) {
     Options o;
+    post::PostOptions postOptions;
     CLI::App app{"payacclink: links processed payroll and payments to accounting entries", "payacclink"};
     app.set_version_flag("--version", "payacclink " PAYACC_VERSION);
     app.footer(mainFooter);
@@ -358,6 +380,7 @@ int main(int argc, char** argv) {
              return runScript(o, sessionConnection(o));
          }},
         {addInit(app, o), [&] { return initDatabase(o); }},
+        {addPost(app, o, postOptions), [&] { return runPost(o, postOptions); }},
     };
 
     try {

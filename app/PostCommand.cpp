@@ -1,0 +1,182 @@
+#include "PostCommand.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <stdexcept>
+#include <thread>
+
+#include "common/DateTime.h"
+#include "entry/Session.h"
+
+namespace post {
+
+namespace {
+
+using Status = browser::DepartmentOutcome::Status;
+
+common::DateTime dateOf(const std::string& text) {
+    auto d = common::parseDate(text);
+    if (!d || !d->valid()) throw std::invalid_argument("needs a date written dd/MM/yyyy, not '" + text + "'");
+    return *d;
+}
+
+std::string amount(double v) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.2f", v);
+    return buf;
+}
+
+std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
+
+void row(const std::string& dept, const std::string& entry, const std::string& sources, const std::string& lines,
+         const std::string& debit, const std::string& credit, const std::string& currency) {
+    std::printf("%-28s %-12s %7s %6s %15s %15s  %s\n", cut(dept, 28).c_str(), entry.c_str(), sources.c_str(),
+                lines.c_str(), debit.c_str(), credit.c_str(), currency.c_str());
+}
+
+// One line per department; a department with lines in more than one currency continues on
+// lines of its own, one per further currency.
+void printOutcome(const browser::DepartmentOutcome& d, bool dryRun) {
+    if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
+        std::printf("%-28s %s\n", cut(d.name, 28).c_str(),
+                    (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
+        return;
+    }
+    bool first = true;
+    for (const auto& [currency, total] : d.totals) {
+        row(first ? d.name : "", first ? d.entryNo : "", first ? std::to_string(d.sources) : "",
+            first ? std::to_string(d.lines) : "", amount(total.first), amount(total.second), currency);
+        first = false;
+    }
+    if (d.status == Status::NotPosted) std::printf("    not posted: %s\n", d.reason.c_str());
+    if (dryRun)
+        for (const auto& l : d.postingLines)
+            std::printf("    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(), cut(l.description, 20).c_str(),
+                        l.currency.c_str(), l.debit.c_str(), l.credit.c_str());
+}
+
+// A test hook: PAYACC_TEST_PAUSE_BEFORE_COMMIT=K stops the K-th save just before its commit,
+// with everything of that department written but not committed, so that a test can kill the
+// process there.
+class PauseBeforeCommit : public data::Connection {
+public:
+    PauseBeforeCommit(data::ConnectionPtr inner, int at) : inner_(std::move(inner)), at_(at) {}
+    bool isOpen() const override { return inner_->isOpen(); }
+    long execute(const std::string& sql) override { return inner_->execute(sql); }
+    data::RecordsetPtr open(const std::string& sql, data::CursorType c, data::LockType l) override {
+        return inner_->open(sql, c, l);
+    }
+    data::CommandPtr command(const std::string& text, data::CommandType type) override {
+        return inner_->command(text, type);
+    }
+    void beginTrans() override { inner_->beginTrans(); }
+    void commitTrans() override {
+        if (++commits_ == at_) {
+            std::fprintf(stderr, "paused before commit %d\n", at_);
+            std::fflush(stderr);
+            for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
+        }
+        inner_->commitTrans();
+    }
+    void rollbackTrans() override { inner_->rollbackTrans(); }
+    bool inTransaction() const override { return inner_->inTransaction(); }
+
+private:
+    data::ConnectionPtr inner_;
+    int at_, commits_ = 0;
+};
+
+}  // namespace
+
+void addPostOptions(CLI::App& cmd, PostOptions& p) {
+    std::vector<std::string> types;
+    for (const auto& t : entry::kTransactionTypes) types.emplace_back(t.name);
+    cmd.add_option("--type", p.type, "the transaction type, as the screen lists it")
+        ->type_name("NAME")
+        ->required()
+        ->check(CLI::IsMember(types));
+    auto date = CLI::Validator(
+        [](std::string& text) {
+            auto d = common::parseDate(text);
+            return d && d->valid() ? std::string() : "needs a date written dd/MM/yyyy, not '" + text + "'";
+        },
+        "", "date");
+    cmd.add_option("--from", p.from, "first day of the date range")->type_name("dd/MM/yyyy")->required()->check(date);
+    cmd.add_option("--to", p.to, "last day of the date range")->type_name("dd/MM/yyyy")->required()->check(date);
+    cmd.add_option("--department", p.department, "one department's id, or all (the default)")
+        ->type_name("ID|all")
+        ->check([](const std::string& text) {
+            if (text == "all") return std::string();
+            char* end = nullptr;
+            long v = std::strtol(text.c_str(), &end, 10);
+            return !text.empty() && *end == '\0' && v > 0 && v <= INT32_MAX
+                       ? std::string()
+                       : "needs a department id or all, not '" + text + "'";
+        });
+    cmd.add_option("--remarks", p.remarks, "the entries' remarks")->type_name("TEXT");
+    cmd.add_flag("--dry-run", p.dryRun, "show the posting lines each entry would have and write nothing");
+    cmd.footer(
+        "The entries are dated on --date (default today). Exit status: 0 when every department with "
+        "something to post was posted, 1 when some were not, 2 for a bad invocation or database.");
+}
+
+int runPost(const PostOptions& p, browser::PostSession session) {
+    browser::PostRequest request;
+    request.type = p.type;
+    request.from = dateOf(p.from);
+    request.to = dateOf(p.to);
+    if (request.to < request.from) throw std::invalid_argument("--to comes before --from");
+    if (p.department != "all") request.department = static_cast<int32_t>(std::strtol(p.department.c_str(), nullptr, 10));
+    request.remarks = p.remarks;
+    request.dryRun = p.dryRun;
+    if (const char* k = std::getenv("PAYACC_TEST_PAUSE_BEFORE_COMMIT"); k && std::atoi(k) > 0)
+        session.connection = std::make_shared<PauseBeforeCommit>(session.connection, std::atoi(k));
+
+    const auto start = std::chrono::steady_clock::now();
+    browser::PostAllDepartments run(session);
+    auto outcomes = run.run(request, [&](int i, int n, const std::string& name) {
+        if (std::chrono::steady_clock::now() - start > std::chrono::seconds(1))
+            std::fprintf(stderr, "department %d of %d: %s\n", i, n, name.c_str());
+        return true;
+    });
+    if (!run.refused().empty()) {
+        std::fprintf(stderr, "payacclink: %s\n", run.refused().c_str());
+        return 1;
+    }
+
+    if (p.dryRun) std::printf("Dry run: nothing is written; entry numbers are those the entries would get.\n");
+    row("Department", "Entry", "Sources", "Lines", "Debit", "Credit", "Currency");
+    int posted = 0, nothing = 0, failed = 0, sources = 0, lines = 0;
+    std::map<std::string, std::pair<double, double>> totals;
+    for (const auto& d : outcomes) {
+        printOutcome(d, p.dryRun);
+        if (d.status == Status::NothingToPost) ++nothing;
+        if (d.status == Status::NotPosted) ++failed;
+        if (d.status != Status::Posted) continue;
+        ++posted;
+        sources += d.sources;
+        lines += d.lines;
+        for (const auto& [currency, t] : d.totals) {
+            totals[currency].first += t.first;
+            totals[currency].second += t.second;
+        }
+    }
+    const std::string summary = std::to_string(posted) + (p.dryRun ? " would post" : " posted");
+    if (totals.empty()) row("Total", summary, std::to_string(sources), std::to_string(lines), "", "", "");
+    bool first = true;
+    for (const auto& [currency, t] : totals) {
+        row(first ? "Total" : "", first ? summary : "", first ? std::to_string(sources) : "",
+            first ? std::to_string(lines) : "", amount(t.first), amount(t.second), currency);
+        first = false;
+    }
+    std::printf("%d department(s): %d %s, %d with nothing to post, %d not posted%s\n",
+                static_cast<int>(outcomes.size()), posted, p.dryRun ? "would be posted" : "posted", nothing, failed,
+                run.cancelled() ? " (stopped)" : "");
+    std::fflush(stdout);
+    return failed > 0 || run.cancelled() ? 1 : 0;
+}
+
+}  // namespace post
