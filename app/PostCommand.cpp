@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <optional>
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
@@ -17,8 +19,16 @@ namespace {
 
 using Status = browser::DepartmentOutcome::Status;
 
+std::optional<common::DateTime> readDate(const std::string& text) {
+    static const std::regex shape(R"(\d{1,2}/\d{1,2}/\d{4})");
+    std::optional<common::DateTime> d;
+    if (std::regex_match(text, shape)) d = common::parseDate(text);
+    if (d && !d->valid()) d.reset();
+    return d;
+}
+
 common::DateTime dateOf(const std::string& text) {
-    auto d = common::parseDate(text);
+    auto d = readDate(text);
     if (!d || !d->valid()) throw std::invalid_argument("needs a date written dd/MM/yyyy, not '" + text + "'");
     return *d;
 }
@@ -100,8 +110,7 @@ void addPostOptions(CLI::App& cmd, PostOptions& p) {
         ->check(CLI::IsMember(types));
     auto date = CLI::Validator(
         [](std::string& text) {
-            auto d = common::parseDate(text);
-            return d && d->valid() ? std::string() : "needs a date written dd/MM/yyyy, not '" + text + "'";
+            return readDate(text) ? std::string() : "needs a date written dd/MM/yyyy, not '" + text + "'";
         },
         "", "date");
     cmd.add_option("--from", p.from, "first day of the date range")->type_name("dd/MM/yyyy")->required()->check(date);
