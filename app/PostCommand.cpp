@@ -41,8 +41,9 @@ std::string amount(double v) {
 
 std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
 
-void row(const std::string& dept, const std::string& entry, const std::string& sources, const std::string& lines,
-         const std::string& debit, const std::string& credit, const std::string& currency) {
+void row(const std::string& dept, const std::string& entry, const std::string& sources,
+         const std::string& lines, const std::string& debit, const std::string& credit,
+         const std::string& currency) {
     std::printf("%-28s %-12s %7s %6s %15s %15s  %s\n", cut(dept, 28).c_str(), entry.c_str(), sources.c_str(),
                 lines.c_str(), debit.c_str(), credit.c_str(), currency.c_str());
 }
@@ -51,8 +52,9 @@ void row(const std::string& dept, const std::string& entry, const std::string& s
 // lines of its own, one per further currency.
 void printOutcome(const browser::DepartmentOutcome& d, bool dryRun) {
     if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
-        std::printf("%-28s %s\n", cut(d.name, 28).c_str(),
-                    (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
+        std::printf(
+            "%-28s %s\n", cut(d.name, 28).c_str(),
+            (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
         return;
     }
     bool first = true;
@@ -64,8 +66,9 @@ void printOutcome(const browser::DepartmentOutcome& d, bool dryRun) {
     if (d.status == Status::NotPosted) std::printf("    not posted: %s\n", d.reason.c_str());
     if (dryRun)
         for (const auto& l : d.postingLines)
-            std::printf("    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(), cut(l.description, 20).c_str(),
-                        l.currency.c_str(), l.debit.c_str(), l.credit.c_str());
+            std::printf("    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(),
+                        cut(l.description, 20).c_str(), l.currency.c_str(), l.debit.c_str(),
+                        l.credit.c_str());
 }
 
 // A test hook: PAYACC_TEST_PAUSE_BEFORE_COMMIT=K stops the K-th save just before its commit,
@@ -113,8 +116,14 @@ void addPostOptions(CLI::App& cmd, PostOptions& p) {
             return readDate(text) ? std::string() : "needs a date written dd/MM/yyyy, not '" + text + "'";
         },
         "", "date");
-    cmd.add_option("--from", p.from, "first day of the date range")->type_name("dd/MM/yyyy")->required()->check(date);
-    cmd.add_option("--to", p.to, "last day of the date range")->type_name("dd/MM/yyyy")->required()->check(date);
+    cmd.add_option("--from", p.from, "first day of the date range")
+        ->type_name("dd/MM/yyyy")
+        ->required()
+        ->check(date);
+    cmd.add_option("--to", p.to, "last day of the date range")
+        ->type_name("dd/MM/yyyy")
+        ->required()
+        ->check(date);
     cmd.add_option("--department", p.department, "one department's id, or all (the default)")
         ->type_name("ID|all")
         ->check([](const std::string& text) {
@@ -138,7 +147,8 @@ int runPost(const PostOptions& p, browser::PostSession session) {
     request.from = dateOf(p.from);
     request.to = dateOf(p.to);
     if (request.to < request.from) throw std::invalid_argument("--to comes before --from");
-    if (p.department != "all") request.department = static_cast<int32_t>(std::strtol(p.department.c_str(), nullptr, 10));
+    if (p.department != "all")
+        request.department = static_cast<int32_t>(std::strtol(p.department.c_str(), nullptr, 10));
     request.remarks = p.remarks;
     request.dryRun = p.dryRun;
     if (const char* k = std::getenv("PAYACC_TEST_PAUSE_BEFORE_COMMIT"); k && std::atoi(k) > 0)
@@ -156,7 +166,8 @@ int runPost(const PostOptions& p, browser::PostSession session) {
         return 1;
     }
 
-    if (p.dryRun) std::printf("Dry run: nothing is written; entry numbers are those the entries would get.\n");
+    if (p.dryRun)
+        std::printf("Dry run: nothing is written; entry numbers are those the entries would get.\n");
     row("Department", "Entry", "Sources", "Lines", "Debit", "Credit", "Currency");
     int posted = 0, nothing = 0, failed = 0, sources = 0, lines = 0;
     std::map<std::string, std::pair<double, double>> totals;
@@ -182,8 +193,8 @@ int runPost(const PostOptions& p, browser::PostSession session) {
         first = false;
     }
     std::printf("%d department(s): %d %s, %d with nothing to post, %d not posted%s\n",
-                static_cast<int>(outcomes.size()), posted, p.dryRun ? "would be posted" : "posted", nothing, failed,
-                run.cancelled() ? " (stopped)" : "");
+                static_cast<int>(outcomes.size()), posted, p.dryRun ? "would be posted" : "posted", nothing,
+                failed, run.cancelled() ? " (stopped)" : "");
     std::fflush(stdout);
     return failed > 0 || run.cancelled() ? 1 : 0;
 }

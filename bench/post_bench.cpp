@@ -80,7 +80,8 @@ void postInChild(benchmark::State& state, std::optional<int32_t> department) {
         int status = 0;
         rusage usage{};
         ::wait4(pid, &status, 0, &usage);
-        state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
         posted = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         cpu = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
               static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;

@@ -37,12 +37,13 @@ protected:
         std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
     }
     std::string shell(const std::string& args, const std::string& env = "") {
-        return "cd '" + tmp.path().string() + "' && " + env + " PAYACC_LOG_DIR=. exec '" + kBinary + "' post " +
-               args + " </dev/null >out.txt 2>err.txt";
+        return "cd '" + tmp.path().string() + "' && " + env + " PAYACC_LOG_DIR=. exec '" + kBinary +
+               "' post " + args + " </dev/null >out.txt 2>err.txt";
     }
     Result post(const std::string& args) {
         int raw = std::system(("timeout 120 sh -c \"" + shell("--db demo.db " + args) + "\"").c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(tmp.file("out.txt")), slurp(tmp.file("err.txt"))};
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(tmp.file("out.txt")),
+                slurp(tmp.file("err.txt"))};
     }
     // Entries, detail rows, posting lines and runs flagged posted: what a run writes.
     std::string written() {
@@ -61,21 +62,26 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
     Result dry = post(kOctober + " --dry-run");
     ASSERT_EQ(dry.status, 0) << dry.err;
     EXPECT_EQ(written(), before);
-    EXPECT_NE(dry.out.find("Basic Salaries - INR"), std::string::npos) << "the posting lines are shown\n" << dry.out;
+    EXPECT_NE(dry.out.find("Basic Salaries - INR"), std::string::npos) << "the posting lines are shown\n"
+                                                                       << dry.out;
     EXPECT_NE(dry.out.find("5 would post"), std::string::npos) << dry.out;
 
     Result run = post(kOctober + " --remarks 'October payroll'");
     ASSERT_EQ(run.status, 0) << run.err;
     // In name order, each with its number, sources, lines and balanced totals per currency.
-    for (const char* line : {"Administration               PAL/6             30      8       339675.00       339675.00  AED",
-                             "Engineering Centre Pune      PAL/7             60      4      7956000.00      7956000.00  INR",
-                             "Site Operations              PAL/10           160      8      1708000.00      1708000.00  AED",
-                             "Total                        5 posted         320     32      2448225.00      2448225.00  AED"})
+    for (const char* line :
+         {"Administration               PAL/6             30      8       339675.00       339675.00  AED",
+          "Engineering Centre Pune      PAL/7             60      4      7956000.00      7956000.00  INR",
+          "Site Operations              PAL/10           160      8      1708000.00      1708000.00  AED",
+          "Total                        5 posted         320     32      2448225.00      2448225.00  AED"})
         EXPECT_NE(run.out.find(line), std::string::npos) << line << "\n" << run.out;
     EXPECT_EQ(run.err, "");
     auto c = data::sqlite::open(tmp.file("demo.db"));
     EXPECT_EQ(c->open("select count(*) from paPayAccLinkHeader where Remarks = 'October payroll' and "
-                      "TransType = 'P' and TransDate = '2026-10-28'")->field(0).toText(), "5");
+                      "TransType = 'P' and TransDate = '2026-10-28'")
+                  ->field(0)
+                  .toText(),
+              "5");
     const std::string after = written();
     EXPECT_NE(after, before);
 
@@ -84,7 +90,8 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
     EXPECT_NE(again.out.find("0 posted, 5 with nothing to post"), std::string::npos) << again.out;
     EXPECT_EQ(written(), after) << "a second run posts nothing";
 
-    Result one = post("--type 'Salary Advances' --from 01/10/2026 --to 31/10/2026 --date 28/10/2026 --department 1");
+    Result one =
+        post("--type 'Salary Advances' --from 01/10/2026 --to 31/10/2026 --date 28/10/2026 --department 1");
     EXPECT_EQ(one.status, 0) << one.err;
     EXPECT_NE(one.out.find("Administration               PAL/11"), std::string::npos) << one.out;
     EXPECT_EQ(one.out.find("Export Sales"), std::string::npos) << one.out;
@@ -93,13 +100,16 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
 TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPosted) {
     // Deductions of the rupee payroll configured as a debit: only the Pune department's
     // entry cannot balance.
-    exec("update paSalaryAccountsConfig set sacCredit = 0 where sacCompanyID = 1 and sacCurrencyID = 3 and "
-         "sacComponent = 'D'");
+    exec(
+        "update paSalaryAccountsConfig set sacCredit = 0 where sacCompanyID = 1 and sacCurrencyID = 3 and "
+        "sacComponent = 'D'");
     Result r = post(kOctober);
     EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.out.find("Engineering Centre Pune                        60      4      8343600.00      7568400.00  INR\n"
-                         "    not posted: Debit total and Credit total must be same"),
-              std::string::npos)
+    EXPECT_NE(
+        r.out.find(
+            "Engineering Centre Pune                        60      4      8343600.00      7568400.00  INR\n"
+            "    not posted: Debit total and Credit total must be same"),
+        std::string::npos)
         << r.out;
     EXPECT_NE(r.out.find("4 posted, 0 with nothing to post, 1 not posted"), std::string::npos) << r.out;
 
@@ -109,7 +119,8 @@ TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPos
         int status;
     } cases[] = {
         {"--company 2" + kOctober,
-         "Housekeeping                 not posted: All the settings are not entered. Set all the settings to continue.",
+         "Housekeeping                 not posted: All the settings are not entered. Set all the settings to "
+         "continue.",
          1},
         {"--user 2" + kOctober, "User 2 may not make new entries (no \"N\" right on interface 60)", 1},
         {"--department 9" + kOctober, "payacclink: no department 9 in company 1", 2},
@@ -121,7 +132,8 @@ TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPos
     for (const auto& c : cases) {
         Result got = post(c.args);
         EXPECT_EQ(got.status, c.status) << c.args;
-        EXPECT_NE((got.out + got.err).find(c.message), std::string::npos) << c.args << "\n" << got.out << got.err;
+        EXPECT_NE((got.out + got.err).find(c.message), std::string::npos) << c.args << "\n"
+                                                                          << got.out << got.err;
     }
     EXPECT_EQ(written(), before);
 }
@@ -135,8 +147,9 @@ TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
     std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
 
     // Killed with the third department's rows written and not committed.
-    const std::string cmd = "cd '" + tmp.path().string() + "' && { PAYACC_TEST_PAUSE_BEFORE_COMMIT=3 PAYACC_LOG_DIR=. '" +
-                            kBinary + "' post --db demo.db" + kOctober + " </dev/null >out.txt 2>err.txt & echo $! >pid.txt; }";
+    const std::string cmd =
+        "cd '" + tmp.path().string() + "' && { PAYACC_TEST_PAUSE_BEFORE_COMMIT=3 PAYACC_LOG_DIR=. '" +
+        kBinary + "' post --db demo.db" + kOctober + " </dev/null >out.txt 2>err.txt & echo $! >pid.txt; }";
     ASSERT_EQ(std::system(cmd.c_str()), 0);
     for (int i = 0; i < 600 && slurp(tmp.file("err.txt")).find("paused") == std::string::npos; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -71,9 +71,9 @@ void readPostingLines(linking::frmPayrollAccountsLinking& f, DepartmentOutcome& 
     auto& l = f.lvwPostingDetails;
     out.lines = l.count();
     for (int r = 1; r <= l.count(); ++r) {
-        PostingLine p{l.cell(r, linking::pst::DebitAccountID) + " " + l.cell(r, linking::pst::DebitAccount), l.cell(r, linking::pst::Description),
-                      l.cell(r, linking::pst::AccCurrency), l.cell(r, linking::pst::DebitAmount),
-                      l.cell(r, linking::pst::CreditAmount)};
+        PostingLine p{l.cell(r, linking::pst::DebitAccountID) + " " + l.cell(r, linking::pst::DebitAccount),
+                      l.cell(r, linking::pst::Description), l.cell(r, linking::pst::AccCurrency),
+                      l.cell(r, linking::pst::DebitAmount), l.cell(r, linking::pst::CreditAmount)};
         auto& total = out.totals[p.currency];
         total.first += common::Val(p.debit);
         total.second += common::Val(p.credit);
@@ -89,7 +89,8 @@ int countSources(linking::frmPayrollAccountsLinking& f) {
     }
     std::set<std::string> ids;
     for (int r = 1; r <= f.lvwTransactionDetails.count(); ++r)
-        if (f.lvwTransactionDetails.checked(r)) ids.insert(f.lvwTransactionDetails.cell(r, linking::det::TransID));
+        if (f.lvwTransactionDetails.checked(r))
+            ids.insert(f.lvwTransactionDetails.cell(r, linking::det::TransID));
     return static_cast<int>(ids.size());
 }
 
@@ -206,7 +207,8 @@ std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& reques
                       std::to_string(session_.companyId);
         outcomes.reserve(chosen.size());
         for (size_t i = 0; i < chosen.size() && failure.empty(); ++i) {
-            if (progress && !progress(static_cast<int>(i + 1), static_cast<int>(chosen.size()), chosen[i].name)) {
+            if (progress &&
+                !progress(static_cast<int>(i + 1), static_cast<int>(chosen.size()), chosen[i].name)) {
                 cancelled_ = true;
                 break;
             }
