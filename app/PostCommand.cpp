@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <map>
 #include <optional>
 #include <regex>
 #include <stdexcept>
@@ -31,44 +30,6 @@ common::DateTime dateOf(const std::string& text) {
     auto d = readDate(text);
     if (!d || !d->valid()) throw std::invalid_argument("needs a date written dd/MM/yyyy, not '" + text + "'");
     return *d;
-}
-
-std::string amount(double v) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.2f", v);
-    return buf;
-}
-
-std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
-
-void row(const std::string& dept, const std::string& entry, const std::string& sources,
-         const std::string& lines, const std::string& debit, const std::string& credit,
-         const std::string& currency) {
-    std::printf("%-28s %-12s %7s %6s %15s %15s  %s\n", cut(dept, 28).c_str(), entry.c_str(), sources.c_str(),
-                lines.c_str(), debit.c_str(), credit.c_str(), currency.c_str());
-}
-
-// One line per department; a department with lines in more than one currency continues on
-// lines of its own, one per further currency.
-void printOutcome(const browser::DepartmentOutcome& d, bool dryRun) {
-    if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
-        std::printf(
-            "%-28s %s\n", cut(d.name, 28).c_str(),
-            (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
-        return;
-    }
-    bool first = true;
-    for (const auto& [currency, total] : d.totals) {
-        row(first ? d.name : "", first ? d.entryNo : "", first ? std::to_string(d.sources) : "",
-            first ? std::to_string(d.lines) : "", amount(total.first), amount(total.second), currency);
-        first = false;
-    }
-    if (d.status == Status::NotPosted) std::printf("    not posted: %s\n", d.reason.c_str());
-    if (dryRun)
-        for (const auto& l : d.postingLines)
-            std::printf("    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(),
-                        cut(l.description, 20).c_str(), l.currency.c_str(), l.debit.c_str(),
-                        l.credit.c_str());
 }
 
 // A test hook: PAYACC_TEST_PAUSE_BEFORE_COMMIT=K stops the K-th save just before its commit,
@@ -166,37 +127,11 @@ int runPost(const PostOptions& p, browser::PostSession session) {
         return 1;
     }
 
-    if (p.dryRun)
-        std::printf("Dry run: nothing is written; entry numbers are those the entries would get.\n");
-    row("Department", "Entry", "Sources", "Lines", "Debit", "Credit", "Currency");
-    int posted = 0, nothing = 0, failed = 0, sources = 0, lines = 0;
-    std::map<std::string, std::pair<double, double>> totals;
-    for (const auto& d : outcomes) {
-        printOutcome(d, p.dryRun);
-        if (d.status == Status::NothingToPost) ++nothing;
-        if (d.status == Status::NotPosted) ++failed;
-        if (d.status != Status::Posted) continue;
-        ++posted;
-        sources += d.sources;
-        lines += d.lines;
-        for (const auto& [currency, t] : d.totals) {
-            totals[currency].first += t.first;
-            totals[currency].second += t.second;
-        }
-    }
-    const std::string summary = std::to_string(posted) + (p.dryRun ? " would post" : " posted");
-    if (totals.empty()) row("Total", summary, std::to_string(sources), std::to_string(lines), "", "", "");
-    bool first = true;
-    for (const auto& [currency, t] : totals) {
-        row(first ? "Total" : "", first ? summary : "", first ? std::to_string(sources) : "",
-            first ? std::to_string(lines) : "", amount(t.first), amount(t.second), currency);
-        first = false;
-    }
-    std::printf("%d department(s): %d %s, %d with nothing to post, %d not posted%s\n",
-                static_cast<int>(outcomes.size()), posted, p.dryRun ? "would be posted" : "posted", nothing,
-                failed, run.cancelled() ? " (stopped)" : "");
+    std::fputs(browser::PostSummary(outcomes, p.dryRun, run.cancelled()).c_str(), stdout);
     std::fflush(stdout);
-    return failed > 0 || run.cancelled() ? 1 : 0;
+    bool failed = run.cancelled();
+    for (const auto& d : outcomes) failed |= d.status == Status::NotPosted;
+    return failed ? 1 : 0;
 }
 
 }  // namespace post

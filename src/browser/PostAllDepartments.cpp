@@ -1,5 +1,7 @@
 #include "browser/PostAllDepartments.h"
 
+#include <cstdio>
+#include <map>
 #include <set>
 #include <stdexcept>
 
@@ -93,6 +95,91 @@ int countSources(linking::frmPayrollAccountsLinking& f) {
             ids.insert(f.lvwTransactionDetails.cell(r, linking::det::TransID));
     return static_cast<int>(ids.size());
 }
+
+// printf into a string.
+template <class... A>
+void appendf(std::string& out, const char* format, A... args) {
+    const int n = std::snprintf(nullptr, 0, format, args...);
+    if (n <= 0) return;
+    const size_t at = out.size();
+    out.resize(at + static_cast<size_t>(n) + 1);
+    std::snprintf(out.data() + at, static_cast<size_t>(n) + 1, format, args...);
+    out.pop_back();
+}
+
+std::string amount(double v) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.2f", v);
+    return buf;
+}
+
+std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
+
+void row(std::string& out, const std::string& dept, const std::string& entry, const std::string& sources,
+         const std::string& lines, const std::string& debit, const std::string& credit,
+         const std::string& currency) {
+    appendf(out, "%-28s %-12s %7s %6s %15s %15s  %s\n", cut(dept, 28).c_str(), entry.c_str(), sources.c_str(),
+            lines.c_str(), debit.c_str(), credit.c_str(), currency.c_str());
+}
+
+// One line per department; a department with lines in more than one currency continues on
+// lines of its own, one per further currency.
+void printOutcome(std::string& out, const DepartmentOutcome& d, bool dryRun) {
+    if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
+        appendf(out, "%-28s %s\n", cut(d.name, 28).c_str(),
+                (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
+        return;
+    }
+    bool first = true;
+    for (const auto& [currency, total] : d.totals) {
+        row(out, first ? d.name : "", first ? d.entryNo : "", first ? std::to_string(d.sources) : "",
+            first ? std::to_string(d.lines) : "", amount(total.first), amount(total.second), currency);
+        first = false;
+    }
+    if (d.status == Status::NotPosted) appendf(out, "    not posted: %s\n", d.reason.c_str());
+    if (dryRun)
+        for (const auto& l : d.postingLines)
+            appendf(out, "    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(),
+                    cut(l.description, 20).c_str(), l.currency.c_str(), l.debit.c_str(), l.credit.c_str());
+}
+
+}  // namespace
+
+std::string PostSummary(const std::vector<DepartmentOutcome>& outcomes, bool dryRun, bool stopped) {
+    std::string out;
+    if (dryRun) appendf(out, "Dry run: nothing is written; entry numbers are those the entries would get.\n");
+    row(out, "Department", "Entry", "Sources", "Lines", "Debit", "Credit", "Currency");
+    int posted = 0, nothing = 0, failed = 0, sources = 0, lines = 0;
+    std::map<std::string, std::pair<double, double>> totals;
+    for (const auto& d : outcomes) {
+        printOutcome(out, d, dryRun);
+        if (d.status == Status::NothingToPost) ++nothing;
+        if (d.status == Status::NotPosted) ++failed;
+        if (d.status != Status::Posted) continue;
+        ++posted;
+        sources += d.sources;
+        lines += d.lines;
+        for (const auto& [currency, t] : d.totals) {
+            totals[currency].first += t.first;
+            totals[currency].second += t.second;
+        }
+    }
+    const std::string summary = std::to_string(posted) + (dryRun ? " would post" : " posted");
+    if (totals.empty())
+        row(out, "Total", summary, std::to_string(sources), std::to_string(lines), "", "", "");
+    bool first = true;
+    for (const auto& [currency, t] : totals) {
+        row(out, first ? "Total" : "", first ? summary : "", first ? std::to_string(sources) : "",
+            first ? std::to_string(lines) : "", amount(t.first), amount(t.second), currency);
+        first = false;
+    }
+    appendf(out, "%d department(s): %d %s, %d with nothing to post, %d not posted%s\n",
+            static_cast<int>(outcomes.size()), posted, dryRun ? "would be posted" : "posted", nothing, failed,
+            stopped ? " (stopped)" : "");
+    return out;
+}
+
+namespace {
 
 // One department on a freshly opened linking screen, from the type to Ok.
 void postOne(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f, const PostRequest& request,

@@ -73,6 +73,10 @@ private:
     bool cancelled_ = false;
 };
 
+// The table of a run: one line per department (a further line per further currency, and on
+// a dry run its posting lines), then the totals per currency and a count.
+std::string PostSummary(const std::vector<DepartmentOutcome>& outcomes, bool dryRun, bool stopped);
+
 // The sentence given when the user lacks the right to make entries.
 std::string NoNewRightMessage(int32_t userId, int32_t interfaceId);
 
