@@ -215,6 +215,7 @@ void postOne(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f, cons
             if (!f.lvwTransactionDetails.checked(r)) f.lvwTransactionDetails.userToggle(r);
     }
     if (!request.remarks.empty()) f.txtRemarks.userPaste(request.remarks);
+    if (request.entryDate) f.dtpTransDate.userSet(*request.entryDate);
     out.sources = countSources(f);
     readPostingLines(f, out);
 

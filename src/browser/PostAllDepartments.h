@@ -25,6 +25,7 @@ struct PostRequest {
     common::DateTime from, to;
     std::optional<int32_t> department;  // none: every department of the company
     std::string remarks;
+    std::optional<common::DateTime> entryDate;  // none: the process date, as the screen sets it
     bool dryRun = false;  // the whole save runs, and its transaction is rolled back
 };
 

@@ -17,10 +17,12 @@
 #include <algorithm>
 #include <map>
 
+#include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
+#include "qt/PostAllAction.h"
 
 namespace qtui {
 
@@ -39,6 +41,7 @@ FormDialog::FormDialog(ui::Form& form, QWidget* parent) : QDialog(parent), form_
     setWindowTitle(qs(form.caption()));
     setModal(true);
     binder_ = std::make_unique<Binder>(form, this);
+    if (auto* master = dynamic_cast<browser::FrmMaster*>(&form)) addPostAllAction(*this, *master);
 }
 
 FormDialog::~FormDialog() {
