@@ -25,6 +25,7 @@
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
+#include "PostCommand.h"
 #include "script/ScriptRunner.h"
 #include "ui/Headless.h"
 
@@ -310,6 +311,14 @@ CLI::App* addPrint(CLI::App& app, Options& o) {
     return cmd;
 }
 
+CLI::App* addPost(CLI::App& app, Options& o, post::PostOptions& p) {
+    auto* cmd = app.add_subcommand(
+        "post", "post every department's entry of a type and date range, headless, as a user would");
+    post::addPostOptions(*cmd, p);
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
 CLI::App* addExport(CLI::App& app, Options& o) {
     auto* cmd = app.add_subcommand("export", "write the posting lines of the entries dated in a range as CSV");
     cmd->add_option("--from", o.exportLines.from, "the first entry date")->type_name("dd/MM/yyyy")->required();
@@ -321,6 +330,18 @@ CLI::App* addExport(CLI::App& app, Options& o) {
                 "that cannot be written.");
     addSessionOptions(*cmd, o);
     return cmd;
+}
+
+int runPost(const Options& o, const post::PostOptions& p) {
+    browser::PostSession s;
+    s.connection = sessionConnection(o);
+    s.userId = o.user;
+    s.companyId = o.company;
+    s.interfaceId = o.interface;
+    s.msgTitle = o.title;
+    s.projectKey = o.key;
+    s.processDate = o.date.empty() ? today() : common::formatDate(*readDate(o.date), "dd/MM/yyyy");
+    return post::runPost(p, std::move(s));
 }
 
 std::string mainFooter() {
@@ -360,6 +381,7 @@ std::string oneLine(std::string text) {
 
 int main(int argc, char** argv) {
     Options o;
+    post::PostOptions postOptions;
     CLI::App app{"payacclink: links processed payroll and payments to accounting entries", "payacclink"};
     app.set_version_flag("--version", "payacclink " PAYACC_VERSION);
     app.footer(mainFooter);
@@ -385,6 +407,7 @@ int main(int argc, char** argv) {
          [&] { return app::runPrint(o.print, {sessionConnection(o), o.user, o.company, o.interface}); }},
         {addExport(app, o),
          [&] { return app::runExport(o.exportLines, {sessionConnection(o), o.user, o.company, o.interface}); }},
+        {addPost(app, o, postOptions), [&] { return runPost(o, postOptions); }},
     };
 
     try {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "common/Conv.h"
-#include "common/Error.h"
 #include "common/DateTime.h"
+#include "common/Error.h"
 #include "data/TableNames.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
@@ -131,17 +131,21 @@ void FrmMaster::Form_Load() {
     sql += " pa.companyid=";
     sql += std::to_string(module_.session.companyId);
     module_.session.listBaseQuery = sql;
+    previousDays_ = previousDays;
+    PopulateRecentEntries();
 
-    if (previousDays < 1) {
+    SecurityCheck(module_.session.interfaceId);
+}
+
+void FrmMaster::PopulateRecentEntries() {
+    if (previousDays_ < 1) {
         GridPopulate(module_.session.listBaseQuery);
     } else {
         const common::DateTime from =
-            common::addDays(common::toDate(module_.session.processDate), -previousDays);
+            common::addDays(common::toDate(module_.session.processDate), -previousDays_);
         GridPopulate(module_.session.listBaseQuery + " and TransDate>='" +
                      common::formatDate(from, "yyyy/mm/dd") + "'");
     }
-
-    SecurityCheck(module_.session.interfaceId);
 }
 
 void FrmMaster::Form_Unload(int& cancel) {

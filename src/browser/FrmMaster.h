@@ -35,6 +35,8 @@ public:
     void Form_KeyPress(int16_t& keyAscii) override;
 
     void GridPopulate(const std::string& sql);
+    // Lists the entries of the last days the settings name (all when none), as at load.
+    void PopulateRecentEntries();
     void GridColor();
     void SecurityCheck(int32_t& interfaceId);
     void cmdnew_Click();
@@ -54,6 +56,7 @@ public:
     void LoadEntryPostingDetails(int32_t& transId);
 
     const std::string& rights() const { return rights_; }
+    entry::Module& module() const { return module_; }
     // The help file that F1 opens on this screen.
     const std::string& helpFile() const { return helpFile_; }
 
@@ -66,6 +69,7 @@ private:
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::string rights_;
     std::string helpFile_;
+    int16_t previousDays_ = 0;    // the settings' list window, read at load
     std::vector<size_t> widths_;  // longest text per column while the grid fills
 };
 

@@ -1,6 +1,8 @@
 #include "common/Conv.h"
 
 #include <cctype>
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -234,7 +236,16 @@ std::string NumberText(double value) {
     if (!std::isfinite(value)) return std::isnan(value) ? "NaN" : (value < 0 ? "-Inf" : "Inf");
     char buf[64];
     int precision = 15;
-    for (int p = 1; p <= 15; ++p) {
+    // No text shorter than the shortest round-trip one can read back, so the search for the
+    // fewest digits starts there instead of at one digit.
+    int first = 1;
+    if (auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
+        r.ec == std::errc()) {
+        int digits = 0;
+        for (const char* p = buf; p != r.ptr && *p != 'e'; ++p) digits += isDigit(*p) ? 1 : 0;
+        first = std::max(1, digits);
+    }
+    for (int p = first; p <= 15; ++p) {
         std::snprintf(buf, sizeof buf, "%.*e", p - 1, value);
         if (std::strtod(buf, nullptr) == value) {
             precision = p;

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <map>
 
+#include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
@@ -24,6 +25,7 @@
 #include "qt/Presentation.h"
 #include "qt/WindowFit.h"
 #include "qt/VoucherPrinter.h"
+#include "qt/PostAllAction.h"
 
 namespace qtui {
 
@@ -43,6 +45,7 @@ FormDialog::FormDialog(ui::Form& form, QWidget* parent) : QDialog(parent), form_
     setModal(true);
     binder_ = std::make_unique<Binder>(form, this);
     presentation_ = new Presentation(*this);
+    if (auto* master = dynamic_cast<browser::FrmMaster*>(&form)) addPostAllAction(*this, *master);
 }
 
 FormDialog::~FormDialog() {

@@ -1,0 +1,324 @@
+#include "browser/PostAllDepartments.h"
+
+#include <cstdio>
+#include <map>
+#include <set>
+#include <stdexcept>
+
+#include "browser/FrmMaster.h"
+#include "common/Conv.h"
+#include "entry/Module.h"
+#include "entry/qorPayrollAccounts.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "ui/Headless.h"
+
+namespace browser {
+
+namespace {
+
+using Status = DepartmentOutcome::Status;
+
+// A dry run lets the screen run its whole save, checks and guards included, and turns the
+// save's commit into a rollback: the entry it shows is exactly the one that would be saved.
+class RollbackConnection : public data::Connection {
+public:
+    explicit RollbackConnection(data::ConnectionPtr inner) : inner_(std::move(inner)) {}
+    bool isOpen() const override { return inner_->isOpen(); }
+    long execute(const std::string& sql) override { return inner_->execute(sql); }
+    data::RecordsetPtr open(const std::string& sql, data::CursorType c, data::LockType l) override {
+        return inner_->open(sql, c, l);
+    }
+    data::CommandPtr command(const std::string& text, data::CommandType type) override {
+        return inner_->command(text, type);
+    }
+    void beginTrans() override { inner_->beginTrans(); }
+    void commitTrans() override { inner_->rollbackTrans(); }
+    void rollbackTrans() override { inner_->rollbackTrans(); }
+    bool inTransaction() const override { return inner_->inTransaction(); }
+
+private:
+    data::ConnectionPtr inner_;
+};
+
+struct Department {
+    int32_t id;
+    std::string name;
+    int index;  // in the screen's department list
+};
+
+// The text of the last message box or uncaught error since the marks, "" when none.
+struct Marks {
+    size_t messages, errors;
+};
+Marks mark(const ui::HeadlessToolkit& t) { return {t.messages.size(), t.errors.size()}; }
+std::string shownSince(const ui::HeadlessToolkit& t, const Marks& m) {
+    if (t.errors.size() > m.errors) {
+        const auto& e = t.errors.back();
+        return "error " + std::to_string(e.number()) + ": " + e.description();
+    }
+    if (t.messages.size() > m.messages) return t.messages.back().request.text;
+    return "";
+}
+
+// Closes the linking screen from its Close button, declining to save.
+void closeScreen(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f) {
+    t.answers.clear();
+    t.answers.push_back(ui::vbNo);
+    f.cmdClose.userClick();
+    t.answers.clear();
+    if (t.findForm(f.name()) == &f) f.userClose();
+}
+
+void readPostingLines(linking::frmPayrollAccountsLinking& f, DepartmentOutcome& out) {
+    auto& l = f.lvwPostingDetails;
+    out.lines = l.count();
+    for (int r = 1; r <= l.count(); ++r) {
+        PostingLine p{l.cell(r, linking::pst::DebitAccountID) + " " + l.cell(r, linking::pst::DebitAccount),
+                      l.cell(r, linking::pst::Description), l.cell(r, linking::pst::AccCurrency),
+                      l.cell(r, linking::pst::DebitAmount), l.cell(r, linking::pst::CreditAmount)};
+        auto& total = out.totals[p.currency];
+        total.first += common::Val(p.debit);
+        total.second += common::Val(p.credit);
+        out.postingLines.push_back(std::move(p));
+    }
+}
+
+int countSources(linking::frmPayrollAccountsLinking& f) {
+    if (f.lvwTransactions.count() > 0) {
+        int n = 0;
+        for (int r = 1; r <= f.lvwTransactions.count(); ++r) n += f.lvwTransactions.checked(r) ? 1 : 0;
+        return n;
+    }
+    std::set<std::string> ids;
+    for (int r = 1; r <= f.lvwTransactionDetails.count(); ++r)
+        if (f.lvwTransactionDetails.checked(r))
+            ids.insert(f.lvwTransactionDetails.cell(r, linking::det::TransID));
+    return static_cast<int>(ids.size());
+}
+
+// printf into a string.
+template <class... A>
+void appendf(std::string& out, const char* format, A... args) {
+    const int n = std::snprintf(nullptr, 0, format, args...);
+    if (n <= 0) return;
+    const size_t at = out.size();
+    out.resize(at + static_cast<size_t>(n) + 1);
+    std::snprintf(out.data() + at, static_cast<size_t>(n) + 1, format, args...);
+    out.pop_back();
+}
+
+std::string amount(double v) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.2f", v);
+    return buf;
+}
+
+std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
+
+void row(std::string& out, const std::string& dept, const std::string& entry, const std::string& sources,
+         const std::string& lines, const std::string& debit, const std::string& credit,
+         const std::string& currency) {
+    appendf(out, "%-28s %-12s %7s %6s %15s %15s  %s\n", cut(dept, 28).c_str(), entry.c_str(), sources.c_str(),
+            lines.c_str(), debit.c_str(), credit.c_str(), currency.c_str());
+}
+
+// One line per department; a department with lines in more than one currency continues on
+// lines of its own, one per further currency.
+void printOutcome(std::string& out, const DepartmentOutcome& d, bool dryRun) {
+    if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
+        appendf(out, "%-28s %s\n", cut(d.name, 28).c_str(),
+                (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
+        return;
+    }
+    bool first = true;
+    for (const auto& [currency, total] : d.totals) {
+        row(out, first ? d.name : "", first ? d.entryNo : "", first ? std::to_string(d.sources) : "",
+            first ? std::to_string(d.lines) : "", amount(total.first), amount(total.second), currency);
+        first = false;
+    }
+    if (d.status == Status::NotPosted) appendf(out, "    not posted: %s\n", d.reason.c_str());
+    if (dryRun)
+        for (const auto& l : d.postingLines)
+            appendf(out, "    %-40s %-20s %-5s %15s %15s\n", cut(l.account, 40).c_str(),
+                    cut(l.description, 20).c_str(), l.currency.c_str(), l.debit.c_str(), l.credit.c_str());
+}
+
+}  // namespace
+
+std::string PostSummary(const std::vector<DepartmentOutcome>& outcomes, bool dryRun, bool stopped) {
+    std::string out;
+    if (dryRun) appendf(out, "Dry run: nothing is written; entry numbers are those the entries would get.\n");
+    row(out, "Department", "Entry", "Sources", "Lines", "Debit", "Credit", "Currency");
+    int posted = 0, nothing = 0, failed = 0, sources = 0, lines = 0;
+    std::map<std::string, std::pair<double, double>> totals;
+    for (const auto& d : outcomes) {
+        printOutcome(out, d, dryRun);
+        if (d.status == Status::NothingToPost) ++nothing;
+        if (d.status == Status::NotPosted) ++failed;
+        if (d.status != Status::Posted) continue;
+        ++posted;
+        sources += d.sources;
+        lines += d.lines;
+        for (const auto& [currency, t] : d.totals) {
+            totals[currency].first += t.first;
+            totals[currency].second += t.second;
+        }
+    }
+    const std::string summary = std::to_string(posted) + (dryRun ? " would post" : " posted");
+    if (totals.empty())
+        row(out, "Total", summary, std::to_string(sources), std::to_string(lines), "", "", "");
+    bool first = true;
+    for (const auto& [currency, t] : totals) {
+        row(out, first ? "Total" : "", first ? summary : "", first ? std::to_string(sources) : "",
+            first ? std::to_string(lines) : "", amount(t.first), amount(t.second), currency);
+        first = false;
+    }
+    appendf(out, "%d department(s): %d %s, %d with nothing to post, %d not posted%s\n",
+            static_cast<int>(outcomes.size()), posted, dryRun ? "would be posted" : "posted", nothing, failed,
+            stopped ? " (stopped)" : "");
+    return out;
+}
+
+namespace {
+
+// One department on a freshly opened linking screen, from the type to Ok.
+void postOne(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f, const PostRequest& request,
+             int departmentIndex, const Marks& opened, DepartmentOutcome& out) {
+    auto notPosted = [&](const Marks& since) {
+        out.status = Status::NotPosted;
+        out.reason = shownSince(t, since);
+        if (out.reason.empty()) out.reason = "the screen did not save the entry";
+    };
+    // The settings check runs when the screen loads and leaves it read-only.
+    if (!f.cmdOk.enabled() || !f.fraLoanApp.enabled()) return notPosted(opened);
+
+    Marks before = mark(t);
+    if (!f.cboType.userSelectText(request.type)) throw std::invalid_argument("unknown type");
+    f.cboDepartment.userSelect(departmentIndex);
+    f.dtpFromDate.userSet(request.from);
+    f.dtpToDate.userSet(request.to);
+    f.cmdShow.userClick();
+    if (f.lvwTransactionDetails.count() == 0) {
+        std::string shown = shownSince(t, before);
+        if (!shown.empty()) return notPosted(before);
+        out.status = Status::NothingToPost;
+        out.reason = "nothing to post";
+        return;
+    }
+
+    // Payroll is ticked through Select All; payments have no transaction list, so each
+    // payment line is ticked as the user would.
+    if (f.lvwTransactions.count() > 0) {
+        f.chkSelectAll.userSet(1);
+    } else {
+        for (int r = 1; r <= f.lvwTransactionDetails.count(); ++r)
+            if (!f.lvwTransactionDetails.checked(r)) f.lvwTransactionDetails.userToggle(r);
+    }
+    if (!request.remarks.empty()) f.txtRemarks.userPaste(request.remarks);
+    if (request.entryDate) f.dtpTransDate.userSet(*request.entryDate);
+    out.sources = countSources(f);
+    readPostingLines(f, out);
+
+    before = mark(t);
+    f.cmdOk.userClick();
+    out.entryNo = f.txtTransNo.text();
+    if (t.findForm(f.name()) == &f) return notPosted(before);
+    out.status = Status::Posted;
+}
+
+}  // namespace
+
+std::string NoNewRightMessage(int32_t userId, int32_t interfaceId) {
+    return "User " + std::to_string(userId) + " may not make new entries (no \"N\" right on interface " +
+           std::to_string(interfaceId) + "); nothing was posted.";
+}
+
+std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& request, const Progress& progress) {
+    bool knownType = false;
+    for (const auto& type : entry::kTransactionTypes) knownType |= request.type == type.name;
+    if (!knownType) throw std::invalid_argument("unknown type '" + request.type + "'");
+
+    refused_.clear();
+    cancelled_ = false;
+    ui::HeadlessToolkit toolkit;
+    entry::Module module(toolkit);
+    entry::qorPayrollAccounts component(module);
+    component.setAdocon(request.dryRun ? std::make_shared<RollbackConnection>(session_.connection)
+                                       : session_.connection);
+    component.strProjectKey = session_.projectKey.empty() ? entry::kProjectKey : session_.projectKey;
+    component.MsgboxTitle = session_.msgTitle;
+    component.ProcessDate = session_.processDate;
+    component.intUserID = session_.userId;
+    component.intCompanyID = session_.companyId;
+    component.intInterfaceID = session_.interfaceId;
+
+    std::vector<Department> departments;
+    std::vector<DepartmentOutcome> outcomes;
+    std::string failure;  // an invalid_argument raised inside a modal show
+    bool listing = true;
+    DepartmentOutcome* current = nullptr;
+    int currentIndex = 0;
+    Marks opened{};
+
+    toolkit.onModal = [&](ui::Form& form) {
+        if (auto* f = dynamic_cast<linking::frmPayrollAccountsLinking*>(&form)) {
+            try {
+                if (listing) {
+                    // The screen lists the company's departments in name order.
+                    for (int i = 0; i < f->cboDepartment.listCount(); ++i)
+                        departments.push_back({static_cast<int32_t>(f->cboDepartment.itemData(i)),
+                                               f->cboDepartment.list(i), i});
+                } else {
+                    postOne(toolkit, *f, request, currentIndex, opened, *current);
+                }
+            } catch (const std::invalid_argument& e) {
+                failure = e.what();
+            }
+            if (toolkit.findForm(f->name()) == f) closeScreen(toolkit, *f);
+            return;
+        }
+        auto* master = dynamic_cast<FrmMaster*>(&form);
+        if (!master) return;
+        if (!master->cmdnew.reachable()) {
+            refused_ = NoNewRightMessage(session_.userId, session_.interfaceId);
+            master->CmdClose.userClick();
+            return;
+        }
+        master->cmdnew.userClick();
+        module.collect();
+        listing = false;
+        std::vector<Department> chosen;
+        for (const auto& d : departments)
+            if (!request.department || *request.department == d.id) chosen.push_back(d);
+        if (request.department && chosen.empty())
+            failure = "no department " + std::to_string(*request.department) + " in company " +
+                      std::to_string(session_.companyId);
+        outcomes.reserve(chosen.size());
+        for (size_t i = 0; i < chosen.size() && failure.empty(); ++i) {
+            if (progress &&
+                !progress(static_cast<int>(i + 1), static_cast<int>(chosen.size()), chosen[i].name)) {
+                cancelled_ = true;
+                break;
+            }
+            DepartmentOutcome& out = outcomes.emplace_back();
+            out.id = chosen[i].id;
+            out.name = chosen[i].name;
+            currentIndex = chosen[i].index;
+            current = &out;
+            opened = mark(toolkit);
+            master->cmdnew.userClick();
+            module.collect();
+        }
+        master->CmdClose.userClick();
+    };
+    component.Show();
+    module.collect();
+    if (!failure.empty()) throw std::invalid_argument(failure);
+    if (!toolkit.errors.empty() && departments.empty() && refused_.empty()) {
+        const auto& e = toolkit.errors.front();
+        throw std::runtime_error("error " + std::to_string(e.number()) + ": " + e.description());
+    }
+    return outcomes;
+}
+
+}  // namespace browser

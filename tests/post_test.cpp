@@ -1,0 +1,178 @@
+// payacclink post as the accountant and the scheduler run it: the real program on copies of
+// the demo database.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "TestSupport.h"
+#include "data/sqlite/SqliteConnection.h"
+
+namespace {
+
+const std::string kBinary = PAYACC_BINARY_DIR "/app/payacclink";
+const std::string kOctober = " --type Payroll --from 01/10/2026 --to 31/10/2026 --date 28/10/2026";
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+class PostTest : public ::testing::Test {
+protected:
+    struct Result {
+        int status;
+        std::string out, err;
+    };
+    void SetUp() override {
+        ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built";
+        std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
+    }
+    std::string shell(const std::string& args, const std::string& env = "") {
+        return "cd '" + tmp.path().string() + "' && " + env + " PAYACC_LOG_DIR=. exec '" + kBinary +
+               "' post " + args + " </dev/null >out.txt 2>err.txt";
+    }
+    Result post(const std::string& args) {
+        int raw = std::system(("timeout 120 sh -c \"" + shell("--db demo.db " + args) + "\"").c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(tmp.file("out.txt")),
+                slurp(tmp.file("err.txt"))};
+    }
+    // Entries, detail rows, posting lines and runs flagged posted: what a run writes.
+    std::string written() {
+        auto c = data::sqlite::open(tmp.file("demo.db"));
+        std::string s;
+        for (const char* t : {"paPayAccLinkHeader", "paPayAccLinkDetails", "paPayAccLinkPostingDetails"})
+            s += c->open(std::string("select count(*) from ") + t)->field(0).toText() + " ";
+        return s + c->open("select sum(mppPosted) from pMonthlyPayRollProcessing")->field(0).toText();
+    }
+    void exec(const std::string& sql) { data::sqlite::open(tmp.file("demo.db"))->execute(sql); }
+    testsupport::TempDir tmp;
+};
+
+TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
+    const std::string before = written();
+    Result dry = post(kOctober + " --dry-run");
+    ASSERT_EQ(dry.status, 0) << dry.err;
+    EXPECT_EQ(written(), before);
+    EXPECT_NE(dry.out.find("Basic Salaries - INR"), std::string::npos) << "the posting lines are shown\n"
+                                                                       << dry.out;
+    EXPECT_NE(dry.out.find("5 would post"), std::string::npos) << dry.out;
+
+    Result run = post(kOctober + " --remarks 'October payroll'");
+    ASSERT_EQ(run.status, 0) << run.err;
+    // In name order, each with its number, sources, lines and balanced totals per currency.
+    for (const char* line :
+         {"Administration               PAL/6             30      8       339675.00       339675.00  AED",
+          "Engineering Centre Pune      PAL/7             60      4      7956000.00      7956000.00  INR",
+          "Site Operations              PAL/10           160      8      1708000.00      1708000.00  AED",
+          "Total                        5 posted         320     32      2448225.00      2448225.00  AED"})
+        EXPECT_NE(run.out.find(line), std::string::npos) << line << "\n" << run.out;
+    EXPECT_EQ(run.err, "");
+    auto c = data::sqlite::open(tmp.file("demo.db"));
+    EXPECT_EQ(c->open("select count(*) from paPayAccLinkHeader where Remarks = 'October payroll' and "
+                      "TransType = 'P' and TransDate = '2026-10-28'")
+                  ->field(0)
+                  .toText(),
+              "5");
+    const std::string after = written();
+    EXPECT_NE(after, before);
+
+    Result again = post(kOctober);
+    EXPECT_EQ(again.status, 0);
+    EXPECT_NE(again.out.find("0 posted, 5 with nothing to post"), std::string::npos) << again.out;
+    EXPECT_EQ(written(), after) << "a second run posts nothing";
+
+    Result one =
+        post("--type 'Salary Advances' --from 01/10/2026 --to 31/10/2026 --date 28/10/2026 --department 1");
+    EXPECT_EQ(one.status, 0) << one.err;
+    EXPECT_NE(one.out.find("Administration               PAL/11"), std::string::npos) << one.out;
+    EXPECT_EQ(one.out.find("Export Sales"), std::string::npos) << one.out;
+}
+
+TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPosted) {
+    // Deductions of the rupee payroll configured as a debit: only the Pune department's
+    // entry cannot balance.
+    exec(
+        "update paSalaryAccountsConfig set sacCredit = 0 where sacCompanyID = 1 and sacCurrencyID = 3 and "
+        "sacComponent = 'D'");
+    Result r = post(kOctober);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(
+        r.out.find(
+            "Engineering Centre Pune                        60      4      8343600.00      7568400.00  INR\n"
+            "    not posted: Debit total and Credit total must be same"),
+        std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("4 posted, 0 with nothing to post, 1 not posted"), std::string::npos) << r.out;
+
+    const std::string before = written();
+    struct Case {
+        std::string args, message;
+        int status;
+    } cases[] = {
+        {"--company 2" + kOctober,
+         "Housekeeping                 not posted: All the settings are not entered. Set all the settings to "
+         "continue.",
+         1},
+        {"--user 2" + kOctober, "User 2 may not make new entries (no \"N\" right on interface 60)", 1},
+        {"--department 9" + kOctober, "payacclink: no department 9 in company 1", 2},
+        {"--type Payrol --from 01/10/2026 --to 31/10/2026", "--type: Payrol not in", 2},
+        {"--type Payroll --from 31/10/2026 --to 01/10/2026", "--to comes before --from", 2},
+        {"--type Payroll --from 1.10.2026 --to 31/10/2026", "needs a date written dd/MM/yyyy", 2},
+        {"--type Payroll --to 31/10/2026", "--from is required", 2},
+    };
+    for (const auto& c : cases) {
+        Result got = post(c.args);
+        EXPECT_EQ(got.status, c.status) << c.args;
+        EXPECT_NE((got.out + got.err).find(c.message), std::string::npos) << c.args << "\n"
+                                                                          << got.out << got.err;
+    }
+    EXPECT_EQ(written(), before);
+}
+
+TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
+    // Where a complete run ends.
+    const std::string start = written();
+    ASSERT_EQ(post(kOctober).status, 0);
+    const std::string complete = written();
+    std::filesystem::remove(tmp.file("demo.db"));
+    std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
+
+    // Killed with the third department's rows written and not committed.
+    const std::string cmd =
+        "cd '" + tmp.path().string() + "' && { PAYACC_TEST_PAUSE_BEFORE_COMMIT=3 PAYACC_LOG_DIR=. '" +
+        kBinary + "' post --db demo.db" + kOctober + " </dev/null >out.txt 2>err.txt & echo $! >pid.txt; }";
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
+    for (int i = 0; i < 600 && slurp(tmp.file("err.txt")).find("paused") == std::string::npos; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_NE(slurp(tmp.file("err.txt")).find("paused before commit 3"), std::string::npos);
+    ::kill(std::stoi(slurp(tmp.file("pid.txt"))), SIGKILL);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+
+    auto c = data::sqlite::open(tmp.file("demo.db"));
+    EXPECT_EQ(c->open("select count(*) from paPayAccLinkHeader")->field(0).toText(), "8") << "two of five";
+    // Every run flagged posted is linked by a saved entry, and every linked run is flagged.
+    EXPECT_EQ(c->open("select count(*) from pMonthlyPayRollProcessing m where mppCompanyID = 1 and "
+                      "mppPosted <> exists (select 1 from paPayAccLinkDetails d join paPayAccLinkHeader h "
+                      "on h.CompanyID = d.CompanyID and h.TransID = d.TransID where h.Cancelled = 0 and "
+                      "d.CompanyID = 1 and d.RefTransID = m.mppProcessID and h.TransType = 'P')")
+                  ->field(0)
+                  .toText(),
+              "0");
+    c.reset();
+    EXPECT_NE(written(), start);
+    Result rest = post(kOctober);
+    EXPECT_EQ(rest.status, 0) << rest.err;
+    EXPECT_NE(rest.out.find("3 posted, 2 with nothing to post"), std::string::npos) << rest.out;
+    EXPECT_EQ(written(), complete) << "the rest posted by a second run, as one run would have";
+}
+
+}  // namespace
