@@ -26,10 +26,6 @@ protected:
                  {"TransID", "TransNo", "TransDate", "Type", "DepartmentName", "cancel", "Posted"});
     }
 
-    std::string mapped(const std::string& logical) {
-        auto v = scalar("select linktablename from linktable where tablename='" + logical + "'");
-        return v.isNull() ? logical : v.toText();
-    }
     void add(int id, const std::string& no, const std::string& date, const std::string& type = "P",
              int cancelled = 0, int posted = 0, int company = 1, int department = 0) {
         raw->execute("insert into " + H +
@@ -294,15 +290,6 @@ TEST_F(BrowserTest, NewEditAndClose) {
     EXPECT_FALSE(module->isLoaded("FrmMaster"));
     EXPECT_TRUE(raw->isOpen());
     EXPECT_TRUE(toolkit.errors.empty());
-}
-
-TEST_F(BrowserTest, WithoutTheTableMappingTheListStatementIsWhatFails) {
-    raw->execute("drop table linktable");
-    EXPECT_THROW(module->FrmMaster(), common::Error);
-    const auto statements = trace->statements();
-    ASSERT_FALSE(statements.empty());
-    EXPECT_EQ(statements.back().rfind("select TransID, TransNo, TransDate, Case ", 0), 0u);
-    EXPECT_NE(statements.back().find(" From  pa,  dm Where"), std::string::npos) << statements.back();
 }
 
 }  // namespace

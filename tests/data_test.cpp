@@ -1,5 +1,5 @@
-// Data access on the embedded database: recordsets, the unopened connection, the statement
-// trace, the table-name mapping, the error log and the exchange rate.
+// Data access on the embedded database: the unopened connection, the statement trace, the
+// table-name mapping and the error log.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -41,32 +41,18 @@ std::string readAll(const std::string& path) {
 class DataTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::create_directory(tmp.path() / "procedures");
         data::sqlite::OpenOptions o;
         o.create = true;
-        o.procedureDir = tmp.file("procedures");
         db = data::sqlite::open(tmp.file("data.db"), o);
         db->execute(
             "create table linktable (tablename text collate nocase, linktablename text collate nocase)");
         db->execute("create table tblUsers (userid integer, username text collate nocase)");
         db->execute("insert into tblUsers values (1, 'admin')");
         db->execute("insert into tblUsers values (2, null)");
-        db->execute("create table rates (CompanyID integer, c1 integer, c2 integer, Rate real)");
-        db->execute("insert into rates values (1, 1, 2, 3.75)");
-        writeProcedure(
-            "spGetExchangeRate",
-            "-- param @CompanyID int\n-- param @CurrencyID1 smallint\n-- param @CurrencyID2 smallint\n"
-            "-- param @Rate double output\n"
-            "select (select Rate from rates where CompanyID=@CompanyID and c1=@CurrencyID1 and "
-            "c2=@CurrencyID2) as Rate\n");
         trace = std::make_shared<data::TraceConnection>(db);
         data::setComponentFolder(tmp.path().string());
     }
     void TearDown() override { data::setComponentFolder(""); }
-
-    void writeProcedure(const std::string& name, const std::string& text) {
-        std::ofstream(tmp.file("procedures/" + name + ".sql")) << text;
-    }
 
     TempDir tmp;
     data::ConnectionPtr db;
@@ -74,50 +60,6 @@ protected:
 };
 
 }  // namespace
-
-TEST(Recordset, ReadsByNameAndPositionAndRaisesAsTheProviderDoes) {
-    data::Recordset rs({"TransID", "TransNo"}, {{Value(1), Value("X1")}, {Value(2), Value()}});
-    EXPECT_EQ(rs.field("transno").toText(), "X1");
-    EXPECT_EQ(rs.field(0).toInt32(), 1);
-    EXPECT_EQ(rs.fieldIndex("TRANSID"), 0);
-    EXPECT_EQ(rs.fieldIndex("nope"), -1);
-    EXPECT_EQ(errorNumber([&] { rs.field("nope"); }), common::err::ItemNotFound);
-    rs.moveNext();
-    EXPECT_TRUE(rs.field("TransNo").isNull());
-    rs.moveNext();
-    EXPECT_TRUE(rs.eof());
-    EXPECT_EQ(errorNumber([&] { rs.field(0); }), 3021);
-    EXPECT_EQ(errorNumber([&] { rs.moveNext(); }), 3021);
-    rs.moveFirst();
-    EXPECT_FALSE(rs.eof());
-    rs.close();
-    EXPECT_TRUE(rs.eof());
-    EXPECT_EQ(errorNumber([&] { rs.field(0); }), common::err::ObjectClosed);
-}
-
-TEST(Connection, UnopenedConnectionRefusesEveryCall) {
-    data::ConnectionPtr c = data::makeUnopenedConnection();
-    EXPECT_FALSE(c->isOpen());
-    EXPECT_FALSE(c->inTransaction());
-    std::vector<std::function<void()>> calls = {
-        [&] { c->execute("select 1"); },
-        [&] { c->open("select 1"); },
-        [&] { c->command("spGetExchangeRate", data::CommandType::StoredProc); },
-        [&] { c->beginTrans(); },
-        [&] { c->commitTrans(); },
-        [&] { c->rollbackTrans(); },
-        [&] { data::GetExchangeRate(*c, 1, 1, 2); },
-    };
-    for (auto& call : calls) {
-        try {
-            call();
-            ADD_FAILURE() << "no error";
-        } catch (const common::Error& e) {
-            EXPECT_EQ(e.number(), 3704);
-            EXPECT_EQ(e.description(), "Operation is not allowed when the object is closed.");
-        }
-    }
-}
 
 TEST_F(DataTest, TraceRecordsStatementsValuesAndInjectedFaults) {
     trace->execute("create table t (a integer, b text)");
@@ -270,36 +212,4 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     data::TableNames unmapped;
     EXPECT_EQ(errorNumber([&] { data::writeErrorLog(*db, unmapped, e); }), common::err::Database);
     EXPECT_EQ(readAll(path), text);
-}
-
-TEST_F(DataTest, ComponentFolderComesFromTheLoadedObjectUnlessOverridden) {
-    data::setComponentFolder("");
-    ::unsetenv("PAYACC_LOG_DIR");
-    auto exe = std::filesystem::canonical("/proc/self/exe").parent_path().string();
-    EXPECT_EQ(data::componentFolder(), exe);
-    ::setenv("PAYACC_LOG_DIR", tmp.path().c_str(), 1);
-    EXPECT_EQ(data::componentFolder(), tmp.path().string());
-    data::setComponentFolder("/somewhere/else");
-    EXPECT_EQ(data::errorLogPath(), "/somewhere/else/QORPayAccLinkingError.log");
-    ::unsetenv("PAYACC_LOG_DIR");
-}
-
-TEST_F(DataTest, ExchangeRateThroughTheStoredProcedureCommand) {
-    EXPECT_DOUBLE_EQ(data::GetExchangeRate(*trace, 1, 1, 2), 3.75);
-    ASSERT_EQ(trace->entries().size(), 1u);
-    EXPECT_EQ(trace->entries()[0].text, "spGetExchangeRate");
-    EXPECT_EQ(trace->entries()[0].values, (std::vector<Value>{Value(1), Value(1), Value(2), Value()}));
-    // No row: the procedure leaves its output Null, and converting it raises.
-    EXPECT_EQ(errorNumber([&] { data::GetExchangeRate(*db, 1, 2, 1); }), common::err::InvalidUseOfNull);
-    // A missing procedure fails as the server does.
-    std::filesystem::remove(tmp.file("procedures/spGetExchangeRate.sql"));
-    data::sqlite::OpenOptions o;
-    o.procedureDir = tmp.file("procedures");
-    auto fresh = data::sqlite::open(tmp.file("data.db"), o);
-    try {
-        data::GetExchangeRate(*fresh, 1, 1, 2);
-        FAIL();
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.description(), "Could not find stored procedure 'spGetExchangeRate'.");
-    }
 }

@@ -25,15 +25,6 @@ protected:
         return f;
     }
 
-    std::string dbState() {
-        return rows("select * from paPayAccLinkHeader order by CompanyID, TransID") +
-               rows("select * from paPayAccLinkDetails order by CompanyID, TransID, DetailID") +
-               rows("select * from paPayAccLinkPostingDetails order by CompanyID, TransID, DetailID") +
-               rows(
-                   "select mppCompanyID, mppProcessID from pMonthlyPayRollProcessing where mppPosted=1 order "
-                   "by 1, 2") +
-               rows("select phCompanyID, phPaymentID from pPaymentHeader where phPosted=1 order by 1, 2");
-    }
     static std::string screenState(const frmPayrollAccountsLinking& f) {
         return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
                common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" +
@@ -250,19 +241,6 @@ TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader"), 6);
 }
 
-TEST_F(SaveTest, YesToSaveChangesSavesAndCloses) {
-    auto& f = payrollEntry();
-    toolkit.answers.push_back(ui::vbYes);
-    f.cmdClose.userClick();
-    EXPECT_FALSE(linkingOpen());
-    EXPECT_TRUE(toolkit.errors.empty());
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
-    // The screen closed once.
-    EXPECT_EQ(
-        std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmPayrollAccountsLinking"),
-        1);
-}
-
 TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
     auto& f = payrollEntry();
     faultEveryCall(f);
@@ -291,62 +269,6 @@ TEST_F(SaveTest, EditedEntryIsAllOrNothingWhateverCallFails) {
     EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
                    "(9001, 9003) order by 1"),
               "9001|1|\n9003|0|\n");
-}
-
-TEST_F(SaveTest, FaultAfterTheCommitKeepsTheSaveAndIsLogged) {
-    auto& f = payrollEntry();
-    browser();
-    bool committed = false;
-    trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind == data::TraceEntry::Kind::Commit)
-            committed = true;
-        else if (committed && e.kind == data::TraceEntry::Kind::Open &&
-                 e.text.find("transID= 6") != std::string::npos)
-            throw common::Error(-2147467259, "test", "refresh failed");
-    };
-    f.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    EXPECT_FALSE(linkingOpen());
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
-    EXPECT_EQ(lastMessage(), "refresh failed");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
-    std::ifstream log(data::errorLogPath());
-    std::stringstream text;
-    text << log.rdbuf();
-    EXPECT_NE(text.str().find("FrmLoanApplication:"), std::string::npos);
-    EXPECT_NE(text.str().find(":UpdateEditedRow :NA\r\n"), std::string::npos);
-}
-
-TEST_F(SaveTest, ConcurrentSaveOfTheSameKeyFailsCleanlyAndSavesOnRetry) {
-    auto& f = payrollEntry();
-    auto other = data::sqlite::open(dbPath);
-    bool done = false;
-    // Another program takes TransID 6 and number PAL/6 after this save has read both.
-    trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind != data::TraceEntry::Kind::Begin || done) return;
-        done = true;
-        other->execute(
-            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, Remarks, Cancelled) values (1, 6, 1, 'PAL/6', '2026-11-20', 'A', 'other', 0)");
-    };
-    f.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    ASSERT_TRUE(done);
-    ASSERT_TRUE(linkingOpen());
-    EXPECT_NE(lastMessage().find("UNIQUE"), std::string::npos) << lastMessage();
-    EXPECT_EQ(rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6"),
-              "6|other|\n");
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 0);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppPosted=1 and mppProcessID>9000"),
-              0);
-
-    f.cmdOk.userClick();
-    EXPECT_FALSE(linkingOpen());
-    EXPECT_EQ(
-        rows("select TransID, TransNo, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6 "
-             "order by TransID"),
-        "6|PAL/6|other|\n7|PAL/7|November wages|\n");
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=7"), 8);
 }
 
 }  // namespace

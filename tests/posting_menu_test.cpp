@@ -142,25 +142,4 @@ TEST_F(PostingMenuTest, HandAddedLineBalancesAndIsSaved) {
         "9301|2001|\n");
 }
 
-// The example script does the same on the demo data, through the host's entry point.
-TEST_F(PostingMenuTest, ExampleScriptSavesTheBalancedEntry) {
-    std::ifstream in(PAYACC_SOURCE_DIR "/scripts/examples/balance_by_hand.script");
-    entry::qorPayrollAccounts component(*module);
-    component.setAdocon(trace);
-    component.strProjectKey = entry::kProjectKey;
-    component.ProcessDate = "15/10/2026";
-    component.intUserID = component.intCompanyID = 1;
-    component.intInterfaceID = 60;
-    std::ostringstream out;
-    script::ScriptRunner runner(toolkit, out);
-    runner.setTrace(trace.get());
-    ASSERT_EQ(runner.run(in, [&] { component.Show(); }), 0) << out.str();
-    EXPECT_EQ(
-        rows("select p.AccountID, p.Description, p.DebitAmount, p.CreditAmount, p.DeptAmount, p.Editable "
-             "from paPayAccLinkPostingDetails p, paPayAccLinkHeader h where p.CompanyID=h.CompanyID and "
-             "p.TransID=h.TransID and h.CompanyID=1 and h.TransType='A' and h.DepartmentID=1 order by "
-             "p.DetailID"),
-        "2001||1529.5|0|1529.5|N|\n3002|Paid by bank transfer|0|-1529.5|-1529.5|Y|\n");
-}
-
 }  // namespace
