@@ -1,5 +1,4 @@
-// Data access on the embedded database: the unopened connection, the statement trace, the
-// table-name mapping and the error log.
+// Data access on the embedded database: the statement trace and the error log.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -109,58 +108,6 @@ TEST_F(DataTest, TraceRecordsStatementsValuesAndInjectedFaults) {
               "EXECUTE\tupdate t set b='x' where a=1\n"
               "COMMAND\tinsert into t (a, b) values (?, ?)\t[5, 'it's']\n"
               "ROLLBACK\n");
-}
-
-TEST_F(DataTest, AssignTableNameMapsEveryLogicalNameFromOneStatement) {
-    auto cmd = db->command("insert into linktable values (?, ?)", data::CommandType::Text);
-    for (auto [logical, physical] : std::initializer_list<std::pair<const char*, const char*>>{
-             {"PUSERS", "tblUsers"},
-             {"PSettings", "psettings"},
-             {"pDepartment", "pDepartmentOld"},
-             {"pLoans", "tblLoans"},
-             {"paPayAccLinkHeader", "paPayAccLinkHeader"},
-             {"pDepartment", "pDepartmentMaster"},
-             {"aaccountmaster", "tblAccounts"}})
-        cmd->execute({Value(logical), Value(physical)});
-
-    data::TableNames names;
-    names.pLoans = "";
-    data::AssignTableName(*trace, names);
-    ASSERT_EQ(trace->statements().size(), 1u);
-    EXPECT_EQ(trace->statements()[0],
-              " select tablename, linktablename from linktable where tablename in (  'pusers', 'ptables', "
-              "'ptablecolumns', 'puserrights','pprefix', 'pSettings', "
-              "'pEmployee','pCurrencyMaster','aAccountMaster', "
-              "'paPayAccLinkPostingDetails','paPayAccLinkDetails', "
-              "'paPayAccLinkHeader','pDepartment','pCompanyMaster')");
-    EXPECT_EQ(names.pusers, "tblUsers");
-    EXPECT_EQ(names.pSettings, "psettings");
-    EXPECT_EQ(names.aAccountMaster, "tblAccounts");
-    EXPECT_EQ(names.paPayAccLinkHeader, "paPayAccLinkHeader");
-    EXPECT_EQ(names.pDepartment, "pDepartmentMaster");  // the last row read wins
-    EXPECT_EQ(names.pLoans, "");                        // never asked for, so never filled
-    EXPECT_EQ(names.pprefix, "");
-
-    // An empty linktable leaves the slots as they were.
-    db->execute("delete from linktable");
-    data::TableNames empty;
-    data::AssignTableName(*db, empty);
-    EXPECT_EQ(empty.pusers, "");
-    EXPECT_EQ(empty.pDepartment, "");
-    data::AssignTableName(*db, names);
-    EXPECT_EQ(names.pusers, "tblUsers");
-
-    // A Null physical name fails at its row; the rows before it have been stored.
-    data::TableNames partial;
-    db->execute("insert into linktable values ('pusers', 'u1')");
-    db->execute("insert into linktable values ('pprefix', null)");
-    db->execute("insert into linktable values ('ptables', 't1')");
-    EXPECT_EQ(errorNumber([&] { data::AssignTableName(*db, partial); }), common::err::InvalidUseOfNull);
-    EXPECT_EQ(partial.pusers, "u1");
-    EXPECT_EQ(partial.ptables, "");
-
-    db->execute("drop table linktable");
-    EXPECT_EQ(errorNumber([&] { data::AssignTableName(*db, partial); }), common::err::Database);
 }
 
 TEST_F(DataTest, ErrorLogWritesNineFieldLines) {

@@ -1,5 +1,5 @@
-// The embedded database's own content: the gathering procedures on the demo data, and the
-// large data set generator. Statements go through the real backend, as the screens send them.
+// The embedded database's own content: the payroll gathering procedure on the demo data,
+// through the real backend as the screens send it.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,7 +13,6 @@
 #include "common/Error.h"
 #include "data/Connection.h"
 #include "data/ErrorLog.h"
-#include "support/Generator.h"
 #include "data/sqlite/SqliteConnection.h"
 
 using common::Value;
@@ -64,16 +63,17 @@ protected:
 
 TEST_F(DbTest, PayrollProcedureGivesTheBalancedLinesOfRunsNotYetLinked) {
     const std::vector<std::string> expectedColumns{
-        "mppProcessID", "mppProcessNo", "mppProcessedDate", "eEmpNo",     "eName",     "mppEmpID",
-        "mppDepartmentID", "depCurrencyID", "CompCurrID", "DepSymbol", "ComSymbol", "AccountDesc",
-        "sacSalaryaccID", "Type",          "Credit",     "netPay",    "AccExRate", "DepExRate",
-        "CompExRate",   "ResSymbol",     "sacCurrencyID", "AccSymbol", "CurrencyID"};
+        "mppProcessID",    "mppProcessNo",  "mppProcessedDate", "eEmpNo",    "eName",     "mppEmpID",
+        "mppDepartmentID", "depCurrencyID", "CompCurrID",       "DepSymbol", "ComSymbol", "AccountDesc",
+        "sacSalaryaccID",  "Type",          "Credit",           "netPay",    "AccExRate", "DepExRate",
+        "CompExRate",      "ResSymbol",     "sacCurrencyID",    "AccSymbol", "CurrencyID"};
     EXPECT_EQ(columnsOf(*db, "exec spPAGetPayrollAccountDetails 1,'20261001','20261031',3"), expectedColumns);
 
     // Site Operations in October: dirham and dollar staff, nothing linked yet.
     auto rows = payroll(1, "20261001", "20261031", 3);
-    const int64_t runs = count("select count(*) from pMonthlyPayRollProcessing where mppCompanyID=1 "
-                               "and mppDepartmentID=3 and mppProcessedDate like '2026-10-%'");
+    const int64_t runs = count(
+        "select count(*) from pMonthlyPayRollProcessing where mppCompanyID=1 "
+        "and mppDepartmentID=3 and mppProcessedDate like '2026-10-%'");
     ASSERT_GT(runs, 100);
     ASSERT_EQ(static_cast<int64_t>(rows.size()), 4 * runs);
     std::map<int64_t, std::vector<Row>> byRun;
@@ -82,8 +82,9 @@ TEST_F(DbTest, PayrollProcedureGivesTheBalancedLinesOfRunsNotYetLinked) {
     std::set<std::string> currencies;
     for (const auto& [id, lines] : byRun) {
         ASSERT_EQ(lines.size(), 4u) << id;
-        auto run = rowsOf(*db, "select * from pMonthlyPayRollProcessing where mppCompanyID=1 and mppProcessID=" +
-                                   std::to_string(id))[0];
+        auto run =
+            rowsOf(*db, "select * from pMonthlyPayRollProcessing where mppCompanyID=1 and mppProcessID=" +
+                            std::to_string(id))[0];
         const char* components[] = {"mppBasic", "mppAllowances", "mppDeductions", "mppNetPay"};
         for (int i = 0; i < 4; ++i) {
             EXPECT_DOUBLE_EQ(num(lines[i], "netPay"), num(run, components[i])) << id;
@@ -135,57 +136,6 @@ TEST_F(DbTest, PayrollProcedureGivesTheBalancedLinesOfRunsNotYetLinked) {
     auto housekeeping = payroll(2, "20260901", "20260930", 1);
     EXPECT_EQ(housekeeping.size(), 4u * 7);
     for (const auto& r : housekeeping) EXPECT_EQ(text(r, "ResSymbol"), "QAR");
-}
-
-TEST(DbGenerator, WritesTheSameShapeIntoAnEmptySchemaAndBesideTheDemo) {
-    TempDir tmp;
-    data::sqlite::OpenOptions create;
-    create.create = true;
-    auto db = data::sqlite::open(tmp.file("large.db"), create);
-    data::sqlite::initialise(*db, false);
-    testsupport::GeneratorOptions o;
-    o.employees = 40;
-    o.months = 2;
-    o.companyId = 3;
-    o.departmentId = 8;
-    o.savedEntries = 100;
-    o.seed = 7;
-    testsupport::generateLarge(*db, o);
-    auto count = [&](const std::string& sql) { return db->open(sql)->field(0).toInt64(); };
-
-    EXPECT_EQ(count("select count(*) from pemployee where eCompanyID=3 and eDepartmentID=8"), 40);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppCompanyID=3"), 80);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppCompanyID=3 and "
-                    "abs(mppBasic + mppAllowances - mppDeductions - mppNetPay) > 0.001"),
-              0);
-    // The settings it made are complete, and the mapping lets the screens find the tables.
-    EXPECT_EQ(count("select count(1) from paSalaryAccountsConfig where sacCompanyID=3"), 4);
-    EXPECT_EQ(count("select count(1) from vwPayAccLinkSettings where isnull(adcAccountID,0) = 0  and CompanyID=3"),
-              0);
-    EXPECT_EQ(count("select count(*) from linktable where tablename='pDepartment'"), 1);
-
-    // 80 standing entries link one run each; 20 more are cancelled attempts at runs since
-    // linked again. All are numbered on from the prefix and carry consistent lines.
-    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=3"), 100);
-    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=3 and Cancelled=1"), 20);
-    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=3 and TransNo like 'PAL/%'"),
-              100);
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=3"), 400);
-    EXPECT_EQ(count("select count(*) from (select TransID from paPayAccLinkPostingDetails where CompanyID=3 "
-                    "group by TransID having count(*) = 4 and abs(sum(DebitAmount) - sum(CreditAmount)) < 0.001 "
-                    "and abs(sum(DeptAmount)) < 0.001)"),
-              100);
-    EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppCompanyID=3 and mppPosted=1"), 80);
-    EXPECT_EQ(db->open("exec spPAGetPayrollAccountDetails 3,'20260901','20261031',8")->rows().size(), 0u);
-
-    // Nothing is left behind when it fails.
-    auto failing = db;
-    testsupport::GeneratorOptions bad;
-    bad.employees = 5;
-    bad.months = 0;
-    bad.savedEntries = 1;
-    EXPECT_THROW(testsupport::generateLarge(*failing, bad), common::Error);
-    EXPECT_EQ(count("select count(*) from pemployee"), 40);
 }
 
 }  // namespace

@@ -172,19 +172,4 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     EXPECT_EQ(main.txtName.text(), "");
 }
 
-TEST_F(ScriptTest, ExpectSqlLooksAtTheStatementsSinceTheLastOne) {
-    testsupport::TempDir dir;
-    data::sqlite::OpenOptions o;
-    o.create = true;
-    auto trace = std::make_shared<data::TraceConnection>(data::sqlite::open(dir.file("s.db"), o));
-    main.connection = trace;
-    Outcome ok = run("click cmdSql\nexpect-sql select 1 as\n", trace.get());
-    EXPECT_EQ(ok.status, 0) << ok.out;
-    Outcome again = run("click cmdSql\nexpect-sql select 1\nexpect-sql select 1\n", trace.get());
-    EXPECT_EQ(again.status, 1);
-    EXPECT_NE(again.out.find("FAIL line 3: no statement since the last expect-sql contains \"select 1\""),
-              std::string::npos)
-        << again.out;
-}
-
 }  // namespace
