@@ -111,53 +111,6 @@ TEST(Controls, ComboClickOnEveryUserPickAndOnEachNewIndexFromCode) {
     EXPECT_EQ(clicks, before) << "clearing raises no Click";
 }
 
-TEST(Controls, ListViewRaisesItemCheckOnlyForTheUser) {
-    HeadlessToolkit tk;
-    SampleForm f(tk);
-    auto& l = f.lvwRows;
-    l.addColumn("Sl No");
-    l.addColumn("Account");
-    std::vector<std::pair<int, bool>> checks;
-    l.ItemCheck = [&](int row) { checks.emplace_back(row, l.checked(row)); };
-    for (int i = 1; i <= 3; ++i) {
-        int row = l.add(std::to_string(i));
-        l.setCell(row, 1, "acc" + std::to_string(i));
-    }
-    EXPECT_EQ(l.selectedIndex(), 1) << "the first row added is the selected one";
-    l.setChecked(2, true);
-    EXPECT_TRUE(checks.empty());
-    l.userToggle(2);
-    l.userToggle(3);
-    ASSERT_EQ(checks.size(), 2u);
-    EXPECT_EQ(checks[0], std::make_pair(2, false));
-    EXPECT_EQ(checks[1], std::make_pair(3, true));
-
-    // Selection follows removals; the cells move with their rows.
-    l.setSelectedIndex(3);
-    l.remove(1);
-    EXPECT_EQ(l.selectedIndex(), 2);
-    EXPECT_EQ(l.cell(2, 1), "acc3");
-    l.remove(2);
-    EXPECT_EQ(l.selectedIndex(), 0);
-
-    // Out of range as the classic list: a missing row 35600, a column past the headers 380.
-    try {
-        (void)l.cell(5, 0);
-        ADD_FAILURE();
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.number(), 35600);
-    }
-    try {
-        l.setCell(1, 2, "x");
-        ADD_FAILURE();
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.number(), 380);
-    }
-    l.checkboxes = false;
-    l.userToggle(1);
-    EXPECT_EQ(checks.size(), 2u) << "no boxes, nothing to tick";
-}
-
 TEST(Forms, UnloadRunsQueryUnloadThenUnloadUnlessCancelled) {
     HeadlessToolkit tk;
     SampleForm f(tk);
