@@ -264,32 +264,4 @@ TEST_F(BrowserTest, DeleteAsksThenRefusesPostedEntriesAndOpensTheCancellation) {
     EXPECT_TRUE(toolkit.errors.empty());
 }
 
-TEST_F(BrowserTest, NewEditAndClose) {
-    auto& empty = module->FrmMaster();
-    empty.CmdEdit.userClick();  // no entry selected: nothing happens
-    EXPECT_EQ(toolkit.topForm(), nullptr);
-    empty.cmdnew.userClick();
-    EXPECT_EQ(module->EntryMode, "N");
-    ASSERT_NE(toolkit.topForm(), nullptr);
-    EXPECT_EQ(toolkit.topForm()->name(), "frmPayrollAccountsLinking");
-    module->frmPayrollAccountsLinking().unload();
-
-    add(11, "PAL-11", "2026-10-10", "P", 1);
-    auto& f = reopen();
-    f.flexMaster.userSelectCell(rowOf(f.flexMaster, "11"), 1);
-    f.CmdEdit.userClick();
-    EXPECT_EQ(module->EntryMode, "E");
-    auto& linking = module->frmPayrollAccountsLinking();
-    EXPECT_EQ(toolkit.topForm(), &linking);
-    EXPECT_EQ(linking.txtTransNo.text(), "PAL-11");
-    EXPECT_FALSE(linking.cmdOk.enabled());  // a cancelled entry is not saved again
-    linking.unload();
-
-    f.CmdClose.userClick();
-    EXPECT_EQ(module->session.connection, nullptr);
-    EXPECT_FALSE(module->isLoaded("FrmMaster"));
-    EXPECT_TRUE(raw->isOpen());
-    EXPECT_TRUE(toolkit.errors.empty());
-}
-
 }  // namespace

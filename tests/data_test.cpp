@@ -1,8 +1,7 @@
-// Data access on the embedded database: the statement trace and the error log.
+// The error log: nine fields a line, the user looked up, a read-only file made writable.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -16,7 +15,6 @@
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
 
-using common::Value;
 using testsupport::TempDir;
 
 namespace {
@@ -43,8 +41,6 @@ protected:
         data::sqlite::OpenOptions o;
         o.create = true;
         db = data::sqlite::open(tmp.file("data.db"), o);
-        db->execute(
-            "create table linktable (tablename text collate nocase, linktablename text collate nocase)");
         db->execute("create table tblUsers (userid integer, username text collate nocase)");
         db->execute("insert into tblUsers values (1, 'admin')");
         db->execute("insert into tblUsers values (2, null)");
@@ -59,56 +55,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(DataTest, TraceRecordsStatementsValuesAndInjectedFaults) {
-    trace->execute("create table t (a integer, b text)");
-    auto cmd = trace->command("insert into t (a, b) values (?, ?)", data::CommandType::Text);
-    cmd->execute({Value(1), Value("one")});
-    cmd->refreshParameters();
-    EXPECT_EQ(cmd->parameters().size(), 2u);
-    cmd->setParameter(0, Value(2));
-    cmd->setParameter(1, Value());
-    cmd->execute();
-    trace->beginTrans();
-    trace->commitTrans();
-    auto rs = trace->open("select count(*) from t", data::CursorType::Static, data::LockType::ReadOnly);
-    EXPECT_EQ(rs->field(0).toInt32(), 2);
-
-    std::vector<std::string> expected = {"create table t (a integer, b text)",
-                                         "insert into t (a, b) values (?, ?)",
-                                         "insert into t (a, b) values (?, ?)", "select count(*) from t"};
-    EXPECT_EQ(trace->statements(), expected);
-    const auto& e = trace->entries();
-    ASSERT_EQ(e.size(), 6u);
-    EXPECT_EQ(e[1].kind, data::TraceEntry::Kind::Command);
-    EXPECT_EQ(e[1].values, (std::vector<Value>{Value(1), Value("one")}));
-    EXPECT_EQ(e[2].values, (std::vector<Value>{Value(2), Value()}));
-    EXPECT_EQ(e[3].kind, data::TraceEntry::Kind::Begin);
-    EXPECT_EQ(e[4].kind, data::TraceEntry::Kind::Commit);
-
-    // A fault injected before a call keeps the call from reaching the database.
-    trace->beforeEach = [](const data::TraceEntry& entry) {
-        if (entry.text.find("insert") != std::string::npos)
-            common::raise(common::err::Database, "test", "injected");
-    };
-    EXPECT_THROW(trace->execute("insert into t (a, b) values (3, 'three')"), common::Error);
-    EXPECT_THROW(cmd->execute({Value(4), Value("four")}), common::Error);
-    trace->beforeEach = nullptr;
-    EXPECT_EQ(db->open("select count(*) from t")->field(0).toInt32(), 2);
-
-    // The support file gets one line per entry, appended.
-    trace->clear();
-    const std::string file = tmp.file("trace.txt");
-    trace->setFile(file);
-    trace->execute("update t\nset b='x' where a=1");
-    cmd->execute({Value(5), Value("it's")});
-    trace->rollbackTrans();
-    std::string text = readAll(file);
-    EXPECT_EQ(text,
-              "EXECUTE\tupdate t set b='x' where a=1\n"
-              "COMMAND\tinsert into t (a, b) values (?, ?)\t[5, 'it's']\n"
-              "ROLLBACK\n");
-}
 
 TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     data::TableNames names;

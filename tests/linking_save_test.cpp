@@ -197,26 +197,6 @@ TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
               (std::vector<std::string>{"6", "PAL/6", "20/11/2026", "Payroll", "Test Lab", "No", "No"}));
 }
 
-TEST_F(SaveTest, DetailsAreNumberedOverTheTickedRowsOnly) {
-    addPayment(9201, "O", 901, 100, "2026-11-05");
-    addPayment(9202, "O", 902, 70, "2026-11-06");
-    addPayment(9203, "O", 903, 100, "2026-11-07");
-    auto& f = openNew();
-    gather(f, "Others", DateTime::ymd(2026, 11, 20));
-    ASSERT_EQ(f.lvwTransactionDetails.count(), 6);
-    f.lvwTransactionDetails.userToggle(2);  // cash credit of the first payment
-    f.lvwTransactionDetails.userToggle(5);  // debit of the third
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen());
-    EXPECT_EQ(rows("select DetailID, RefTransID, AccountID, Credit, RefTransType from paPayAccLinkDetails "
-                   "where CompanyID=1 and TransID=6 order by DetailID"),
-              "1|9201|3001|1|Others|\n2|9203|2006|0|Others|\n");
-    EXPECT_EQ(rows("select DetailID, AccountID, DebitAmount, CreditAmount from paPayAccLinkPostingDetails "
-                   "where CompanyID=1 and TransID=6 order by DetailID"),
-              "1|3001|0|100|\n2|2006|100|0|\n");
-    EXPECT_EQ(rows("select TransType from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "O|\n");
-}
-
 TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     auto& f = openNew();
     f.cmdClose.userClick();  // nothing changed
