@@ -1,5 +1,5 @@
 // The entry browser driven as a user does: list and date window, captions and colours,
-// sort and search, rights and the actions.
+// search, rights and the actions.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -151,30 +151,6 @@ TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
     EXPECT_EQ(buttons(f), "NE-P");
     g.userSelectCell(rowOf(g, "1"), 1);
     EXPECT_EQ(buttons(f), "NEDP");
-}
-
-TEST_F(BrowserTest, SortsByTheChosenColumnAndDatesThroughColumnOne) {
-    add(1, "B-2", "2026-10-10", "P");
-    add(2, "A-9", "2026-10-12", "A");
-    add(3, "C-1", "2026-10-11", "R");
-    captions({"ID", "Entry No", "Entry DATE", "Type", "Department", "Cancelled", "Posted"},
-             {"TransID", "TransNo", "TransDate", "Type", "DepartmentName", "cancel", "Posted"});
-    auto& f = module->FrmMaster();
-    auto& g = f.flexMaster;
-
-    ASSERT_TRUE(f.cboColNames.userSelectText("Entry DATE"));
-    EXPECT_EQ(g.col(), 1);
-    EXPECT_EQ(g.colSel(), 1);
-    EXPECT_EQ(column(g, 0), (Strings{"2", "1", "3"}));
-    EXPECT_FALSE(toolkit.busy());
-
-    f.optDescend.userSet(true);
-    EXPECT_EQ(f.cboColNames.listIndex(), -1);
-    ASSERT_TRUE(f.cboColNames.userSelectText("Entry DATE"));
-    EXPECT_EQ(column(g, 0), (Strings{"3", "1", "2"}));
-    ASSERT_TRUE(f.cboColNames.userSelectText("Type"));
-    EXPECT_EQ(g.col(), 3);
-    EXPECT_EQ(column(g, 3), (Strings{"Salary Advances", "Reimbursements", "Payroll"}));
 }
 
 TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {

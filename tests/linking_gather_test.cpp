@@ -1,5 +1,5 @@
-// The linking screen's gathering: settings check, type and department guards, date
-// defaults, retrieval, ticks, Select All and the posting lines.
+// The linking screen's gathering: settings check, the type and department checks of Show,
+// retrieval, ticks, Select All and the posting lines.
 #include <algorithm>
 
 #include "linking_fixture.h"
@@ -237,51 +237,6 @@ TEST_F(GatherTest, PaymentsGoStraightToTheDetailList) {
     f.cmdShow.userClick();
     EXPECT_EQ(f.lvwPostingDetails.count(), 0);
     for (int d = 1; d <= 4; ++d) EXPECT_FALSE(f.lvwTransactionDetails.checked(d));
-}
-
-TEST_F(GatherTest, PostingLinesGroupByAccountAndTransactionCurrency) {
-    // Other payments post to the cash account itself, so both sides of one payment meet on
-    // one line.
-    raw->execute("update paPayAccLinkSettings set adcAccountID=3001 where CompanyID=1 and SettingCode='O'");
-    addPayment(9201, "O", 901, 100, "2026-11-05");
-    addPayment(9202, "O", 902, 40, "2026-11-06");
-    addPayment(9203, "O", 906, 50, "2026-11-07", 2);  // dollars
-    auto& f = openNew();
-    gather(f, "Others", DateTime::ymd(2026, 11, 20));
-    ASSERT_EQ(f.lvwTransactionDetails.count(), 6);
-    auto& d = f.lvwTransactionDetails;
-    auto& p = f.lvwPostingDetails;
-
-    d.userToggle(1);  // debit 100
-    d.userToggle(4);  // credit 40
-    ASSERT_EQ(p.count(), 1);
-    EXPECT_EQ(p.cell(1, DebitAmount), "100.00");
-    EXPECT_EQ(p.cell(1, CreditAmount), "40.00");
-    EXPECT_EQ(p.cell(1, TotalAmount), "60.00");
-    EXPECT_EQ(p.cell(1, CompAmount), "60.00");
-    EXPECT_EQ(p.cell(1, Editable), "N");
-    EXPECT_EQ(f.txtTotDepAmount.text(), "60.00");
-
-    // The same account in dollars is a line of its own.
-    d.userToggle(5);
-    ASSERT_EQ(p.count(), 2);
-    EXPECT_EQ(p.cell(2, linking::pst::ResCurrID), "2");
-    EXPECT_EQ(p.cell(2, DebitAmount), "183.63");  // 50 USD on the dirham account
-    EXPECT_EQ(p.cell(2, TransAmt), "50.00");
-
-    // Emptying the first line removes it and renumbers.
-    d.userToggle(1);
-    d.userToggle(4);
-    ASSERT_EQ(p.count(), 1);
-    EXPECT_EQ(p.text(1), "1");
-    EXPECT_EQ(p.cell(1, linking::pst::ResCurrID), "2");
-
-    // A line keeps both sides: ticking both rows of one payment leaves debit and credit.
-    d.userToggle(6);
-    EXPECT_EQ(p.cell(1, DebitAmount), "183.63");
-    EXPECT_EQ(p.cell(1, CreditAmount), "183.63");
-    EXPECT_EQ(p.cell(1, TotalAmount), "0.00");
-    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
 }
 
 TEST_F(GatherTest, OnlyACreditOfOneIsACredit) {
