@@ -107,4 +107,19 @@ TEST_F(HostTest, InitMakesADatabaseThatScriptsRunOn) {
     EXPECT_NE(locked.out.find("FAIL line 1:"), std::string::npos) << locked.out;
 }
 
+// Every example script runs to its end on a fresh demo database; their own expect lines check
+// what the screens show and hold.
+TEST_F(HostTest, ExampleScriptsPassOnTheDemoDatabase) {
+    int scripts = 0;
+    for (const auto& e : std::filesystem::directory_iterator(PAYACC_SOURCE_DIR "/scripts/examples")) {
+        if (e.path().extension() != ".script") continue;
+        const std::string db = tmp.file(e.path().stem().string() + ".db");
+        ASSERT_EQ(run("init '" + db + "' --demo").status, 0);
+        Result r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
+        EXPECT_EQ(r.status, 0) << e.path() << "\n" << r.out << r.err;
+        ++scripts;
+    }
+    EXPECT_GE(scripts, 2);
+}
+
 }  // namespace
