@@ -21,10 +21,10 @@
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "data/ErrorLog.h"
-#include "data/sqlite/Generator.h"
-#include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "support/DemoSession.h"
+#include "support/Generator.h"
 #include "ui/Headless.h"
 
 extern char** environ;
@@ -39,64 +39,28 @@ constexpr int kGatherEmployees = 10000;
 constexpr const char* kChildJob = "PAYACC_BENCH_CHILD_JOB";
 
 // A folder for this run's databases, removed when the run ends.
-class BenchDir {
-public:
-    BenchDir() {
-        path_ = fs::temp_directory_path() / ("payacc-browser-bench-" + std::to_string(::getpid()));
-        fs::create_directories(path_);
-        data::setComponentFolder(path_.string());
-    }
-    ~BenchDir() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-};
-
-BenchDir& benchDir() {
-    static BenchDir dir;
+testsupport::TempDir& benchDir() {
+    static testsupport::TempDir dir;
     return dir;
 }
 
 // 100,000 entries over five months of 10,000 runs: the first 50,000 stand and link their run,
 // the rest are cancelled earlier attempts. All of them in the list (no date window).
 const std::string& browserDb() {
-    static std::string path;
-    if (path.empty()) {
-        path = benchDir().file("entries.db");
-        data::sqlite::OpenOptions o;
-        o.create = true;
-        auto c = data::sqlite::open(path, o);
-        data::sqlite::initialise(*c, false);
-        data::sqlite::GeneratorOptions g;
+    data::setComponentFolder(benchDir().path().string());
+    return testsupport::templateDb("entries", false, [](data::Connection& c) {
+        testsupport::GeneratorOptions g;
         g.employees = 10000;
         g.months = 5;
         g.savedEntries = kSavedEntries;
-        data::sqlite::generateLarge(*c, g);
-        c->execute("update psettings set noofpreviousdays=0 where companyid=1");
-    }
-    return path;
+        testsupport::generateLarge(c, g);
+        c.execute("update psettings set noofpreviousdays=0 where companyid=1");
+    });
 }
 
 // One user's module on a database, the browser not yet loaded.
 struct Session {
-    explicit Session(const std::string& dbPath) {
-        connection = data::sqlite::open(dbPath);
-        module = std::make_unique<entry::Module>(toolkit);
-        module->session.connection = connection;
-        module->session.userId = 1;
-        module->session.companyId = 1;
-        module->session.interfaceId = 60;
-        module->session.msgTitle = "Payroll Accounts Linking";
-        module->session.processDate = "15/10/2026";
-    }
-    ~Session() {
-        module.reset();
-        connection.reset();
-    }
+    explicit Session(const std::string& dbPath) : demo(toolkit, dbPath, false), module(demo.module) {}
     browser::FrmMaster& browser() { return module->FrmMaster(); }
     bool ok(benchmark::State& state) {
         if (toolkit.errors.empty()) return true;
@@ -104,9 +68,9 @@ struct Session {
         return false;
     }
 
-    data::ConnectionPtr connection;
     ui::HeadlessToolkit toolkit;
-    std::unique_ptr<entry::Module> module;
+    testsupport::DemoSession demo;
+    std::unique_ptr<entry::Module>& module;
 };
 
 // The whole load: mapping, date window, list statement, GridPopulate, rights.
@@ -231,14 +195,12 @@ long maxRssKb() {
 
 // Child, job "make DB": the 10,000 employees' October payroll.
 void makeGatheringDb(const std::string& db) {
-    data::sqlite::OpenOptions o;
-    o.create = true;
-    auto c = data::sqlite::open(db, o);
-    data::sqlite::initialise(*c, false);
-    data::sqlite::GeneratorOptions g;
-    g.employees = kGatherEmployees;
-    g.months = 1;
-    data::sqlite::generateLarge(*c, g);
+    testsupport::makeDb(db, false, [](data::Connection& c) {
+        testsupport::GeneratorOptions g;
+        g.employees = kGatherEmployees;
+        g.months = 1;
+        testsupport::generateLarge(c, g);
+    });
 }
 
 // Child, job "gather DB OUT": a new entry of all 10,000 runs, saved; writes

@@ -13,10 +13,10 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "data/ErrorLog.h"
-#include "data/sqlite/Generator.h"
-#include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "support/DemoSession.h"
+#include "support/Generator.h"
 #include "ui/Headless.h"
 
 namespace {
@@ -28,53 +28,30 @@ constexpr int kEmployees = 10000;
 
 // The generated database, made once per run and copied for each session that writes.
 const std::string& templateDb() {
-    static std::string path;
-    if (path.empty()) {
-        fs::path dir = fs::temp_directory_path() / ("payacc-bench-" + std::to_string(::getpid()));
-        fs::create_directories(dir);
-        path = (dir / "large.db").string();
-        data::sqlite::OpenOptions o;
-        o.create = true;
-        auto c = data::sqlite::open(path, o);
-        data::sqlite::initialise(*c, false);
-        data::sqlite::GeneratorOptions g;
+    static testsupport::TempDir dir;
+    data::setComponentFolder(dir.path().string());
+    return testsupport::templateDb("large", false, [](data::Connection& c) {
+        testsupport::GeneratorOptions g;
         g.employees = kEmployees;
         g.months = 1;
         g.companyId = 1;
         g.departmentId = 1;
-        data::sqlite::generateLarge(*c, g);
-        data::setComponentFolder(dir.string());
-    }
-    return path;
+        testsupport::generateLarge(c, g);
+    });
 }
 
 // One user's session on the linking screen: type Payroll, the generated department, the
 // October payroll range.
 struct Session {
-    explicit Session(bool ownCopy) {
-        dbPath = templateDb();
-        if (ownCopy) {
-            std::string copy = templateDb() + ".work.db";
-            fs::copy_file(templateDb(), copy, fs::copy_options::overwrite_existing);
-            dbPath = copy;
-        }
-        connection = data::sqlite::open(dbPath);
-        module = std::make_unique<entry::Module>(toolkit);
-        module->session.connection = connection;
-        module->session.userId = 1;
-        module->session.companyId = 1;
-        module->session.interfaceId = 60;
-        module->session.msgTitle = "Payroll Accounts Linking";
-        module->session.processDate = "15/10/2026";
+    explicit Session(bool ownCopy)
+        : demo(toolkit, ownCopy ? testsupport::copyDb(templateDb(), templateDb() + ".work.db") : templateDb(),
+               false),
+          module(demo.module) {
         module->FrmMaster().cmdnew.userClick();
         screen = &module->frmPayrollAccountsLinking();
         screen->cboType.userSelectText("Payroll");
         for (int i = 0; i < screen->cboDepartment.listCount(); ++i)
             if (screen->cboDepartment.itemData(i) == 1) screen->cboDepartment.userSelect(i);
-    }
-    ~Session() {
-        module.reset();
-        connection.reset();
     }
     frmPayrollAccountsLinking& f() { return *screen; }
     // A new retrieval leaves the box as it was: untick it first, as a user would.
@@ -96,10 +73,9 @@ struct Session {
         return true;
     }
 
-    std::string dbPath;
-    data::ConnectionPtr connection;
     ui::HeadlessToolkit toolkit;
-    std::unique_ptr<entry::Module> module;
+    testsupport::DemoSession demo;
+    std::unique_ptr<entry::Module>& module;
     frmPayrollAccountsLinking* screen = nullptr;
 };
 
@@ -208,7 +184,7 @@ void BM_PlainInserts(benchmark::State& state) {
         s->selectAll();
         auto& d = s->f().lvwTransactionDetails;
         auto& p = s->f().lvwPostingDetails;
-        auto& c = *s->connection;
+        auto& c = *s->demo.raw;
         state.ResumeTiming();
         c.beginTrans();
         auto cmd = c.command(

@@ -14,8 +14,9 @@
 
 #include "browser/PostAllDepartments.h"
 #include "data/ErrorLog.h"
-#include "data/sqlite/Generator.h"
 #include "data/sqlite/SqliteConnection.h"
+#include "support/DemoSession.h"
+#include "support/Generator.h"
 
 namespace {
 
@@ -25,24 +26,16 @@ constexpr int kDepartments = 100;
 constexpr int kEmployeesEach = 500;
 
 const std::string& companyDb() {
-    static std::string path;
-    if (path.empty()) {
-        fs::path dir = fs::temp_directory_path() / ("payacc-post-bench-" + std::to_string(::getpid()));
-        fs::create_directories(dir);
-        path = (dir / "company.db").string();
-        data::sqlite::OpenOptions o;
-        o.create = true;
-        auto c = data::sqlite::open(path, o);
-        data::sqlite::initialise(*c, false);
+    const std::string& path = testsupport::templateDb("post-company", false, [](data::Connection& c) {
         for (int d = 1; d <= kDepartments; ++d) {
-            data::sqlite::GeneratorOptions g;
+            testsupport::GeneratorOptions g;
             g.employees = kEmployeesEach;
             g.departmentId = d;
             g.seed = static_cast<unsigned>(d);
-            data::sqlite::generateLarge(*c, g);
+            testsupport::generateLarge(c, g);
         }
-        data::setComponentFolder(dir.string());
-    }
+    });
+    data::setComponentFolder(fs::path(path).parent_path().string());
     return path;
 }
 

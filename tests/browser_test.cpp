@@ -1,5 +1,5 @@
 // The entry browser driven as a user does: list and date window, captions and colours,
-// sort and search, rights and the actions.
+// search, rights and the actions.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -26,10 +26,6 @@ protected:
                  {"TransID", "TransNo", "TransDate", "Type", "DepartmentName", "cancel", "Posted"});
     }
 
-    std::string mapped(const std::string& logical) {
-        auto v = scalar("select linktablename from linktable where tablename='" + logical + "'");
-        return v.isNull() ? logical : v.toText();
-    }
     void add(int id, const std::string& no, const std::string& date, const std::string& type = "P",
              int cancelled = 0, int posted = 0, int company = 1, int department = 0) {
         raw->execute("insert into " + H +
@@ -157,30 +153,6 @@ TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
     EXPECT_EQ(buttons(f), "NEDP");
 }
 
-TEST_F(BrowserTest, SortsByTheChosenColumnAndDatesThroughColumnOne) {
-    add(1, "B-2", "2026-10-10", "P");
-    add(2, "A-9", "2026-10-12", "A");
-    add(3, "C-1", "2026-10-11", "R");
-    captions({"ID", "Entry No", "Entry DATE", "Type", "Department", "Cancelled", "Posted"},
-             {"TransID", "TransNo", "TransDate", "Type", "DepartmentName", "cancel", "Posted"});
-    auto& f = module->FrmMaster();
-    auto& g = f.flexMaster;
-
-    ASSERT_TRUE(f.cboColNames.userSelectText("Entry DATE"));
-    EXPECT_EQ(g.col(), 1);
-    EXPECT_EQ(g.colSel(), 1);
-    EXPECT_EQ(column(g, 0), (Strings{"2", "1", "3"}));
-    EXPECT_FALSE(toolkit.busy());
-
-    f.optDescend.userSet(true);
-    EXPECT_EQ(f.cboColNames.listIndex(), -1);
-    ASSERT_TRUE(f.cboColNames.userSelectText("Entry DATE"));
-    EXPECT_EQ(column(g, 0), (Strings{"3", "1", "2"}));
-    ASSERT_TRUE(f.cboColNames.userSelectText("Type"));
-    EXPECT_EQ(g.col(), 3);
-    EXPECT_EQ(column(g, 3), (Strings{"Salary Advances", "Reimbursements", "Payroll"}));
-}
-
 TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
     const Strings numbers{"PAY-1", "PAL-7", "ZZZ", "PAL-3", "ABC-1", "PAL-5"};
     const int ids[] = {5, 1201, 1202, 1203, 1204, 1205};
@@ -266,43 +238,6 @@ TEST_F(BrowserTest, DeleteAsksThenRefusesPostedEntriesAndOpensTheCancellation) {
     ASSERT_NE(toolkit.topForm(), nullptr);
     EXPECT_EQ(toolkit.topForm()->name(), "frmcancell");
     EXPECT_TRUE(toolkit.errors.empty());
-}
-
-TEST_F(BrowserTest, NewEditAndClose) {
-    auto& empty = module->FrmMaster();
-    empty.CmdEdit.userClick();  // no entry selected: nothing happens
-    EXPECT_EQ(toolkit.topForm(), nullptr);
-    empty.cmdnew.userClick();
-    EXPECT_EQ(module->EntryMode, "N");
-    ASSERT_NE(toolkit.topForm(), nullptr);
-    EXPECT_EQ(toolkit.topForm()->name(), "frmPayrollAccountsLinking");
-    module->frmPayrollAccountsLinking().unload();
-
-    add(11, "PAL-11", "2026-10-10", "P", 1);
-    auto& f = reopen();
-    f.flexMaster.userSelectCell(rowOf(f.flexMaster, "11"), 1);
-    f.CmdEdit.userClick();
-    EXPECT_EQ(module->EntryMode, "E");
-    auto& linking = module->frmPayrollAccountsLinking();
-    EXPECT_EQ(toolkit.topForm(), &linking);
-    EXPECT_EQ(linking.txtTransNo.text(), "PAL-11");
-    EXPECT_FALSE(linking.cmdOk.enabled());  // a cancelled entry is not saved again
-    linking.unload();
-
-    f.CmdClose.userClick();
-    EXPECT_EQ(module->session.connection, nullptr);
-    EXPECT_FALSE(module->isLoaded("FrmMaster"));
-    EXPECT_TRUE(raw->isOpen());
-    EXPECT_TRUE(toolkit.errors.empty());
-}
-
-TEST_F(BrowserTest, WithoutTheTableMappingTheListStatementIsWhatFails) {
-    raw->execute("drop table linktable");
-    EXPECT_THROW(module->FrmMaster(), common::Error);
-    const auto statements = trace->statements();
-    ASSERT_FALSE(statements.empty());
-    EXPECT_EQ(statements.back().rfind("select TransID, TransNo, TransDate, Case ", 0), 0u);
-    EXPECT_NE(statements.back().find(" From  pa,  dm Where"), std::string::npos) << statements.back();
 }
 
 }  // namespace

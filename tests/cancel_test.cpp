@@ -34,32 +34,19 @@ protected:
         ASSERT_EQ(runs.size() + payments.size(), 6u);
     }
 
-    std::string mapped(const std::string& logical) {
-        auto v = scalar("select linktablename from linktable where tablename='" + logical + "'");
-        return v.isNull() ? logical : v.toText();
-    }
     Strings column(const std::string& sql) {
         Strings out;
         for (auto rs = raw->open(sql); !rs->eof(); rs->moveNext()) out.push_back(rs->field(0).joinText());
         return out;
     }
-    // Every row of a query with its fields joined: compares database states.
-    std::string dump(const std::string& sql) {
-        std::string out;
-        for (auto rs = raw->open(sql); !rs->eof(); rs->moveNext()) {
-            for (int i = 0; i < rs->fieldCount(); ++i) out += rs->field(i).joinText() + "|";
-            out += "\n";
-        }
-        return out;
-    }
     std::string state() {
-        return dump("select TransID, Cancelled, cancelremarks from " + H + " order by CompanyID, TransID") +
-               dump("select mppProcessID, mppPosted from pMonthlyPayRollProcessing order by mppProcessID") +
-               dump("select phPaymentID, phPosted from pPaymentHeader order by phPaymentID") +
-               dump("select count(*) from " + DT);
+        return rows("select TransID, Cancelled, cancelremarks from " + H + " order by CompanyID, TransID") +
+               rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing order by mppProcessID") +
+               rows("select phPaymentID, phPosted from pPaymentHeader order by phPaymentID") +
+               rows("select count(*) from " + DT);
     }
     std::string headerOf(int id) {
-        return dump("select Cancelled, cancelremarks from " + H +
+        return rows("select Cancelled, cancelremarks from " + H +
                     " where CompanyID=1 and TransID=" + std::to_string(id));
     }
     std::string posted(const std::string& table, const std::string& key, const std::string& flag,
@@ -87,16 +74,10 @@ protected:
                              : "update pPaymentHeader set phPosted=1 where phPaymentID=" + ref);
         }
     }
-    int rowOf(int id) {
-        auto& g = module->FrmMaster().flexMaster;
-        for (int r = 1; r < g.rows(); ++r)
-            if (g.textMatrix(r, 0) == std::to_string(id)) return r;
-        return -1;
-    }
     // The browser's Delete on the entry's row, answered Yes: the cancellation screen opens.
     linking::frmcancell& openCancel(int id) {
         auto& f = module->FrmMaster();
-        f.flexMaster.userSelectCell(rowOf(id), 1);
+        f.flexMaster.userSelectCell(browserRow(id), 1);
         toolkit.answers.push_back(ui::vbYes);
         f.CmdDelete.userClick();
         EXPECT_TRUE(module->isLoaded("frmcancell"));
@@ -118,14 +99,14 @@ TEST_F(CancelTest, PayrollEntryReleasesBothRunsAndKeepsItsDetails) {
     raw->execute("update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + runs[2]);
     auto& c = openCancel(901);
     trace->clear();
-    c.txtreason.userType("Duplicate run");
+    c.txtreason.userType("Duplicate's run");  // a typed apostrophe never arrives
     c.cmdok.userClick();
 
-    EXPECT_EQ(headerOf(901), "1|Duplicate run|\n");
+    EXPECT_EQ(headerOf(901), "1|Duplicates run|\n");
     EXPECT_EQ(posted("pMonthlyPayRollProcessing", "mppProcessID", "mppPosted", runs), "001");
     EXPECT_EQ(scalar("select count(*) from " + DT + " where CompanyID=1 and TransID=901").toInt32(), 2);
     EXPECT_EQ(count("update " + H +
-                    "  set cancelled=1, cancelremarks='Duplicate run' where TransID=901  and "
+                    "  set cancelled=1, cancelremarks='Duplicates run' where TransID=901  and "
                     "CompanyID= 1"),
               1);
     EXPECT_EQ(count("Select distinct RefTransID from " + DT + " where CompanyID=1 and TransID=901"), 1);
@@ -137,7 +118,7 @@ TEST_F(CancelTest, PayrollEntryReleasesBothRunsAndKeepsItsDetails) {
 
     EXPECT_FALSE(module->isLoaded("frmcancell"));
     auto& g = module->FrmMaster().flexMaster;
-    const int row = rowOf(901);
+    const int row = browserRow(901);
     EXPECT_EQ(g.textMatrix(row, 5), "Yes");
     for (int col = 0; col < g.cols(); ++col) EXPECT_EQ(g.cellBackColor(row, col), 255u) << col;
     EXPECT_TRUE(toolkit.errors.empty());
@@ -187,51 +168,6 @@ TEST_F(CancelTest, ReasonIsRequiredAndTheWindowCannotCloseWithoutCancelling) {
     EXPECT_EQ(headerOf(903), "1|its wrong|\n");
     EXPECT_EQ(posted("pMonthlyPayRollProcessing", "mppProcessID", "mppPosted", {runs[0]}), "0");
     EXPECT_EQ(toolkit.messages.size(), shown + 2);
-}
-
-TEST_F(CancelTest, FailureAtAnyStatementLeavesEverythingAsItWas) {
-    addEntry(905, "P", {runs[0], runs[1], runs[0]});
-    auto& g = module->FrmMaster().flexMaster;
-    const int row = rowOf(905);
-    auto& c = openCancel(905);
-    c.txtreason.userType("Entered twice");
-    const std::string before = state();
-    std::vector<uint32_t> colours;
-    for (int col = 0; col < g.cols(); ++col) colours.push_back(g.cellBackColor(row, col));
-
-    int k = 1;
-    for (; k < 40; ++k) {
-        int calls = 0;
-        trace->beforeEach = [&](const data::TraceEntry&) {
-            if (++calls == k)
-                throw common::Error(-2147467259, "TestProvider", "injected fault " + std::to_string(k));
-        };
-        c.cmdok.userClick();
-        trace->beforeEach = nullptr;
-        if (!module->isLoaded("frmcancell")) break;  // no k-th call: the cancellation went through
-
-        EXPECT_EQ(state(), before) << "fault at call " << k;
-        EXPECT_FALSE(trace->inTransaction()) << k;
-        EXPECT_EQ(g.textMatrix(row, 5), "No") << k;
-        for (int col = 0; col < g.cols(); ++col) EXPECT_EQ(g.cellBackColor(row, col), colours[col]) << k;
-        ASSERT_NE(toolkit.lastMessage(), nullptr);
-        EXPECT_EQ(toolkit.lastMessage()->text, "injected fault " + std::to_string(k));
-        EXPECT_TRUE(c.cmdok.enabled());
-    }
-    // Begin, update, select, two releases (distinct runs) and commit each failed once.
-    EXPECT_GE(k, 7);
-    EXPECT_EQ(headerOf(905), "1|Entered twice|\n");
-    EXPECT_EQ(g.textMatrix(row, 5), "Yes");
-
-    std::ifstream log(data::errorLogPath(), std::ios::binary);
-    std::stringstream text;
-    text << log.rdbuf();
-    int logged = 0;
-    for (std::string line; std::getline(text, line); ++logged) {
-        EXPECT_EQ(line.rfind("frmcancell:QORPayAccLinking:-2147467259:TestProvider:injected fault ", 0), 0u);
-        EXPECT_NE(line.find(":Cmdok_Click :"), std::string::npos) << line;
-    }
-    EXPECT_EQ(logged, k - 1);
 }
 
 }  // namespace

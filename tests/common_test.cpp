@@ -116,39 +116,6 @@ TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {
     }
 }
 
-TEST(Conv, TextHelpers) {
-    EXPECT_EQ(Trim("  a b \t"), "a b \t");  // blanks only, as the classic Trim
-    EXPECT_EQ(LTrim("  a "), "a ");
-    EXPECT_EQ(RTrim("  a "), "  a");
-    EXPECT_EQ(UCase("pSettings"), "PSETTINGS");
-    EXPECT_EQ(LCase("PUsers"), "pusers");
-    EXPECT_TRUE(ContainsNoCase("Trans Date", "date"));
-    EXPECT_FALSE(ContainsNoCase("Trans No", "date"));
-    EXPECT_TRUE(ContainsNoCase("abc", ""));
-    EXPECT_FALSE(ContainsNoCase("", ""));
-    EXPECT_TRUE(EqualsNoCase("PUSERS", "pusers"));
-}
-
-TEST(Errors, ClassicDescriptions) {
-    struct Case {
-        void (*raiser)();
-        int number;
-        const char* text;
-    } cases[] = {{raiseOverflow, 6, "Overflow"},
-                 {raiseTypeMismatch, 13, "Type mismatch"},
-                 {raiseInvalidUseOfNull, 94, "Invalid use of Null"}};
-    for (const Case& c : cases) {
-        try {
-            c.raiser();
-            FAIL();
-        } catch (const Error& e) {
-            EXPECT_EQ(e.number(), c.number);
-            EXPECT_EQ(e.description(), c.text);
-            EXPECT_STREQ(e.what(), c.text);
-        }
-    }
-}
-
 TEST(DateTime, FormatsTheComponentUses) {
     DateTime d = DateTime::ymd(2004, 2, 9);
     EXPECT_EQ(formatDate(d, "dd/MMM/yyyy"), "09/Feb/2004");

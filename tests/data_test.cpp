@@ -1,9 +1,7 @@
-// Data access on the embedded database: recordsets, the unopened connection, the statement
-// trace, the table-name mapping, the error log and the exchange rate.
+// The error log: nine fields a line, the user looked up, a read-only file made writable.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -17,7 +15,6 @@
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
 
-using common::Value;
 using testsupport::TempDir;
 
 namespace {
@@ -41,32 +38,16 @@ std::string readAll(const std::string& path) {
 class DataTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::create_directory(tmp.path() / "procedures");
         data::sqlite::OpenOptions o;
         o.create = true;
-        o.procedureDir = tmp.file("procedures");
         db = data::sqlite::open(tmp.file("data.db"), o);
-        db->execute(
-            "create table linktable (tablename text collate nocase, linktablename text collate nocase)");
         db->execute("create table tblUsers (userid integer, username text collate nocase)");
         db->execute("insert into tblUsers values (1, 'admin')");
         db->execute("insert into tblUsers values (2, null)");
-        db->execute("create table rates (CompanyID integer, c1 integer, c2 integer, Rate real)");
-        db->execute("insert into rates values (1, 1, 2, 3.75)");
-        writeProcedure(
-            "spGetExchangeRate",
-            "-- param @CompanyID int\n-- param @CurrencyID1 smallint\n-- param @CurrencyID2 smallint\n"
-            "-- param @Rate double output\n"
-            "select (select Rate from rates where CompanyID=@CompanyID and c1=@CurrencyID1 and "
-            "c2=@CurrencyID2) as Rate\n");
         trace = std::make_shared<data::TraceConnection>(db);
         data::setComponentFolder(tmp.path().string());
     }
     void TearDown() override { data::setComponentFolder(""); }
-
-    void writeProcedure(const std::string& name, const std::string& text) {
-        std::ofstream(tmp.file("procedures/" + name + ".sql")) << text;
-    }
 
     TempDir tmp;
     data::ConnectionPtr db;
@@ -74,152 +55,6 @@ protected:
 };
 
 }  // namespace
-
-TEST(Recordset, ReadsByNameAndPositionAndRaisesAsTheProviderDoes) {
-    data::Recordset rs({"TransID", "TransNo"}, {{Value(1), Value("X1")}, {Value(2), Value()}});
-    EXPECT_EQ(rs.field("transno").toText(), "X1");
-    EXPECT_EQ(rs.field(0).toInt32(), 1);
-    EXPECT_EQ(rs.fieldIndex("TRANSID"), 0);
-    EXPECT_EQ(rs.fieldIndex("nope"), -1);
-    EXPECT_EQ(errorNumber([&] { rs.field("nope"); }), common::err::ItemNotFound);
-    rs.moveNext();
-    EXPECT_TRUE(rs.field("TransNo").isNull());
-    rs.moveNext();
-    EXPECT_TRUE(rs.eof());
-    EXPECT_EQ(errorNumber([&] { rs.field(0); }), 3021);
-    EXPECT_EQ(errorNumber([&] { rs.moveNext(); }), 3021);
-    rs.moveFirst();
-    EXPECT_FALSE(rs.eof());
-    rs.close();
-    EXPECT_TRUE(rs.eof());
-    EXPECT_EQ(errorNumber([&] { rs.field(0); }), common::err::ObjectClosed);
-}
-
-TEST(Connection, UnopenedConnectionRefusesEveryCall) {
-    data::ConnectionPtr c = data::makeUnopenedConnection();
-    EXPECT_FALSE(c->isOpen());
-    EXPECT_FALSE(c->inTransaction());
-    std::vector<std::function<void()>> calls = {
-        [&] { c->execute("select 1"); },
-        [&] { c->open("select 1"); },
-        [&] { c->command("spGetExchangeRate", data::CommandType::StoredProc); },
-        [&] { c->beginTrans(); },
-        [&] { c->commitTrans(); },
-        [&] { c->rollbackTrans(); },
-        [&] { data::GetExchangeRate(*c, 1, 1, 2); },
-    };
-    for (auto& call : calls) {
-        try {
-            call();
-            ADD_FAILURE() << "no error";
-        } catch (const common::Error& e) {
-            EXPECT_EQ(e.number(), 3704);
-            EXPECT_EQ(e.description(), "Operation is not allowed when the object is closed.");
-        }
-    }
-}
-
-TEST_F(DataTest, TraceRecordsStatementsValuesAndInjectedFaults) {
-    trace->execute("create table t (a integer, b text)");
-    auto cmd = trace->command("insert into t (a, b) values (?, ?)", data::CommandType::Text);
-    cmd->execute({Value(1), Value("one")});
-    cmd->refreshParameters();
-    EXPECT_EQ(cmd->parameters().size(), 2u);
-    cmd->setParameter(0, Value(2));
-    cmd->setParameter(1, Value());
-    cmd->execute();
-    trace->beginTrans();
-    trace->commitTrans();
-    auto rs = trace->open("select count(*) from t", data::CursorType::Static, data::LockType::ReadOnly);
-    EXPECT_EQ(rs->field(0).toInt32(), 2);
-
-    std::vector<std::string> expected = {"create table t (a integer, b text)",
-                                         "insert into t (a, b) values (?, ?)",
-                                         "insert into t (a, b) values (?, ?)", "select count(*) from t"};
-    EXPECT_EQ(trace->statements(), expected);
-    const auto& e = trace->entries();
-    ASSERT_EQ(e.size(), 6u);
-    EXPECT_EQ(e[1].kind, data::TraceEntry::Kind::Command);
-    EXPECT_EQ(e[1].values, (std::vector<Value>{Value(1), Value("one")}));
-    EXPECT_EQ(e[2].values, (std::vector<Value>{Value(2), Value()}));
-    EXPECT_EQ(e[3].kind, data::TraceEntry::Kind::Begin);
-    EXPECT_EQ(e[4].kind, data::TraceEntry::Kind::Commit);
-
-    // A fault injected before a call keeps the call from reaching the database.
-    trace->beforeEach = [](const data::TraceEntry& entry) {
-        if (entry.text.find("insert") != std::string::npos)
-            common::raise(common::err::Database, "test", "injected");
-    };
-    EXPECT_THROW(trace->execute("insert into t (a, b) values (3, 'three')"), common::Error);
-    EXPECT_THROW(cmd->execute({Value(4), Value("four")}), common::Error);
-    trace->beforeEach = nullptr;
-    EXPECT_EQ(db->open("select count(*) from t")->field(0).toInt32(), 2);
-
-    // The support file gets one line per entry, appended.
-    trace->clear();
-    const std::string file = tmp.file("trace.txt");
-    trace->setFile(file);
-    trace->execute("update t\nset b='x' where a=1");
-    cmd->execute({Value(5), Value("it's")});
-    trace->rollbackTrans();
-    std::string text = readAll(file);
-    EXPECT_EQ(text,
-              "EXECUTE\tupdate t set b='x' where a=1\n"
-              "COMMAND\tinsert into t (a, b) values (?, ?)\t[5, 'it's']\n"
-              "ROLLBACK\n");
-}
-
-TEST_F(DataTest, AssignTableNameMapsEveryLogicalNameFromOneStatement) {
-    auto cmd = db->command("insert into linktable values (?, ?)", data::CommandType::Text);
-    for (auto [logical, physical] : std::initializer_list<std::pair<const char*, const char*>>{
-             {"PUSERS", "tblUsers"},
-             {"PSettings", "psettings"},
-             {"pDepartment", "pDepartmentOld"},
-             {"pLoans", "tblLoans"},
-             {"paPayAccLinkHeader", "paPayAccLinkHeader"},
-             {"pDepartment", "pDepartmentMaster"},
-             {"aaccountmaster", "tblAccounts"}})
-        cmd->execute({Value(logical), Value(physical)});
-
-    data::TableNames names;
-    names.pLoans = "";
-    data::AssignTableName(*trace, names);
-    ASSERT_EQ(trace->statements().size(), 1u);
-    EXPECT_EQ(trace->statements()[0],
-              " select tablename, linktablename from linktable where tablename in (  'pusers', 'ptables', "
-              "'ptablecolumns', 'puserrights','pprefix', 'pSettings', "
-              "'pEmployee','pCurrencyMaster','aAccountMaster', "
-              "'paPayAccLinkPostingDetails','paPayAccLinkDetails', "
-              "'paPayAccLinkHeader','pDepartment','pCompanyMaster')");
-    EXPECT_EQ(names.pusers, "tblUsers");
-    EXPECT_EQ(names.pSettings, "psettings");
-    EXPECT_EQ(names.aAccountMaster, "tblAccounts");
-    EXPECT_EQ(names.paPayAccLinkHeader, "paPayAccLinkHeader");
-    EXPECT_EQ(names.pDepartment, "pDepartmentMaster");  // the last row read wins
-    EXPECT_EQ(names.pLoans, "");                        // never asked for, so never filled
-    EXPECT_EQ(names.pprefix, "");
-
-    // An empty linktable leaves the slots as they were.
-    db->execute("delete from linktable");
-    data::TableNames empty;
-    data::AssignTableName(*db, empty);
-    EXPECT_EQ(empty.pusers, "");
-    EXPECT_EQ(empty.pDepartment, "");
-    data::AssignTableName(*db, names);
-    EXPECT_EQ(names.pusers, "tblUsers");
-
-    // A Null physical name fails at its row; the rows before it have been stored.
-    data::TableNames partial;
-    db->execute("insert into linktable values ('pusers', 'u1')");
-    db->execute("insert into linktable values ('pprefix', null)");
-    db->execute("insert into linktable values ('ptables', 't1')");
-    EXPECT_EQ(errorNumber([&] { data::AssignTableName(*db, partial); }), common::err::InvalidUseOfNull);
-    EXPECT_EQ(partial.pusers, "u1");
-    EXPECT_EQ(partial.ptables, "");
-
-    db->execute("drop table linktable");
-    EXPECT_EQ(errorNumber([&] { data::AssignTableName(*db, partial); }), common::err::Database);
-}
 
 TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     data::TableNames names;
@@ -270,36 +105,4 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     data::TableNames unmapped;
     EXPECT_EQ(errorNumber([&] { data::writeErrorLog(*db, unmapped, e); }), common::err::Database);
     EXPECT_EQ(readAll(path), text);
-}
-
-TEST_F(DataTest, ComponentFolderComesFromTheLoadedObjectUnlessOverridden) {
-    data::setComponentFolder("");
-    ::unsetenv("PAYACC_LOG_DIR");
-    auto exe = std::filesystem::canonical("/proc/self/exe").parent_path().string();
-    EXPECT_EQ(data::componentFolder(), exe);
-    ::setenv("PAYACC_LOG_DIR", tmp.path().c_str(), 1);
-    EXPECT_EQ(data::componentFolder(), tmp.path().string());
-    data::setComponentFolder("/somewhere/else");
-    EXPECT_EQ(data::errorLogPath(), "/somewhere/else/QORPayAccLinkingError.log");
-    ::unsetenv("PAYACC_LOG_DIR");
-}
-
-TEST_F(DataTest, ExchangeRateThroughTheStoredProcedureCommand) {
-    EXPECT_DOUBLE_EQ(data::GetExchangeRate(*trace, 1, 1, 2), 3.75);
-    ASSERT_EQ(trace->entries().size(), 1u);
-    EXPECT_EQ(trace->entries()[0].text, "spGetExchangeRate");
-    EXPECT_EQ(trace->entries()[0].values, (std::vector<Value>{Value(1), Value(1), Value(2), Value()}));
-    // No row: the procedure leaves its output Null, and converting it raises.
-    EXPECT_EQ(errorNumber([&] { data::GetExchangeRate(*db, 1, 2, 1); }), common::err::InvalidUseOfNull);
-    // A missing procedure fails as the server does.
-    std::filesystem::remove(tmp.file("procedures/spGetExchangeRate.sql"));
-    data::sqlite::OpenOptions o;
-    o.procedureDir = tmp.file("procedures");
-    auto fresh = data::sqlite::open(tmp.file("data.db"), o);
-    try {
-        data::GetExchangeRate(*fresh, 1, 1, 2);
-        FAIL();
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.description(), "Could not find stored procedure 'spGetExchangeRate'.");
-    }
 }

@@ -1,26 +1,13 @@
-// The component's entry: the key check of Show, the module's screen instances, its error
-// log and message boxes, and the C factory for plug-in hosts.
+// The component's entry: Show opens the browser only for the exact project key.
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
-#include "entry/Plugin.h"
 #include "entry/qorPayrollAccounts.h"
 
 namespace {
 
 using testsupport::ModuleTest;
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 class EntryTest : public ModuleTest {
 protected:
@@ -81,85 +68,6 @@ TEST_F(EntryTest, ShowOpensTheBrowserOnlyForTheExactKey) {
     ASSERT_TRUE(c);
     EXPECT_EQ(bare.adocon(), c);
     EXPECT_FALSE(c->isOpen());
-}
-
-TEST_F(EntryTest, ScreensAreSingleInstancesLoadedOnFirstUse) {
-    EXPECT_TRUE(module->loadedForms().empty());
-    auto& master = module->FrmMaster();
-    EXPECT_EQ(&module->FrmMaster(), &master);
-    EXPECT_TRUE(master.loaded);
-    ASSERT_EQ(toolkit.loadedForms().size(), 1u);
-    EXPECT_EQ(master.flexMaster.cols(), 7) << "Form_Load ran and filled the grid";
-    EXPECT_TRUE(master.unload());
-    EXPECT_FALSE(master.loaded);
-    EXPECT_TRUE(toolkit.loadedForms().empty());
-    EXPECT_EQ(module->loadedForm("FrmMaster"), nullptr);
-    EXPECT_EQ(master.name(), "FrmMaster") << "the unloaded object lives until collect";
-    EXPECT_NE(&module->FrmMaster(), &master);
-}
-
-TEST_F(EntryTest, LogErrorWritesTheLineAndTellsTheUserWhenDue) {
-    module->session.tables.pusers = "pusers";
-    module->session.msgTitle = "Linking";
-    module->LogError("frmJournalDetails  ", 3, "cmdOk_Click ", 5, "QORPayAccLinking", "Bad: value", "N",
-                     true);
-    std::string log = readFile(data::errorLogPath());
-    EXPECT_EQ(log.rfind("frmJournalDetails  :QORPayAccLinking:5:QORPayAccLinking:Bad: value:", 0), 0u) << log;
-    EXPECT_NE(log.find(":clerk:cmdOk_Click :N\r\n"), std::string::npos) << log;
-    ASSERT_EQ(toolkit.messages.size(), 1u);
-    EXPECT_EQ(toolkit.messages[0].request.text, "Bad: value");
-    EXPECT_EQ(toolkit.messages[0].request.style, ui::vbOKOnly + ui::vbExclamation);
-    EXPECT_EQ(toolkit.messages[0].request.title, "Linking");
-
-    // Number 0, or no message wanted: the line only.
-    module->LogError("frmJournalDetails ", 3, "cmdCancel_Click ", 0, "", "nothing", "E", true);
-    module->LogError("frmJournalDetails ", 3, "cmdCancel_Click ", 9, "", "quiet", "E", false);
-    EXPECT_EQ(toolkit.messages.size(), 1u);
-    // The handlers' form: the session user and the module's entry mode.
-    module->EntryMode = "E";
-    module->LogError("Employeeexit", "Generateexitno", common::Error(13, "src", "Type mismatch"));
-    log = readFile(data::errorLogPath());
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4);
-    EXPECT_NE(log.find("Employeeexit:QORPayAccLinking:13:src:Type mismatch:"), std::string::npos);
-    EXPECT_NE(log.find(":admin:Generateexitno:E\r\n"), std::string::npos) << "session user 1";
-    EXPECT_EQ(toolkit.messages.size(), 2u);
-
-    // A failing user look-up leaves LogError uncaught, with no message.
-    module->session.tables.pusers = "";
-    EXPECT_THROW(module->LogError("x", 1, "p", 5, "s", "d", "N", true), common::Error);
-    EXPECT_EQ(toolkit.messages.size(), 2u);
-}
-
-TEST_F(EntryTest, PluginFactoryRunsTheComponentForAHost) {
-    EXPECT_EQ(QORPayAccLinking_Create(nullptr), nullptr);
-    QORPayAccLinkingHandle* h = QORPayAccLinking_Create(&toolkit);
-    ASSERT_NE(h, nullptr);
-    EXPECT_EQ(QORPayAccLinking_OpenDatabase(h, tmp.file("missing.db").c_str()), -1);
-    EXPECT_STRNE(QORPayAccLinking_LastError(h), "");
-    EXPECT_EQ(QORPayAccLinking_OpenDatabase(h, dbPath.c_str()), 0);
-    QORPayAccLinking_SetMsgboxTitle(h, "Host");
-    QORPayAccLinking_SetProcessDate(h, "15/10/2026");
-    QORPayAccLinking_SetUserID(h, 1);
-    QORPayAccLinking_SetCompanyID(h, 1);
-    QORPayAccLinking_SetInterfaceID(h, 60);
-
-    QORPayAccLinking_SetProjectKey(h, "nope");
-    EXPECT_EQ(QORPayAccLinking_Show(h), 0);
-    EXPECT_TRUE(toolkit.transcript.empty());
-
-    // The host's window loop: here the user closes the browser at once.
-    std::string caption;
-    toolkit.onModal = [&](ui::Form& f) {
-        caption = f.caption();
-        f.userClose();
-    };
-    QORPayAccLinking_SetProjectKey(h, entry::kProjectKey);
-    EXPECT_EQ(QORPayAccLinking_Show(h), 0);
-    EXPECT_EQ(caption, "Payroll Accounts Linking");
-    EXPECT_EQ(toolkit.transcript,
-              (std::vector<std::string>{"SHOW FrmMaster: Payroll Accounts Linking", "UNLOAD FrmMaster"}));
-
-    QORPayAccLinking_Destroy(h);
 }
 
 }  // namespace

@@ -113,40 +113,6 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
     EXPECT_FALSE(cancelled.fraTransactionDetails.enabled());
 }
 
-TEST_F(EditTest, PaymentEntryLinesShowTheirSides) {
-    raw->execute(
-        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-        "Remarks, Cancelled) values (1, 50, 9, 'PAL/50', '2026-10-20', 'O', NULL, 0)");
-    raw->execute(
-        "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, DepartmentID, RefTransID, "
-        "RefTransNo, "
-        "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, "
-        "AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, AccountAmount, DeptAmount, CompAmount, "
-        "Credit) values (1, 50, 1, 9, 9301, 'PAY/9301', 'Others', '2026-10-18', 901, 'Tester 901', 'T901', "
-        "2006, 'Other Staff Payments', 'AED', 'AED', 1, 1, 100, 100, 100, 100, 0)");
-    raw->execute(
-        "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
-        "AccountDesc, Description, AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, "
-        "CreditAmount, RefTransAmount, DeptAmount, CompAmount, Editable) values "
-        "(1, 50, 1, 9, 2006, 'Other Staff Payments', NULL, 1, 'AED', 1, 'AED', 100, 0, 100, 100, 100, 'N'),"
-        "(1, 50, 2, 9, 3001, 'Cash in Hand', 'paid out', 1, 'AED', 1, 'AED', 0, 60.5, -60.5, -60.5, -60.5, "
-        "'Y')");
-    auto& f = openEdit(50);
-    EXPECT_EQ(f.cboType.text(), "Others");
-    EXPECT_EQ(f.cboDepartment.text(), "Test Lab");
-    EXPECT_EQ(f.txtRemarks.text(), "");
-    EXPECT_FALSE(f.cmdShowDetails.visible());
-    ASSERT_EQ(f.lvwTransactions.count(), 1);
-    EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::TransID), "9301");
-    EXPECT_EQ(rowCells(f.lvwPostingDetails, 1),
-              (std::vector<std::string>{"1", "Other Staff Payments", "", "AED", "2006", "100.00", "0.00", "9",
-                                        "100.00", "100.00", "AED", "100.00", "100.00", "1", "1", "N"}));
-    EXPECT_EQ(f.lvwPostingDetails.cell(2, CreditAmount), "60.50");
-    EXPECT_EQ(f.lvwPostingDetails.cell(2, TotalAmount), "-60.50");
-    EXPECT_EQ(f.lvwPostingDetails.cell(2, linking::pst::Description), "paid out");
-    EXPECT_EQ(f.txtTotDepAmount.text(), "39.50");
-}
-
 TEST_F(EditTest, SavingAnEditedEntryReleasesUntickedSourcesAndRenumbers) {
     const int lines = count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
     auto& f = openEdit(3);

@@ -33,11 +33,6 @@ protected:
                 "', 9, " + (e == 906 ? "2" : "1") + ")");
     }
 
-    std::string mapped(const std::string& logical) {
-        auto v = scalar("select linktablename from linktable where tablename='" + logical + "'");
-        return v.isNull() ? logical : v.toText();
-    }
-
     // A processed payroll of the test department on the 28th of November 2026.
     void addRun(int id, int emp, double basic, double allowances, double deductions,
                 const std::string& isoDate = "2026-11-28") {
@@ -109,10 +104,11 @@ protected:
                 return r;
         return 0;
     }
-    static std::vector<std::string> rowCells(const ui::ListView& l, int row) {
-        std::vector<std::string> v;
-        for (int c = 0; c < l.columnCount(); ++c) v.push_back(l.cell(row, c));
-        return v;
+    // One row's cells joined with "|".
+    static std::string rowCells(const ui::ListView& l, int row) {
+        std::string s;
+        for (int c = 0; c < l.columnCount(); ++c) s += (c ? "|" : "") + l.cell(row, c);
+        return s;
     }
     // Everything the user sees in the three lists, ticks included.
     static std::string dump(const ui::ListView& l) {
@@ -121,17 +117,6 @@ protected:
             s += l.checked(r) ? "[x]" : "[ ]";
             for (int c = 0; c < l.columnCount(); ++c) s += "|" + l.cell(r, c);
             s += "\n";
-        }
-        return s;
-    }
-    // Every row of a query, one line each.
-    std::string rows(const std::string& sql) {
-        auto rs = raw->open(sql);
-        std::string s;
-        while (!rs->eof()) {
-            for (int i = 0; i < rs->fieldCount(); ++i) s += rs->field(i).joinText() + "|";
-            s += "\n";
-            rs->moveNext();
         }
         return s;
     }

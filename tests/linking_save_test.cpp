@@ -25,15 +25,6 @@ protected:
         return f;
     }
 
-    std::string dbState() {
-        return rows("select * from paPayAccLinkHeader order by CompanyID, TransID") +
-               rows("select * from paPayAccLinkDetails order by CompanyID, TransID, DetailID") +
-               rows("select * from paPayAccLinkPostingDetails order by CompanyID, TransID, DetailID") +
-               rows(
-                   "select mppCompanyID, mppProcessID from pMonthlyPayRollProcessing where mppPosted=1 order "
-                   "by 1, 2") +
-               rows("select phCompanyID, phPaymentID from pPaymentHeader where phPosted=1 order by 1, 2");
-    }
     static std::string screenState(const frmPayrollAccountsLinking& f) {
         return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
                common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" +
@@ -211,26 +202,6 @@ TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
               (std::vector<std::string>{"6", "PAL/6", "20/11/2026", "Payroll", "Test Lab", "No", "No"}));
 }
 
-TEST_F(SaveTest, DetailsAreNumberedOverTheTickedRowsOnly) {
-    addPayment(9201, "O", 901, 100, "2026-11-05");
-    addPayment(9202, "O", 902, 70, "2026-11-06");
-    addPayment(9203, "O", 903, 100, "2026-11-07");
-    auto& f = openNew();
-    gather(f, "Others", DateTime::ymd(2026, 11, 20));
-    ASSERT_EQ(f.lvwTransactionDetails.count(), 6);
-    f.lvwTransactionDetails.userToggle(2);  // cash credit of the first payment
-    f.lvwTransactionDetails.userToggle(5);  // debit of the third
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen());
-    EXPECT_EQ(rows("select DetailID, RefTransID, AccountID, Credit, RefTransType from paPayAccLinkDetails "
-                   "where CompanyID=1 and TransID=6 order by DetailID"),
-              "1|9201|3001|1|Others|\n2|9203|2006|0|Others|\n");
-    EXPECT_EQ(rows("select DetailID, AccountID, DebitAmount, CreditAmount from paPayAccLinkPostingDetails "
-                   "where CompanyID=1 and TransID=6 order by DetailID"),
-              "1|3001|0|100|\n2|2006|100|0|\n");
-    EXPECT_EQ(rows("select TransType from paPayAccLinkHeader where CompanyID=1 and TransID=6"), "O|\n");
-}
-
 TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     auto& f = openNew();
     f.cmdClose.userClick();  // nothing changed
@@ -253,19 +224,6 @@ TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     EXPECT_EQ(lastMessage(), "Select a type.");
     EXPECT_TRUE(linkingOpen());
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader"), 6);
-}
-
-TEST_F(SaveTest, YesToSaveChangesSavesAndCloses) {
-    auto& f = payrollEntry();
-    toolkit.answers.push_back(ui::vbYes);
-    f.cmdClose.userClick();
-    EXPECT_FALSE(linkingOpen());
-    EXPECT_TRUE(toolkit.errors.empty());
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
-    // The screen closed once.
-    EXPECT_EQ(
-        std::count(toolkit.transcript.begin(), toolkit.transcript.end(), "UNLOAD frmPayrollAccountsLinking"),
-        1);
 }
 
 TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
@@ -296,53 +254,6 @@ TEST_F(SaveTest, EditedEntryIsAllOrNothingWhateverCallFails) {
     EXPECT_EQ(rows("select mppProcessID, mppPosted from pMonthlyPayRollProcessing where mppProcessID in "
                    "(9001, 9003) order by 1"),
               "9001|1|\n9003|0|\n");
-}
-
-TEST_F(SaveTest, FaultAfterTheCommitKeepsTheSaveAndIsLogged) {
-    auto& f = payrollEntry();
-    browser();
-    bool committed = false;
-    trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind == data::TraceEntry::Kind::Commit)
-            committed = true;
-        else if (committed && e.kind == data::TraceEntry::Kind::Open &&
-                 e.text.find("transID= 6") != std::string::npos)
-            throw common::Error(-2147467259, "test", "refresh failed");
-    };
-    f.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    EXPECT_FALSE(linkingOpen());
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=6"), 8);
-    EXPECT_EQ(lastMessage(), "refresh failed");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
-    std::ifstream log(data::errorLogPath());
-    std::stringstream text;
-    text << log.rdbuf();
-    EXPECT_NE(text.str().find("FrmLoanApplication:"), std::string::npos);
-    EXPECT_NE(text.str().find(":UpdateEditedRow :NA\r\n"), std::string::npos);
-}
-
-TEST_F(SaveTest, ConcurrentSaveOfTheSameKeyTakesFreshKeysInsideItsTransaction) {
-    auto& f = payrollEntry();
-    auto other = data::sqlite::open(dbPath);
-    bool done = false;
-    // Another program takes TransID 6 and number PAL/6 after this save has read both.
-    trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind != data::TraceEntry::Kind::Begin || done) return;
-        done = true;
-        other->execute(
-            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, Remarks, Cancelled) values (1, 6, 1, 'PAL/6', '2026-11-20', 'A', 'other', 0)");
-    };
-    f.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    ASSERT_TRUE(done);
-    EXPECT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(
-        rows("select TransID, TransNo, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=6 "
-             "order by TransID"),
-        "6|PAL/6|other|\n7|PAL/7|November wages|\n");
-    EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=7"), 8);
 }
 
 }  // namespace

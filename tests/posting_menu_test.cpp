@@ -1,5 +1,4 @@
-// The posting list's popup menu, double-click and keys, and an entry balanced by hand from
-// the selection to the database.
+// The posting list's popup menu, double-click and keys.
 #include <fstream>
 #include <sstream>
 
@@ -102,65 +101,6 @@ TEST_F(PostingMenuTest, DeletingAnAddedLineRenumbersAndRebalances) {
     f.lvwPostingDetails.userKeyDown(ui::vbKeyDelete);
     ASSERT_EQ(toolkit.errors.size(), 1u);
     EXPECT_EQ(toolkit.errors[0].number(), common::err::ObjectNotSet);
-}
-
-// An advance ticked on its debit side only, the missing credit added by hand, the entry saved.
-TEST_F(PostingMenuTest, HandAddedLineBalancesAndIsSaved) {
-    addPayment(9301, "A", 901, 250.75, "2026-11-10");
-    auto& f = openNew();
-    gather(f, "Salary Advances", common::DateTime::ymd(2026, 11, 20));
-    ASSERT_EQ(f.lvwTransactionDetails.cell(1, linking::det::Credit), "0");
-    f.lvwTransactionDetails.userToggle(1);
-    EXPECT_EQ(f.txtTotDepAmount.text(), "250.75");
-
-    popupItems(f, 1);
-    f.mnuAdd.userClick();
-    auto& ed = module->frmJournalDetails();
-    ASSERT_TRUE(ed.cboAccountID.userSelectText("Emirates Bank Current Account"));
-    ed.txtDescription.userType("Paid by bank transfer");
-    ed.txtAmount.userType("250.75");
-    ed.cmdOK.userClick();
-    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
-    ed.cmdCancel.userClick();
-    f.cmdOk.userClick();
-    ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << lastMessage();
-
-    const std::string entry =
-        "from paPayAccLinkHeader h where CompanyID=1 and TransType='A' and DepartmentID=9";
-    EXPECT_EQ(count("select count(*) " + entry), 1);
-    EXPECT_EQ(
-        rows("select DetailID, AccountID, Description, DebitAmount, CreditAmount, DeptAmount, CompAmount, "
-             "RefCurrID, Editable from paPayAccLinkPostingDetails where CompanyID=1 and TransID=(select "
-             "TransID " +
-             entry + ") order by DetailID"),
-        "1|2001||250.75|0|250.75|250.75|1|N|\n"
-        "2|3002|Paid by bank transfer|0|250.75|-250.75|-250.75|1|Y|\n");
-    EXPECT_EQ(
-        rows("select RefTransID, AccountID from paPayAccLinkDetails where CompanyID=1 and TransID=(select "
-             "TransID " +
-             entry + ")"),
-        "9301|2001|\n");
-}
-
-// The example script does the same on the demo data, through the host's entry point.
-TEST_F(PostingMenuTest, ExampleScriptSavesTheBalancedEntry) {
-    std::ifstream in(PAYACC_SOURCE_DIR "/scripts/examples/balance_by_hand.script");
-    entry::qorPayrollAccounts component(*module);
-    component.setAdocon(trace);
-    component.strProjectKey = entry::kProjectKey;
-    component.ProcessDate = "15/10/2026";
-    component.intUserID = component.intCompanyID = 1;
-    component.intInterfaceID = 60;
-    std::ostringstream out;
-    script::ScriptRunner runner(toolkit, out);
-    runner.setTrace(trace.get());
-    ASSERT_EQ(runner.run(in, [&] { component.Show(); }), 0) << out.str();
-    EXPECT_EQ(
-        rows("select p.AccountID, p.Description, p.DebitAmount, p.CreditAmount, p.DeptAmount, p.Editable "
-             "from paPayAccLinkPostingDetails p, paPayAccLinkHeader h where p.CompanyID=h.CompanyID and "
-             "p.TransID=h.TransID and h.CompanyID=1 and h.TransType='A' and h.DepartmentID=1 order by "
-             "p.DetailID"),
-        "2001||1529.5|0|1529.5|N|\n3002|Paid by bank transfer|0|1529.5|-1529.5|Y|\n");
 }
 
 }  // namespace

@@ -133,47 +133,6 @@ close
     EXPECT_TRUE(main.unloadRan);
 }
 
-TEST_F(ScriptTest, ListsAndGridsAreDrivenAndDumped) {
-    Outcome r = run(R"(tick lvwItems 1
-expect-checked lvwItems 1 1
-expect-checked lvwItems 2 0
-row lvwItems 2
-expect lvwItems.row 2
-expect lvwItems 2
-expect-cell lvwItems 2 1 Pear
-expect-cell lvwItems 0 1 Name
-expect-header lvwItems 0 "Sl No"
-row grid 1
-expect grid.rows 2
-expect-cell grid 1 1 y
-expect-header grid 1 B
-dump lvwItems
-dump grid
-)");
-    EXPECT_EQ(r.status, 0) << r.out;
-    EXPECT_EQ(main.lastChecked, 1);
-    EXPECT_EQ(r.out,
-              "SHOW frmMain: Main form\n"
-              "DUMP lvwItems\n"
-              "0\t[-]\tSl No\tName\n"
-              "1\t[x]\t1\tApple\n"
-              "2\t[ ]\t2\tPear\n"
-              "DUMP grid\n"
-              "0\tA\tB\n"
-              "1\tx\ty\n"
-              "OK\n");
-}
-
-TEST_F(ScriptTest, AtTheEndFormsStillOpenAreDroppedWithoutUnloadEvents) {
-    Outcome r = run("click cmdOpen\nset txtNote left open\n");
-    EXPECT_EQ(r.status, 0) << r.out;
-    EXPECT_EQ(r.out, "SHOW frmMain: Main form\nSHOW frmChild: Child form\nOK\n");
-    EXPECT_FALSE(child.unloadRan);
-    EXPECT_FALSE(main.unloadRan);
-    EXPECT_FALSE(main.afterChild) << "the handler that showed the child does not go on";
-    EXPECT_EQ(child.txtNote.text(), "left open");
-}
-
 TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     struct Case {
         const char* script;
@@ -211,21 +170,6 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     Outcome r = run("set txtName Alice\nfrobnicate\n");
     EXPECT_EQ(r.out, "FAIL line 2: unknown command 'frobnicate'\n");
     EXPECT_EQ(main.txtName.text(), "");
-}
-
-TEST_F(ScriptTest, ExpectSqlLooksAtTheStatementsSinceTheLastOne) {
-    testsupport::TempDir dir;
-    data::sqlite::OpenOptions o;
-    o.create = true;
-    auto trace = std::make_shared<data::TraceConnection>(data::sqlite::open(dir.file("s.db"), o));
-    main.connection = trace;
-    Outcome ok = run("click cmdSql\nexpect-sql select 1 as\n", trace.get());
-    EXPECT_EQ(ok.status, 0) << ok.out;
-    Outcome again = run("click cmdSql\nexpect-sql select 1\nexpect-sql select 1\n", trace.get());
-    EXPECT_EQ(again.status, 1);
-    EXPECT_NE(again.out.find("FAIL line 3: no statement since the last expect-sql contains \"select 1\""),
-              std::string::npos)
-        << again.out;
 }
 
 }  // namespace

@@ -107,17 +107,12 @@ class GuiTest : public ::testing::Test {
 protected:
     void SetUp() override {
         app();
-        dbPath = tmp.file("gui.db");
-        std::filesystem::copy_file(testsupport::demoTemplate(), dbPath);
-        raw = data::sqlite::open(dbPath);
         data::setComponentFolder(tmp.path().string());
-        module = std::make_unique<entry::Module>(toolkit);
-        module->session.connection = raw;
-        module->session.userId = 1;
-        module->session.companyId = 1;
-        module->session.interfaceId = 60;
-        module->session.msgTitle = "Payroll Accounts Linking";
-        module->session.processDate = "15/10/2026";
+        session = std::make_unique<testsupport::DemoSession>(
+            toolkit, testsupport::copyDb(testsupport::demoTemplate(), tmp.file("gui.db")));
+        dbPath = session->dbPath;
+        raw = session->raw;
+        module = std::move(session->module);
     }
     void TearDown() override {
         for (auto& poll : pendingAnswers()) {
@@ -168,6 +163,7 @@ protected:
     }
 
     testsupport::TempDir tmp;
+    std::unique_ptr<testsupport::DemoSession> session;
     std::string dbPath;
     data::ConnectionPtr raw;
     qtui::QtToolkit toolkit;

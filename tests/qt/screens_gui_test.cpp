@@ -61,34 +61,6 @@ protected:
     }
 };
 
-TEST_F(ScreensTest, LayoutsCarryEveryControlInsideItsFrame) {
-    browser::FrmMaster master(*module);
-    linking::frmPayrollAccountsLinking linkingForm(*module);
-    linking::frmcancell cancelForm(*module);
-    journal::frmJournalDetails journalForm(*module);
-    for (ui::Form* form :
-         std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
-        SCOPED_TRACE(form->name());
-        qtui::FormDialog dialog(*form, nullptr);
-        EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
-            << dialog.binder().unboundControls().join(", ").toStdString();
-        for (ui::Control* c : form->controls()) {
-            QWidget* w = dialog.binder().widgetOf(*c);
-            if (w == nullptr) continue;
-            // A frame disabled or hidden by the screen takes its controls along in Qt only
-            // when they sit inside its group box.
-            QWidget* group = w->parentWidget();
-            while (group != nullptr && group != &dialog && qobject_cast<QGroupBox*>(group) == nullptr)
-                group = group->parentWidget();
-            const std::string expected = c->container() != nullptr ? c->container()->name() : "";
-            const std::string actual =
-                group != &dialog && group != nullptr ? group->objectName().toStdString() : "";
-            EXPECT_EQ(actual, expected) << c->name();
-        }
-        EXPECT_EQ(dialog.windowTitle().toStdString(), form->caption());
-    }
-}
-
 TEST_F(ScreensTest, ButtonClickReachesItsHandlerAndTheFrameCloseEndsTheModalLoop) {
     auto& f = newEntry();
     SeenBox seen;

@@ -4,7 +4,7 @@
 // that already holds the schema (and perhaps the demo data).
 #include "data/Connection.h"
 
-namespace data::sqlite {
+namespace testsupport {
 
 struct GeneratorOptions {
     int employees = 10000;
@@ -21,6 +21,6 @@ struct GeneratorOptions {
 // entries. Entry k links run k with the details and journal lines that gathering would have
 // produced and flags it posted; once every run is linked, further entries are cancelled
 // earlier attempts at the same runs. All of it in one transaction.
-void generateLarge(Connection& c, const GeneratorOptions& o);
+void generateLarge(data::Connection& c, const GeneratorOptions& o);
 
-}  // namespace data::sqlite
+}  // namespace testsupport

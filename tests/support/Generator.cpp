@@ -1,4 +1,4 @@
-#include "data/sqlite/Generator.h"
+#include "support/Generator.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,9 @@
 
 #include "common/Error.h"
 
-namespace data::sqlite {
+namespace testsupport {
+
+using data::Connection;
 
 namespace {
 
@@ -121,8 +123,7 @@ int64_t nextAccountId(Connection& c, int company) {
 }
 
 void ensureCurrency(Connection& c, int company, int64_t currency) {
-    if (exists(c, "pCurrencyMaster",
-               "CompanyID = " + num(company) + " and CurrencyID = " + num(currency)))
+    if (exists(c, "pCurrencyMaster", "CompanyID = " + num(company) + " and CurrencyID = " + num(currency)))
         return;
     c.execute("insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol, CurrencyName) values (" +
               num(company) + "," + num(currency) + "," + quote("CU" + num(currency)) + "," +
@@ -136,8 +137,8 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
     const int k = o.companyId;
     const std::string company = num(k);
     if (!exists(c, "pCompanyMaster", "CompanyID = " + company))
-        c.execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" +
-                  company + "," + quote("Company " + company) + ",1)");
+        c.execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" + company + "," +
+                  quote("Company " + company) + ",1)");
     int64_t companyCurrency =
         scalarInt(c, "select coalesce(CurrencyID, 1) from pCompanyMaster where CompanyID = " + company);
     ensureCurrency(c, k, companyCurrency);
@@ -145,11 +146,11 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
     const std::string dept = num(o.departmentId);
     if (!exists(c, t.department, "CompanyID = " + company + " and DepartmentID = " + dept))
         c.execute("insert into " + t.department +
-                  " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company +
-                  "," + dept + "," + quote("Department " + dept) + "," + num(companyCurrency) + ")");
-    int64_t payCurrency = scalarInt(c, "select coalesce(DepCurrencyID, " + num(companyCurrency) +
-                                           ") from " + t.department + " where CompanyID = " +
-                                           company + " and DepartmentID = " + dept);
+                  " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company + "," +
+                  dept + "," + quote("Department " + dept) + "," + num(companyCurrency) + ")");
+    int64_t payCurrency =
+        scalarInt(c, "select coalesce(DepCurrencyID, " + num(companyCurrency) + ") from " + t.department +
+                         " where CompanyID = " + company + " and DepartmentID = " + dept);
     ensureCurrency(c, k, payCurrency);
 
     if (!exists(c, "paSalaryAccountsConfig",
@@ -167,12 +168,13 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
         for (const auto& comp : components) {
             c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
                       company + "," + num(id) + "," +
-                      quote(std::string(comp.account) + " - CU" + num(payCurrency)) + "," +
-                      num(payCurrency) + ")");
-            c.execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
-                      "sacSalaryaccID, sacCredit) values (" +
-                      company + "," + num(payCurrency) + "," + quote(comp.code) + "," + num(id) +
-                      "," + num(comp.credit) + ")");
+                      quote(std::string(comp.account) + " - CU" + num(payCurrency)) + "," + num(payCurrency) +
+                      ")");
+            c.execute(
+                "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
+                "sacSalaryaccID, sacCredit) values (" +
+                company + "," + num(payCurrency) + "," + quote(comp.code) + "," + num(id) + "," +
+                num(comp.credit) + ")");
             ++id;
         }
     }
@@ -185,15 +187,15 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
                                                                      {"O", "Others"},
                                                                      {"CASH", "Cash"}}};
     for (const auto& s : settings) {
-        if (exists(c, "paPayAccLinkSettings",
-                   "CompanyID = " + company + " and SettingCode = " + quote(s[0])))
+        if (exists(c, "paPayAccLinkSettings", "CompanyID = " + company + " and SettingCode = " + quote(s[0])))
             continue;
         int64_t id = nextAccountId(c, k);
         c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
                   company + "," + num(id) + "," + quote(s[1]) + "," + num(companyCurrency) + ")");
-        c.execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
-                  "values (" +
-                  company + "," + quote(s[0]) + "," + quote(s[1]) + "," + num(id) + ")");
+        c.execute(
+            "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
+            "values (" +
+            company + "," + quote(s[0]) + "," + quote(s[1]) + "," + num(id) + ")");
     }
 
     if (!exists(c, "psettings", "companyid = " + company))
@@ -241,10 +243,10 @@ void generate(Connection& c, const GeneratorOptions& o) {
     std::mt19937 rng(o.seed);
     auto pick = [&rng](int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); };
 
-    static const char* firsts[] = {"Ahmed", "Fatima", "Rajesh", "Priya",   "Mohammed", "Aisha",
-                                   "John",  "Maria",  "Suresh", "Anita",   "Omar",     "Layla",
-                                   "David", "Sarah",  "Vikram", "Deepa",   "Khalid",   "Noura",
-                                   "Grace", "Arjun",  "Kavya",  "Hassan",  "Mariam",   "Peter"};
+    static const char* firsts[] = {"Ahmed", "Fatima", "Rajesh", "Priya",  "Mohammed", "Aisha",
+                                   "John",  "Maria",  "Suresh", "Anita",  "Omar",     "Layla",
+                                   "David", "Sarah",  "Vikram", "Deepa",  "Khalid",   "Noura",
+                                   "Grace", "Arjun",  "Kavya",  "Hassan", "Mariam",   "Peter"};
     static const char* lasts[] = {"Al Mansoori", "Sharma", "Khan",   "Fernandes", "Pillai",
                                   "Haddad",      "Thomas", "Nair",   "Rahman",    "Menon",
                                   "Siddiqui",    "Joseph", "Kapoor", "Iyer",      "Mathew",
@@ -257,8 +259,9 @@ void generate(Connection& c, const GeneratorOptions& o) {
         scalarInt(c, "select max(eEmployeeID) from pemployee where eCompanyID = " + company) + 1;
     std::vector<double> basic(static_cast<size_t>(o.employees));
     {
-        BulkInsert ins(c, "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
-                          "eDepartmentID, ecurrencyid)");
+        BulkInsert ins(c,
+                       "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
+                       "eDepartmentID, ecurrencyid)");
         char empNo[24];
         for (int i = 0; i < o.employees; ++i) {
             int64_t id = firstEmp + i;
@@ -274,15 +277,16 @@ void generate(Connection& c, const GeneratorOptions& o) {
     // Payroll: run (month j, employee i) gets id firstProc + j * employees + i, so entries
     // can be matched to runs by arithmetic below.
     const int64_t firstProc =
-        scalarInt(c, "select max(mppProcessID) from pMonthlyPayRollProcessing where mppCompanyID = " +
-                         company) +
+        scalarInt(c,
+                  "select max(mppProcessID) from pMonthlyPayRollProcessing where mppCompanyID = " + company) +
         1;
     const int64_t runs = static_cast<int64_t>(o.employees) * o.months;
     std::vector<std::string> runDates;
     {
-        BulkInsert ins(c, "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
-                          "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
-                          "mppAllowances, mppDeductions, mppNetPay, mppPosted)");
+        BulkInsert ins(c,
+                       "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
+                       "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
+                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)");
         for (int j = 0; j < o.months; ++j) {
             auto [date, tag] = processingMonth(o.months - 1 - j);
             runDates.push_back(date);
@@ -292,9 +296,9 @@ void generate(Connection& c, const GeneratorOptions& o) {
                 double d = cents(b * 0.04 + 10.25 * pick(31));
                 double n = cents(b + a - d);
                 int64_t id = firstProc + static_cast<int64_t>(j) * o.employees + i;
-                ins.add(company + "," + num(id) + "," + quote("GP" + tag + "/" + num(firstEmp + i)) +
-                        "," + quote(date) + "," + num(o.departmentId) + "," + num(firstEmp + i) + "," +
-                        money(b) + "," + money(a) + "," + money(d) + "," + money(n) + ",0");
+                ins.add(company + "," + num(id) + "," + quote("GP" + tag + "/" + num(firstEmp + i)) + "," +
+                        quote(date) + "," + num(o.departmentId) + "," + num(firstEmp + i) + "," + money(b) +
+                        "," + money(a) + "," + money(d) + "," + money(n) + ",0");
             }
         }
         ins.flush();
@@ -352,15 +356,15 @@ void generate(Connection& c, const GeneratorOptions& o) {
                   "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, "
                   "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, "
                   "AccountAmount, DeptAmount, CompAmount, Credit) "
-                  "select v.mppCompanyID, v.mppProcessID - " + num(firstProc) + " + " +
-                  num(firstTrans + pass * runs) + ", row_number() over (partition by v.mppProcessID order by " +
-                  kComponentOrder +
+                  "select v.mppCompanyID, v.mppProcessID - " +
+                  num(firstProc) + " + " + num(firstTrans + pass * runs) +
+                  ", row_number() over (partition by v.mppProcessID order by " + kComponentOrder +
                   "), v.mppDepartmentID, v.mppProcessID, v.mppProcessNo, v.Type, v.mppProcessedDate, "
                   "v.mppEmpID, v.eName, v.eEmpNo, v.sacSalaryaccID, v.AccountDesc, v.ResSymbol, "
                   "v.AccSymbol, v.sacCurrencyID, v.CurrencyID, v.netPay, v.AccExRate, v.DepExRate, "
                   "v.CompExRate, v.Credit from vwPayrollAccountLines v where v.mppCompanyID = " +
-                  company + " and v.mppProcessID >= " + num(firstProc) +
-                  " and v.mppProcessID < " + num(firstProc + count));
+                  company + " and v.mppProcessID >= " + num(firstProc) + " and v.mppProcessID < " +
+                  num(firstProc + count));
     }
 
     // Journal lines: one per account and transaction currency, as the posting builder groups.
@@ -376,8 +380,9 @@ void generate(Connection& c, const GeneratorOptions& o) {
               "round(sum(case when Credit = 1 then -RefTransAmount else RefTransAmount end), 2), "
               "round(sum(case when Credit = 1 then -DeptAmount else DeptAmount end), 2), "
               "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' "
-              "from " + t.details + " where CompanyID = " + company + " and TransID >= " +
-              num(firstTrans) + " and TransID < " + num(firstTrans + o.savedEntries) +
+              "from " +
+              t.details + " where CompanyID = " + company + " and TransID >= " + num(firstTrans) +
+              " and TransID < " + num(firstTrans + o.savedEntries) +
               " group by CompanyID, TransID, AccountID, TransCurrID");
 
     // The runs of the entries that stand are linked; cancelled entries released theirs.
@@ -402,4 +407,4 @@ void generateLarge(Connection& c, const GeneratorOptions& o) {
     }
 }
 
-}  // namespace data::sqlite
+}  // namespace testsupport
