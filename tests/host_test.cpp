@@ -114,7 +114,7 @@ TEST_F(HostTest, ExampleScriptsPassOnTheDemoDatabase) {
     for (const auto& e : std::filesystem::directory_iterator(PAYACC_SOURCE_DIR "/scripts/examples")) {
         if (e.path().extension() != ".script") continue;
         const std::string db = tmp.file(e.path().stem().string() + ".db");
-        ASSERT_EQ(run("init '" + db + "' --demo").status, 0);
+        ASSERT_EQ(run("init '" + db + "' --demo --as-of " + std::string(testsupport::kDemoDayText)).status, 0);
         Result r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
         EXPECT_EQ(r.status, 0) << e.path() << "\n" << r.out << r.err;
         ++scripts;
