@@ -122,12 +122,12 @@ TEST(Helpers, BalanceAmountSumsLeadingNumbersOfDeptAmount) {
     EntryForm f(tk);
     auto& l = f.lvwPostingDetails;
     for (int c = 0; c < 16; ++c) l.addColumn("c" + std::to_string(c));
-    EXPECT_EQ(BalanceAmount(l), 0.0);
+    EXPECT_EQ(BalanceAmount(l, 12), 0.0);
     for (const char* amount : {"12.50", "-12.50", "abc"}) l.setCell(l.add("r"), 12, amount);
-    EXPECT_EQ(BalanceAmount(l), 0.0);
+    EXPECT_EQ(BalanceAmount(l, 12), 0.0);
     l.setCell(l.add("r"), 12, "100.25abc");
     l.setCell(l.add("r"), 12, "  -0.05");
-    EXPECT_DOUBLE_EQ(BalanceAmount(l), 100.20);
+    EXPECT_DOUBLE_EQ(BalanceAmount(l, 12), 100.20);
     EXPECT_DOUBLE_EQ(BalanceAmount(l, 11), 0.0) << "another column holds nothing";
 }
 
@@ -136,17 +136,17 @@ TEST(Helpers, TransIDInListComparesTheColumnAsAWholeNumber) {
     EntryForm f(tk);
     auto& l = f.lvwPostingDetails;
     for (int c = 0; c < 7; ++c) l.addColumn("c" + std::to_string(c));
-    EXPECT_FALSE(TransIDInList(l, 7));
+    EXPECT_FALSE(TransIDInList(l, 7, 5));
     l.setCell(l.add("1"), 5, "7");
     l.setCell(l.add("2"), 5, " 9 ");
-    EXPECT_TRUE(TransIDInList(l, 7));
-    EXPECT_TRUE(TransIDInList(l, 9));
-    EXPECT_FALSE(TransIDInList(l, 8));
+    EXPECT_TRUE(TransIDInList(l, 7, 5));
+    EXPECT_TRUE(TransIDInList(l, 9, 5));
+    EXPECT_FALSE(TransIDInList(l, 8, 5));
     EXPECT_TRUE(TransIDInList(l, 9, 5));
     l.setCell(l.add("3"), 5, "x");
-    EXPECT_TRUE(TransIDInList(l, 7)) << "found before the bad row is read";
+    EXPECT_TRUE(TransIDInList(l, 7, 5)) << "found before the bad row is read";
     try {
-        TransIDInList(l, 8);
+        TransIDInList(l, 8, 5);
         ADD_FAILURE() << "a non-numeric id is an error";
     } catch (const common::Error& e) {
         EXPECT_EQ(e.number(), common::err::TypeMismatch);
