@@ -61,6 +61,7 @@ public:
     CheckBox& chkFlag = add<CheckBox>("chkFlag", "Flag");
     ListView& lvwItems = add<ListView>("lvwItems");
     FlexGrid& grid = add<FlexGrid>("grid");
+    DatePicker& dtpFrom = add<DatePicker>("dtpFrom");
     CommandButton& cmdOpen = add<CommandButton>("cmdOpen", "&Open");
     CommandButton& cmdAsk = add<CommandButton>("cmdAsk", "&Ask");
     CommandButton& cmdFail = add<CommandButton>("cmdFail", "&Fail");
@@ -135,8 +136,8 @@ close
 
 TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     struct Case {
-        const char* script;
-        const char* lastLine;
+        std::string script;
+        std::string lastLine;
     };
     const Case cases[] = {
         {"set txtName Alice\n\nclik cmdOpen\n", "FAIL line 3: unknown command 'clik'"},
@@ -150,6 +151,12 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
         {"click cmdDisabled\n", "FAIL line 1: cmdDisabled cannot be reached (disabled or hidden)"},
         {"# asks with no answer\nclick cmdAsk\n", "FAIL line 2: no answer for the message box \"Continue?\""},
         {"close\nclick cmdOpen\n", "FAIL line 2: no form is open (for cmdOpen)"},
+        {"\xEF\xBB\xBFset txtName Alice\nexpect txtName.colour red\n", "FAIL line 2: no property colour"},
+        {"set dtpFrom 2026-10-15\n", "FAIL line 1: '2026-10-15' is not a date (dd/MM/yyyy)"},
+        {"set dtpFrom 31/09/2026\n", "FAIL line 1: '31/09/2026' is not a date (dd/MM/yyyy)"},
+        {"set dtpFrom 15 Oct 2026\n", "FAIL line 1: '15 Oct 2026' is not a date (dd/MM/yyyy)"},
+        {"set txtName x\nclick" + std::string(100, 'k') + " cmdOpen\n",
+         "FAIL line 2: unknown command 'click" + std::string(75, 'k') + "...'"},
     };
     for (const Case& c : cases) {
         HeadlessToolkit fresh;
@@ -163,7 +170,7 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
         std::string text = out.str();
         ASSERT_FALSE(text.empty());
         std::string last = text.substr(text.rfind('\n', text.size() - 2) + 1);
-        EXPECT_EQ(last, std::string(c.lastLine) + "\n") << c.script;
+        EXPECT_EQ(last, c.lastLine + "\n") << c.script;
         EXPECT_FALSE(m.afterChild) << "nothing runs after the failing line: " << c.script;
     }
     // A malformed script runs nothing at all.

@@ -164,6 +164,26 @@ std::string isoDate(const DateTime& d) {
     return s;
 }
 
+std::optional<DateTime> parseDayMonthYear(std::string_view text) {
+    int part[3] = {0, 0, 0};
+    size_t digits[3] = {0, 0, 0};
+    size_t p = 0;
+    for (char c : text) {
+        if (c == '/' && p < 2) {
+            ++p;
+        } else if (c >= '0' && c <= '9') {
+            part[p] = part[p] * 10 + (c - '0');
+            if (++digits[p] > (p == 2 ? 4u : 2u)) return std::nullopt;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (p != 2 || digits[0] == 0 || digits[1] == 0 || digits[2] != 4) return std::nullopt;
+    DateTime d = DateTime::ymd(part[2], part[1], part[0]);
+    if (!d.valid()) return std::nullopt;
+    return d;
+}
+
 std::optional<DateTime> parseDate(std::string_view text) {
     size_t b = 0, e = text.size();
     while (b < e && (text[b] == ' ' || text[b] == '\t')) ++b;

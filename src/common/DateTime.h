@@ -41,6 +41,9 @@ std::string isoDate(const DateTime& d);
 // Reads any of the forms above (and ISO with or without time, "dd-MMM-yyyy",
 // "dd MMM yyyy"); nullopt when the text is not a date.
 std::optional<DateTime> parseDate(std::string_view text);
+// Only "dd/MM/yyyy" (one or two digits for day and month), as dates are typed at the
+// command line and in scripts; nullopt for anything else or a day that does not exist.
+std::optional<DateTime> parseDayMonthYear(std::string_view text);
 // CDate: as parseDate, raising Type mismatch (13) when the text is not a date.
 DateTime toDate(std::string_view text);
 

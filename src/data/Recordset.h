@@ -25,7 +25,8 @@ public:
     bool bof() const { return rows_.empty(); }
     void moveNext();  // past the end raises error 3021
     void moveFirst() { pos_ = 0; }
-    // Static and keyset cursors know their count; forward-only ones answer -1 as ADO does.
+    // The number of rows, whatever the cursor: the rows are all read when the recordset opens,
+    // so even a forward-only one knows its count (ADO answers -1 there; no caller relies on it).
     long recordCount() const { return static_cast<long>(rows_.size()); }
 
     int fieldCount() const { return static_cast<int>(names_.size()); }

@@ -1,10 +1,11 @@
 #pragma once
-// The session context of one loaded component and the transaction type table.
+// The session context of one loaded component and the transaction type look-ups.
 #include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "common/TransactionTypes.h"
 #include "data/Connection.h"
 #include "data/TableNames.h"
 
@@ -21,21 +22,8 @@ struct SessionContext {
     data::TableNames tables;
 };
 
-struct TransactionType {
-    const char* code;
-    const char* name;
-};
-
-// Code order is the order of the entry list statement's CASE.
-inline constexpr std::array<TransactionType, 7> kTransactionTypes{{
-    {"P", "Payroll"},
-    {"A", "Salary Advances"},
-    {"R", "Reimbursements"},
-    {"S", "Savings"},
-    {"E", "Leave Encashments"},
-    {"H", "Holded Salaries"},  // the suite's own spelling
-    {"O", "Others"},
-}};
+using common::kTransactionTypes;
+using common::TransactionType;
 
 // "" when unknown.
 std::string TypeNameOfCode(std::string_view code);

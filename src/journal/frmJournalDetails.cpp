@@ -24,7 +24,7 @@ using common::Val;
 namespace {
 
 // Every handler logs under this screen name, two blanks and all; cmdCancel_Click alone has
-// one blank.
+// one blank. Kept as the system writes them: support reads these logs.
 const char* const kScreen = "frmJournalDetails  ";
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "common/Conv.h"
 #include "common/Error.h"
+#include "linking/frmPayrollAccountsLinking.h"
 #include "ui/Helpers.h"
 
 namespace linking {
@@ -12,8 +13,9 @@ int32_t WholeNumber(const std::string& text) { return common::CLng(common::Val(t
 
 double PostingBalance(entry::Module& module, const ui::ListView& postingDetails) {
     try {
-        return ui::BalanceAmount(postingDetails, 12);
+        return ui::BalanceAmount(postingDetails, pst::DeptAmount);
     } catch (const common::Error& e) {
+        // Logged under the line editor's name whichever screen asks: kept as the system writes it.
         module.LogError("frmJournalDetails  ", "BalanceAmount ", e);
         return 0;
     }
@@ -57,7 +59,7 @@ TransactionIndex::TransactionIndex(ui::ListView& list) : ListIndex(list, {}) {}
 
 void TransactionIndex::rebuild() {
     rows_.clear();
-    for (int r = 1; r <= list_.count(); ++r) rows_.emplace(WholeNumber(list_.cell(r, 5)), r);
+    for (int r = 1; r <= list_.count(); ++r) rows_.emplace(WholeNumber(list_.cell(r, trn::TransID)), r);
 }
 
 int TransactionIndex::find(int32_t transId) {
@@ -84,7 +86,7 @@ void DetailIndex::rebuild() {
     ticks_.assign(static_cast<size_t>(n) + 1, 0);
     ticked_ = 0;
     for (int r = 1; r <= n; ++r) {
-        rows_[WholeNumber(list_.cell(r, 7))].push_back(r);
+        rows_[WholeNumber(list_.cell(r, det::TransID))].push_back(r);
         if (list_.checked(r)) {
             ticks_[r] = 1;
             ++ticked_;
@@ -131,7 +133,7 @@ int DetailIndex::append(int32_t transId) {
 
 // --- lvwPostingDetails ---
 
-PostingIndex::PostingIndex(ui::ListView& list) : ListIndex(list, {4, 13}) {}
+PostingIndex::PostingIndex(ui::ListView& list) : ListIndex(list, {pst::DebitAccountID, pst::ResCurrID}) {}
 
 std::string PostingIndex::key(const std::string& accountId, const std::string& currencyId) {
     return accountId + '\x1f' + currencyId;
@@ -139,7 +141,8 @@ std::string PostingIndex::key(const std::string& accountId, const std::string& c
 
 void PostingIndex::rebuild() {
     rows_.clear();
-    for (int r = 1; r <= list_.count(); ++r) rows_.emplace(key(list_.cell(r, 4), list_.cell(r, 13)), r);
+    for (int r = 1; r <= list_.count(); ++r)
+        rows_.emplace(key(list_.cell(r, pst::DebitAccountID), list_.cell(r, pst::ResCurrID)), r);
 }
 
 int PostingIndex::find(const std::string& accountId, const std::string& currencyId) {
@@ -153,8 +156,8 @@ int PostingIndex::append(const std::string& slNo, const std::string& accountId,
     ensure();
     Quiet q(*this);
     int row = list_.add(slNo);
-    list_.setCell(row, 4, accountId);
-    list_.setCell(row, 13, currencyId);
+    list_.setCell(row, pst::DebitAccountID, accountId);
+    list_.setCell(row, pst::ResCurrID, currencyId);
     rows_.emplace(key(accountId, currencyId), row);
     return row;
 }

@@ -507,6 +507,7 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
         rs->close();
         grid.setRow(row);
     } catch (const common::Error& e) {
+        // Another screen's name and "NA" for the entry mode: kept as the system writes them.
         module_.LogError("FrmLoanApplication", module_.session.userId, "UpdateEditedRow ", e.number(),
                          e.source(), e.description(), "NA", true);
     }

@@ -196,31 +196,31 @@ QStringList Binder::unboundControls() const {
 void Binder::bind(ui::Control& control) {
     auto b = std::make_unique<Binding>();
     b->control = &control;
-    const std::string& type = control.typeName();
-    if (type == "Menu" || type == "MenuItem") return;  // popped up by the toolkit
+    const ui::Kind type = control.kind();
+    if (type == ui::Kind::Menu || type == ui::Kind::MenuItem) return;  // popped up by the toolkit
 
     QWidget* w = root_->findChild<QWidget*>(qs(control.name()));
     bool fits = false;
     if (w != nullptr) {
-        if (type == "Label")
+        if (type == ui::Kind::Label)
             fits = qobject_cast<QLabel*>(w) != nullptr;
-        else if (type == "Frame")
+        else if (type == ui::Kind::Frame)
             fits = qobject_cast<QGroupBox*>(w) != nullptr;
-        else if (type == "CommandButton")
+        else if (type == ui::Kind::CommandButton)
             fits = qobject_cast<QPushButton*>(w) != nullptr;
-        else if (type == "TextBox")
+        else if (type == ui::Kind::TextBox)
             fits = qobject_cast<QLineEdit*>(w) != nullptr;
-        else if (type == "ComboBox")
+        else if (type == ui::Kind::ComboBox)
             fits = qobject_cast<QComboBox*>(w) != nullptr;
-        else if (type == "CheckBox")
+        else if (type == ui::Kind::CheckBox)
             fits = qobject_cast<QCheckBox*>(w) != nullptr;
-        else if (type == "OptionButton")
+        else if (type == ui::Kind::OptionButton)
             fits = qobject_cast<QRadioButton*>(w) != nullptr;
-        else if (type == "DTPicker")
+        else if (type == ui::Kind::DatePicker)
             fits = qobject_cast<QDateEdit*>(w) != nullptr;
-        else if (type == "ListView")
+        else if (type == ui::Kind::ListView)
             fits = qobject_cast<QTreeView*>(w) != nullptr;
-        else if (type == "MSHFlexGrid")
+        else if (type == ui::Kind::FlexGrid)
             fits = qobject_cast<QTableView*>(w) != nullptr;
     }
     if (fits) b->widget = w;
@@ -610,10 +610,10 @@ bool Binder::eventFilter(QObject* watched, QEvent* event) {
             user(b, [this] { form_.toolkit().showHelp(QtToolkit::moduleHelpFile()); });
             return true;
         }
-        if (c.typeName() == "TextBox") return textBoxKey(b, event);
-        if (c.typeName() == "ComboBox") return comboKey(b, event);
-        if (c.typeName() == "ListView") return listKey(b, event);
-        if (c.typeName() == "CheckBox" || c.typeName() == "OptionButton") {
+        if (c.kind() == ui::Kind::TextBox) return textBoxKey(b, event);
+        if (c.kind() == ui::Kind::ComboBox) return comboKey(b, event);
+        if (c.kind() == ui::Kind::ListView) return listKey(b, event);
+        if (c.kind() == ui::Kind::CheckBox || c.kind() == ui::Kind::OptionButton) {
             const int16_t ascii = isEnter(key) ? ui::vbKeyReturn : asciiOf(key);
             if (ascii == 0 || ascii == ' ') return formKey(event);
             user(b, [&] {
@@ -623,14 +623,14 @@ bool Binder::eventFilter(QObject* watched, QEvent* event) {
             });
             return true;
         }
-        if (c.typeName() == "DTPicker") {
+        if (c.kind() == ui::Kind::DatePicker) {
             const int code = classicKeyCode(key->key());
             if (code == 0 || code == 9) return false;
             auto& model = static_cast<ui::DatePicker&>(c);
             user(b, [&] { model.userKeyDown(static_cast<int16_t>(code)); });
             return isEnter(key);
         }
-        if (c.typeName() == "MSHFlexGrid") {
+        if (c.kind() == ui::Kind::FlexGrid) {
             auto& model = static_cast<ui::FlexGrid&>(c);
             if (controlCodeOf(key) != 0) return formKey(event);
             if (const int code = classicKeyCode(key->key()); code != 0 && code != 9)
@@ -638,7 +638,7 @@ bool Binder::eventFilter(QObject* watched, QEvent* event) {
             formKey(event);
             return false;  // the arrows move the current cell
         }
-        if (c.typeName() == "CommandButton" && isEnter(key)) {
+        if (c.kind() == ui::Kind::CommandButton && isEnter(key)) {
             static_cast<QPushButton*>(b.widget.data())->click();
             return true;
         }
@@ -646,19 +646,19 @@ bool Binder::eventFilter(QObject* watched, QEvent* event) {
     }
 
     // A combo locked by the screen shows its value and takes no choice.
-    if (c.typeName() == "ComboBox" && static_cast<ui::ComboBox&>(c).locked() &&
+    if (c.kind() == ui::Kind::ComboBox && static_cast<ui::ComboBox&>(c).locked() &&
         (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick ||
          event->type() == QEvent::Wheel)) {
         return true;
     }
 
-    if (c.typeName() == "MSHFlexGrid" && event->type() == QEvent::MouseButtonDblClick) {
+    if (c.kind() == ui::Kind::FlexGrid && event->type() == QEvent::MouseButtonDblClick) {
         auto& model = static_cast<ui::FlexGrid&>(c);
         user(b, [&] { model.userDblClick(); });
         return false;
     }
 
-    if (c.typeName() == "ListView" && b.listModel != nullptr) {
+    if (c.kind() == ui::Kind::ListView && b.listModel != nullptr) {
         auto& model = static_cast<ui::ListView&>(c);
         auto* tree = static_cast<QTreeView*>(b.widget.data());
         if (event->type() == QEvent::MouseButtonPress) {

@@ -25,35 +25,71 @@ namespace {
 
 constexpr int kStepMs = 250;
 
-std::string unquote(std::string s) {
-    s = common::Trim(s);
-    if (s.size() >= 2 && s.front() == '"' && s.back() == '"') s = s.substr(1, s.size() - 2);
-    return s;
-}
-
-// Splits "command NAME rest of line".
-void split(const std::string& line, std::string& command, std::string& name, std::string& rest) {
-    std::string t = common::Trim(line);
-    auto sp = t.find(' ');
-    command = t.substr(0, sp);
-    t = sp == std::string::npos ? "" : common::Trim(t.substr(sp + 1));
-    sp = t.find(' ');
-    name = t.substr(0, sp);
-    rest = sp == std::string::npos ? "" : unquote(t.substr(sp + 1));
+// The user's answer as the button of a message box reads.
+std::string answerText(int answer) {
+    switch (answer) {
+        case ui::vbYes:
+            return "yes";
+        case ui::vbNo:
+            return "no";
+        case ui::vbOK:
+            return "ok";
+        default:
+            return "cancel";
+    }
 }
 
 }  // namespace
 
+// The open windows as the user actions see them.
+class ScreenshotPlayer::Host : public ui::UserActions::Host {
+public:
+    Host(QtToolkit& toolkit, std::deque<std::string>& answers) : toolkit_(toolkit), answers_(answers) {}
+    ui::Form* topForm() const override {
+        FormDialog* top = toolkit_.topWindow();
+        return top != nullptr ? &top->form() : nullptr;
+    }
+    ui::Form* findForm(const std::string& name) const override {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            auto* dialog = qobject_cast<FormDialog*>(w);
+            if (dialog != nullptr && !dialog->formUnloaded() &&
+                common::EqualsNoCase(dialog->form().name(), name))
+                return &dialog->form();
+        }
+        return nullptr;
+    }
+    void queueAnswer(int answer) override { answers_.push_back(answerText(answer)); }
+    // Through the widget, as a person clicks it.
+    void press(ui::CommandButton& b) override {
+        FormDialog* window = toolkit_.windowOf(b.form());
+        auto* button = window != nullptr ? qobject_cast<QPushButton*>(window->binder().widgetOf(b)) : nullptr;
+        if (button != nullptr)
+            button->click();
+        else
+            b.userClick();
+    }
+
+private:
+    QtToolkit& toolkit_;
+    std::deque<std::string>& answers_;
+};
+
 ScreenshotPlayer::ScreenshotPlayer(QtToolkit& toolkit, const std::string& scriptFile, std::string outDir)
-    : toolkit_(toolkit), outDir_(std::move(outDir)) {
+    : toolkit_(toolkit),
+      host_(std::make_unique<Host>(toolkit, answers_)),
+      actions_(std::make_unique<ui::UserActions>(*host_)),
+      outDir_(std::move(outDir)) {
     std::ifstream in(scriptFile);
     if (!in) fail("cannot read " + scriptFile);
     for (std::string line; std::getline(in, line);) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (lines_.empty() && line.rfind("\xEF\xBB\xBF", 0) == 0) line.erase(0, 3);
         lines_.push_back(line);
     }
     QDir().mkpath(QString::fromStdString(outDir_));
 }
+
+ScreenshotPlayer::~ScreenshotPlayer() = default;
 
 void ScreenshotPlayer::start() { schedule(kStepMs * 2); }
 
@@ -64,21 +100,6 @@ void ScreenshotPlayer::schedule(int ms) {
 void ScreenshotPlayer::fail(const std::string& why) {
     failed_ = true;
     std::cerr << "screenshot script: " << why << '\n';
-}
-
-ui::Control* ScreenshotPlayer::control(const std::string& name) const {
-    FormDialog* top = toolkit_.topWindow();
-    if (top == nullptr) return nullptr;
-    auto dot = name.find('.');
-    if (dot == std::string::npos) return top->form().find(name);
-    // Form.control: a form further down the stack.
-    for (QWidget* w : QApplication::topLevelWidgets()) {
-        auto* dialog = qobject_cast<FormDialog*>(w);
-        if (dialog != nullptr && !dialog->formUnloaded() &&
-            common::EqualsNoCase(dialog->form().name(), name.substr(0, dot)))
-            return dialog->form().find(name.substr(dot + 1));
-    }
-    return nullptr;
 }
 
 void ScreenshotPlayer::step() {
@@ -131,7 +152,7 @@ bool ScreenshotPlayer::handleMessageBox() {
 bool ScreenshotPlayer::handlePopup() {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     if (menu == nullptr) return false;
-    std::string command, name, rest;
+    ui::ScriptLine next;
     if (next_ < lines_.size()) {
         const std::string t = common::Trim(lines_[next_]);
         if (t.rfind("# screenshot ", 0) == 0) {
@@ -139,12 +160,16 @@ bool ScreenshotPlayer::handlePopup() {
             screenshot(common::Trim(t.substr(13)));
             return true;
         }
-        split(t, command, name, rest);
+        try {
+            if (!t.empty() && t[0] != '#') next = ui::parseScriptLine(t, ui::UserActions::syntax());
+        } catch (const ui::ActionFailed&) {
+            // Not a menu click: the menu closes and the line runs as usual.
+        }
     }
     QAction* chosen = nullptr;
-    if (command == "click") {
+    if (next.command == "click") {
         for (QAction* a : menu->actions())
-            if (common::EqualsNoCase(a->objectName().toStdString(), name)) chosen = a;
+            if (common::EqualsNoCase(a->objectName().toStdString(), next.args[0])) chosen = a;
     }
     if (chosen == nullptr) {
         menu->close();
@@ -175,12 +200,9 @@ void ScreenshotPlayer::runLine(const std::string& raw) {
         return;
     }
     if (line.empty() || line[0] == '#') return;
-    std::string command, name, rest;
-    split(line, command, name, rest);
-    if (command == "answer") {
-        answers_.push_back(name);
-        return;
-    }
+    // The expectations are the script runner's part.
+    const std::string command = line.substr(0, line.find_first_of(" \t"));
+    if (command.rfind("expect", 0) == 0 || command == "dump") return;
     if (command == "close") {
         // A window of the front end's own over the forms (the print preview) closes first.
         QWidget* modal = QApplication::activeModalWidget();
@@ -188,58 +210,11 @@ void ScreenshotPlayer::runLine(const std::string& raw) {
             modal->close();
             return;
         }
-        if (FormDialog* top = toolkit_.topWindow()) top->form().userClose();
-        return;
     }
-    if (command.rfind("expect", 0) == 0 || command == "dump") return;  // the script runner's part
-
-    ui::Control* c = control(name);
-    if (c == nullptr) {
-        fail("no control " + name + " (line " + std::to_string(next_) + ")");
-        return;
-    }
-    const int number = static_cast<int>(common::Val(rest));
-    if (command == "click") {
-        if (auto* b = dynamic_cast<ui::CommandButton*>(c)) {
-            // Through the widget, as a person clicks it.
-            FormDialog* top = toolkit_.windowOf(c->form());
-            auto* button = top != nullptr ? qobject_cast<QPushButton*>(top->binder().widgetOf(*c)) : nullptr;
-            if (button != nullptr) {
-                button->click();
-            } else {
-                b->userClick();
-            }
-        } else if (auto* m = dynamic_cast<ui::MenuItem*>(c)) {
-            m->userClick();
-        } else if (auto* k = dynamic_cast<ui::CheckBox*>(c)) {
-            k->userClick();
-        }
-    } else if (command == "select") {
-        if (auto* combo = dynamic_cast<ui::ComboBox*>(c); combo != nullptr && !combo->userSelectText(rest))
-            fail("no item " + rest + " in " + name);
-    } else if (command == "set") {
-        if (auto* t = dynamic_cast<ui::TextBox*>(c)) t->userPaste(rest);
-        if (auto* d = dynamic_cast<ui::DatePicker*>(c)) d->userSet(common::toDate(rest));
-    } else if (command == "type") {
-        if (auto* t = dynamic_cast<ui::TextBox*>(c)) t->userType(rest);
-    } else if (command == "tick") {
-        if (auto* l = dynamic_cast<ui::ListView*>(c)) l->userToggle(number);
-    } else if (command == "check") {
-        if (auto* k = dynamic_cast<ui::CheckBox*>(c)) k->userSet(number);
-        if (auto* o = dynamic_cast<ui::OptionButton*>(c)) o->userSet(number != 0);
-    } else if (command == "row") {
-        if (auto* l = dynamic_cast<ui::ListView*>(c)) l->userSelectRow(number);
-        if (auto* g = dynamic_cast<ui::FlexGrid*>(c)) g->userSelectCell(number, g->col());
-    } else if (command == "key") {
-        if (auto* t = dynamic_cast<ui::TextBox*>(c)) t->userKey(static_cast<int16_t>(number));
-        if (auto* l = dynamic_cast<ui::ListView*>(c)) l->userKeyDown(static_cast<int16_t>(number));
-    } else if (command == "popup") {
-        if (auto* l = dynamic_cast<ui::ListView*>(c)) l->userRightClick();
-    } else if (command == "dblclick") {
-        if (auto* l = dynamic_cast<ui::ListView*>(c)) l->userDblClick();
-        if (auto* g = dynamic_cast<ui::FlexGrid*>(c)) g->userDblClick();
-    } else {
-        fail("unknown command " + command);
+    try {
+        actions_->run(ui::parseScriptLine(line, ui::UserActions::syntax()));
+    } catch (const ui::ActionFailed& f) {
+        fail(f.message + " (line " + std::to_string(next_) + ")");
     }
 }
 

@@ -1,16 +1,14 @@
 #pragma once
-// Plays a script (the script runner's commands) through the Qt toolkit on a timer and saves
-// a picture of the screen after each "# screenshot NAME" line: the screenshots of the
-// documentation come from a real run on a real database.
+// Plays a script (the script runner's user actions; its expectations are skipped) through
+// the Qt toolkit on a timer and saves a picture of the screen after each "# screenshot NAME"
+// line: the screenshots of the documentation come from a real run on a real database.
 #include <QObject>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
-namespace ui {
-class Control;
-class Form;
-}  // namespace ui
+#include "ui/UserActions.h"
 
 namespace qtui {
 
@@ -20,6 +18,7 @@ class ScreenshotPlayer : public QObject {
     Q_OBJECT
 public:
     ScreenshotPlayer(QtToolkit& toolkit, const std::string& scriptFile, std::string outDir);
+    ~ScreenshotPlayer() override;
     // Starts playing once the event loop runs (the first form is shown by then).
     void start();
     bool failed() const { return failed_; }
@@ -32,10 +31,12 @@ private:
     bool handlePopup();
     void finish();
     void screenshot(const std::string& name);
-    ui::Control* control(const std::string& name) const;
     void fail(const std::string& why);
 
+    class Host;
     QtToolkit& toolkit_;
+    std::unique_ptr<Host> host_;
+    std::unique_ptr<ui::UserActions> actions_;
     std::vector<std::string> lines_;
     size_t next_ = 0;
     std::deque<std::string> answers_;

@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "common/Conv.h"
-#include "entry/Session.h"
+#include "common/TransactionTypes.h"
 
 namespace report {
 
@@ -23,7 +23,7 @@ std::string text(const common::Value& v) { return common::Trim(v.joinText()); }
 double number(const common::Value& v) { return v.isNull() ? 0.0 : v.toDouble(); }
 
 std::string typeName(const std::string& code) {
-    for (const auto& t : entry::kTransactionTypes)
+    for (const auto& t : common::kTransactionTypes)
         if (common::EqualsNoCase(code, t.code)) return t.name;
     return code;
 }

@@ -7,7 +7,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
-#include "entry/Session.h"
+#include "common/TransactionTypes.h"
 
 namespace report {
 
@@ -28,7 +28,7 @@ std::string dateText(const common::Value& v) {
 }
 
 std::string typeName(const std::string& code) {
-    for (const auto& t : entry::kTransactionTypes)
+    for (const auto& t : common::kTransactionTypes)
         if (common::EqualsNoCase(code, t.code)) return t.name;
     return code;
 }

@@ -5,12 +5,14 @@
 #include <cstddef>
 #include <functional>
 #include <istream>
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "data/Trace.h"
 #include "ui/Headless.h"
+#include "ui/UserActions.h"
 
 namespace script {
 
@@ -27,35 +29,45 @@ public:
     // still open are left as they are, without their unload events.
     int run(std::istream& script, const std::function<void()>& start);
 
-    struct Line {
-        int number = 0;
-        std::string command;
-        std::vector<std::string> args;  // the words before the text
-        std::string text;               // the rest of the line, quotes removed
-    };
+    using Line = ui::ScriptLine;
 
 private:
-    struct Target {
-        ui::Form* form = nullptr;
-        ui::Control* control = nullptr;  // nullptr: the form itself
+    // The headless toolkit as the user actions see it.
+    class Host : public ui::UserActions::Host {
+    public:
+        explicit Host(ui::HeadlessToolkit& toolkit) : toolkit_(toolkit) {}
+        ui::Form* topForm() const override { return toolkit_.topForm(); }
+        ui::Form* findForm(const std::string& name) const override { return toolkit_.findForm(name); }
+        void queueAnswer(int answer) override { toolkit_.answers.push_back(answer); }
+
+    private:
+        ui::HeadlessToolkit& toolkit_;
     };
+    using Target = ui::UserActions::Target;
+    using Command = void (ScriptRunner::*)(const Line&);
+    static const std::map<std::string, Command>& commands();
+    static const ui::ScriptSyntaxTable& syntax();
 
     void parse(std::istream& script);
     void drive(ui::Form& form);
     void execute(const Line& line);
     void dispatch(const Line& line);
-    Target resolve(const std::string& name) const;
-    bool tryResolve(const std::string& name, Target& target) const;
-    ui::Control& control(const std::string& name) const;
-    ui::Control& reachableControl(const std::string& name) const;
+    void userAction(const Line& line);
+    void expect(const Line& line);
+    void expectCell(const Line& line);
+    void expectChecked(const Line& line);
+    void expectHeader(const Line& line);
+    void expectMessage(const Line& line);
+    void expectSql(const Line& line);
+    void dump(const Line& line);
     std::string property(const Target& t, const std::string& prop, const std::string& name) const;
     void expectEqual(const std::string& what, const std::string& expected, const std::string& actual) const;
-    int rowArg(const std::string& text) const;
-    void dump(const std::string& name);
     void flush();
     [[noreturn]] void fail(const std::string& message) const;
 
     ui::HeadlessToolkit& toolkit_;
+    Host host_;
+    ui::UserActions actions_;
     std::ostream& out_;
     data::TraceConnection* trace_ = nullptr;
     std::vector<Line> lines_;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/Conv.h"
+#include "common/DateTime.h"
 #include "common/Error.h"
 #include "common/Utf8.h"
 #include "ui/Form.h"
@@ -50,8 +51,15 @@ bool isCharacterKey(int16_t k) { return k == vbKeyBack || k == vbKeyReturn || k 
 // ---------------------------------------------------------------------------------------
 // Control
 
-Control::Control(Form& form, std::string name, std::string typeName, Control* container)
-    : form_(form), name_(std::move(name)), typeName_(std::move(typeName)), container_(container) {}
+Control::Control(Form& form, std::string name, Kind kind, Control* container)
+    : form_(form), name_(std::move(name)), kind_(kind), container_(container) {}
+
+const std::string& Control::typeName() const {
+    static const std::string names[] = {"Label",    "Frame",       "CommandButton", "TextBox",
+                                        "ComboBox", "CheckBox",    "OptionButton",  "DTPicker",
+                                        "ListView", "MSHFlexGrid", "Menu",          "Menu"};
+    return names[static_cast<int>(kind_)];
+}
 
 Control::~Control() = default;
 
@@ -136,19 +144,19 @@ bool previewKeyPress(Form& f, int16_t& k) {
 // Simple controls
 
 Label::Label(Form& f, std::string name, std::string caption, Control* container)
-    : Control(f, std::move(name), "Label", container) {
+    : Control(f, std::move(name), Kind::Label, container) {
     setCaption(std::move(caption));
     setTabStop(false);
 }
 
 Frame::Frame(Form& f, std::string name, std::string caption, Control* container)
-    : Control(f, std::move(name), "Frame", container) {
+    : Control(f, std::move(name), Kind::Frame, container) {
     setCaption(std::move(caption));
     setTabStop(false);
 }
 
 CommandButton::CommandButton(Form& f, std::string name, std::string caption, Control* container)
-    : Control(f, std::move(name), "CommandButton", container) {
+    : Control(f, std::move(name), Kind::CommandButton, container) {
     setCaption(std::move(caption));
 }
 
@@ -164,7 +172,7 @@ void CommandButton::userClick() {
 // TextBox
 
 TextBox::TextBox(Form& f, std::string name, Control* container)
-    : Control(f, std::move(name), "TextBox", container) {}
+    : Control(f, std::move(name), Kind::TextBox, container) {}
 
 int TextBox::length() const { return static_cast<int>(common::utf8Length(text_)); }
 
@@ -309,7 +317,7 @@ void TextBox::userKeyDown(int16_t keyCode) {
 // ComboBox
 
 ComboBox::ComboBox(Form& f, std::string name, Control* container, Style style)
-    : Control(f, std::move(name), "ComboBox", container), style_(style) {}
+    : Control(f, std::move(name), Kind::ComboBox, container), style_(style) {}
 
 void ComboBox::addItem(std::string text) {
     items_.push_back(Item{std::move(text), 0});
@@ -453,7 +461,7 @@ void ComboBox::userKey(int16_t keyAscii) {
 // CheckBox, OptionButton, DatePicker
 
 CheckBox::CheckBox(Form& f, std::string name, std::string caption, Control* container)
-    : Control(f, std::move(name), "CheckBox", container) {
+    : Control(f, std::move(name), Kind::CheckBox, container) {
     setCaption(std::move(caption));
 }
 
@@ -485,7 +493,7 @@ void CheckBox::userKey(int16_t keyAscii) {
 }
 
 OptionButton::OptionButton(Form& f, std::string name, std::string caption, Control* container)
-    : Control(f, std::move(name), "OptionButton", container) {
+    : Control(f, std::move(name), Kind::OptionButton, container) {
     setCaption(std::move(caption));
 }
 
@@ -496,7 +504,7 @@ void OptionButton::setValue(bool v) {
     if (!v) return;
     // Option buttons of one container form a group: one selected at a time.
     for (Control* c : form().controls()) {
-        if (c == this || c->typeName() != "OptionButton" || c->container() != container()) continue;
+        if (c == this || c->kind() != Kind::OptionButton || c->container() != container()) continue;
         auto* other = static_cast<OptionButton*>(c);
         if (other->value_) {
             other->value_ = false;
@@ -527,7 +535,7 @@ void OptionButton::userKey(int16_t keyAscii) {
 }
 
 DatePicker::DatePicker(Form& f, std::string name, Control* container)
-    : Control(f, std::move(name), "DTPicker", container) {}
+    : Control(f, std::move(name), Kind::DatePicker, container) {}
 
 void DatePicker::setValue(const common::DateTime& v) {
     if (v == value_) return;
@@ -557,7 +565,7 @@ void DatePicker::userKeyDown(int16_t keyCode) {
 // ListView
 
 ListView::ListView(Form& f, std::string name, Control* container)
-    : Control(f, std::move(name), "ListView", container) {}
+    : Control(f, std::move(name), Kind::ListView, container) {}
 
 void ListView::addColumn(std::string header, int width) {
     headers_.push_back(std::move(header));
@@ -707,7 +715,7 @@ void ListView::userKeyDown(int16_t keyCode) {
 // FlexGrid
 
 FlexGrid::FlexGrid(Form& f, std::string name, Control* container)
-    : Control(f, std::move(name), "MSHFlexGrid", container),
+    : Control(f, std::move(name), Kind::FlexGrid, container),
       cells_(2, std::vector<std::string>(2)),
       colors_(2),
       widths_(2, -1) {}
@@ -958,7 +966,8 @@ void FlexGrid::sort(Sort mode) {
         }
     auto compare = [&](int a, int b) {
         for (int k = 0; k < keys; ++k) {
-            int c = compareKeys(all[static_cast<size_t>(a) * keys + k], all[static_cast<size_t>(b) * keys + k], true);
+            int c = compareKeys(all[static_cast<size_t>(a) * keys + k],
+                                all[static_cast<size_t>(b) * keys + k], true);
             if (c != 0) return c;
         }
         return 0;
@@ -1026,7 +1035,7 @@ void FlexGrid::clearStructure() {
 // Menus
 
 MenuItem::MenuItem(Form& f, Menu& menu, std::string name, std::string caption)
-    : Control(f, std::move(name), "Menu", &menu), menu_(menu) {
+    : Control(f, std::move(name), Kind::MenuItem, &menu), menu_(menu) {
     setCaption(std::move(caption));
     setTabStop(false);
     menu.items.push_back(this);
@@ -1040,9 +1049,45 @@ void MenuItem::userClick() {
     });
 }
 
-Menu::Menu(Form& f, std::string name, std::string caption) : Control(f, std::move(name), "Menu", nullptr) {
+Menu::Menu(Form& f, std::string name, std::string caption)
+    : Control(f, std::move(name), Kind::Menu, nullptr) {
     setCaption(std::move(caption));
     setTabStop(false);
+}
+
+// ---------------------------------------------------------------------------------------
+// Snapshots of the values a user edits (StoreControlValues, ControlsChanged)
+
+namespace {
+
+// An option button's value as a number, as the classic Boolean converts: True is -1.
+double optionNumber(const OptionButton& o) { return o.value() ? -1.0 : 0.0; }
+
+}  // namespace
+
+std::string TextBox::snapshot() const { return text(); }
+bool TextBox::differsFrom(const std::string& snapshot) const {
+    return common::Trim(text()) != common::Trim(snapshot);
+}
+
+std::string ComboBox::snapshot() const { return text(); }
+bool ComboBox::differsFrom(const std::string& snapshot) const {
+    return common::Trim(text()) != common::Trim(snapshot);
+}
+
+std::string CheckBox::snapshot() const { return std::to_string(value()); }
+bool CheckBox::differsFrom(const std::string& snapshot) const { return value() != common::Val(snapshot); }
+
+std::string OptionButton::snapshot() const { return common::NumberText(optionNumber(*this)); }
+bool OptionButton::differsFrom(const std::string& snapshot) const {
+    return optionNumber(*this) != common::Val(snapshot);
+}
+
+std::string DatePicker::snapshot() const { return common::generalDate(value()); }
+// Only the leading number of the formatted date counts (the day, as dates are written day
+// first): a new month on the same day is not a change.
+bool DatePicker::differsFrom(const std::string& snapshot) const {
+    return common::Val(common::generalDate(value())) != common::Val(snapshot);
 }
 
 }  // namespace ui

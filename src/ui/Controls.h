@@ -17,7 +17,20 @@ namespace ui {
 class Form;
 
 // What changed, for front ends that mirror the model.
-enum class Change { Property, Text, Items, Index, Value, Rows, Cell, Check, Selection, Columns, Colors, Sort };
+enum class Change {
+    Property,
+    Text,
+    Items,
+    Index,
+    Value,
+    Rows,
+    Cell,
+    Check,
+    Selection,
+    Columns,
+    Colors,
+    Sort
+};
 
 template <class... A>
 using Handler = std::function<void(A...)>;
@@ -26,9 +39,25 @@ using Handler = std::function<void(A...)>;
 inline constexpr int16_t vbKeyReturn = 13, vbKeyTab = 9, vbKeyDelete = 46, vbKeyBack = 8;
 inline constexpr int vbRightButton = 2, vbLeftButton = 1;
 
+// What a control is, for the front ends that draw and drive each kind its own way.
+enum class Kind {
+    Label,
+    Frame,
+    CommandButton,
+    TextBox,
+    ComboBox,
+    CheckBox,
+    OptionButton,
+    DatePicker,
+    ListView,
+    FlexGrid,
+    Menu,
+    MenuItem
+};
+
 class Control {
 public:
-    Control(Form& form, std::string name, std::string typeName, Control* container);
+    Control(Form& form, std::string name, Kind kind, Control* container);
     virtual ~Control();
     Control(const Control&) = delete;
     Control& operator=(const Control&) = delete;
@@ -36,7 +65,16 @@ public:
     const std::string& name() const { return name_; }
     // The classic type name ("TextBox", "ComboBox", "CheckBox", "OptionButton", "DTPicker",
     // "Label", "Frame", "CommandButton", "ListView", "MSHFlexGrid", "Menu").
-    const std::string& typeName() const { return typeName_; }
+    const std::string& typeName() const;
+    Kind kind() const { return kind_; }
+    // The value that StoreControlValues keeps in the Tag, and whether the control differs
+    // from such a snapshot now; only the controls a user edits hold one.
+    virtual bool holdsValue() const { return false; }
+    virtual std::string snapshot() const { return {}; }
+    virtual bool differsFrom(const std::string& snapshot) const {
+        (void)snapshot;
+        return false;
+    }
     Form& form() const { return form_; }
     Control* container() const { return container_; }
 
@@ -76,7 +114,8 @@ protected:
 
 private:
     Form& form_;
-    std::string name_, typeName_;
+    std::string name_;
+    Kind kind_;
     Control* container_;
     bool enabled_ = true, visible_ = true, tabStop_ = true;
     std::string caption_, toolTip_;
@@ -107,6 +146,9 @@ public:
 class TextBox : public Control {
 public:
     TextBox(Form& f, std::string name, Control* container = nullptr);
+    bool holdsValue() const override { return true; }
+    std::string snapshot() const override;
+    bool differsFrom(const std::string& snapshot) const override;
     const std::string& text() const { return text_; }
     void setText(std::string v);  // raises Change when the text differs
     bool locked() const { return locked_; }
@@ -148,6 +190,9 @@ class ComboBox : public Control {
 public:
     enum class Style { DropDownCombo = 0, DropDownList = 2 };
     ComboBox(Form& f, std::string name, Control* container = nullptr, Style style = Style::DropDownCombo);
+    bool holdsValue() const override { return true; }
+    std::string snapshot() const override;
+    bool differsFrom(const std::string& snapshot) const override;
     Style style() const { return style_; }
 
     int listCount() const { return static_cast<int>(items_.size()); }
@@ -192,6 +237,9 @@ private:
 class CheckBox : public Control {
 public:
     CheckBox(Form& f, std::string name, std::string caption, Control* container = nullptr);
+    bool holdsValue() const override { return true; }
+    std::string snapshot() const override;
+    bool differsFrom(const std::string& snapshot) const override;
     int value() const { return value_; }  // 0 unticked, 1 ticked, 2 grayed
     void setValue(int v);                 // raises Click when it changes, also from code
     Handler<> Click;
@@ -207,6 +255,9 @@ private:
 class OptionButton : public Control {
 public:
     OptionButton(Form& f, std::string name, std::string caption, Control* container = nullptr);
+    bool holdsValue() const override { return true; }
+    std::string snapshot() const override;
+    bool differsFrom(const std::string& snapshot) const override;
     bool value() const { return value_; }
     // Selecting one clears the others of the same container; Click when it becomes selected.
     void setValue(bool v);
@@ -222,6 +273,9 @@ private:
 class DatePicker : public Control {
 public:
     DatePicker(Form& f, std::string name, Control* container = nullptr);
+    bool holdsValue() const override { return true; }
+    std::string snapshot() const override;
+    bool differsFrom(const std::string& snapshot) const override;
     const common::DateTime& value() const { return value_; }
     void setValue(const common::DateTime& v);  // raises Change when it differs
     Handler<> Change;
@@ -293,10 +347,17 @@ private:
 class FlexGrid : public Control {
 public:
     // Sort settings of the classic grid.
-    enum Sort { flexSortNone = 0, flexSortGenericAscending = 1, flexSortGenericDescending = 2,
-                flexSortNumericAscending = 3, flexSortNumericDescending = 4,
-                flexSortStringNoCaseAscending = 5, flexSortStringNoCaseDescending = 6,
-                flexSortStringAscending = 7, flexSortStringDescending = 8 };
+    enum Sort {
+        flexSortNone = 0,
+        flexSortGenericAscending = 1,
+        flexSortGenericDescending = 2,
+        flexSortNumericAscending = 3,
+        flexSortNumericDescending = 4,
+        flexSortStringNoCaseAscending = 5,
+        flexSortStringNoCaseDescending = 6,
+        flexSortStringAscending = 7,
+        flexSortStringDescending = 8
+    };
 
     FlexGrid(Form& f, std::string name, Control* container = nullptr);
 

@@ -16,8 +16,8 @@ bool ControlsChanged(Form& form);
 // Overflow before any row is written.
 void RenumberRows(ListView& list);
 // Sum of the leading numbers of one column over all rows (the posting list's "Dept amount").
-double BalanceAmount(const ListView& postingDetails, int deptAmountColumn = 12);
+double BalanceAmount(const ListView& postingDetails, int deptAmountColumn);
 // True when a row's column (the "Trans ID " column) converted to a 32-bit integer equals id.
-bool TransIDInList(const ListView& transactions, int32_t id, int transIdColumn = 5);
+bool TransIDInList(const ListView& transactions, int32_t id, int transIdColumn);
 
 }  // namespace ui

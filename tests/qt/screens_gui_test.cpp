@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QGroupBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
@@ -18,6 +19,7 @@
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
+#include "qt/FormLayouts.h"
 
 namespace guitest {
 namespace {
@@ -60,6 +62,39 @@ protected:
         QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
     }
 };
+
+TEST_F(ScreensTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
+    browser::FrmMaster master(*module);
+    linking::frmPayrollAccountsLinking linkingForm(*module);
+    linking::frmcancell cancelForm(*module);
+    journal::frmJournalDetails journalForm(*module);
+    for (ui::Form* form :
+         std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
+        SCOPED_TRACE(form->name());
+        // The Designer file carries the captions the screen gives its controls, so that what
+        // Designer shows is what runs.
+        QDialog designed;
+        ASSERT_TRUE(qtui::setupLayout(form->name(), &designed));
+        EXPECT_EQ(designed.windowTitle().toStdString(), form->caption());
+        for (ui::Control* c : form->controls()) {
+            auto* w = designed.findChild<QWidget*>(QString::fromStdString(c->name()));
+            QString shown;
+            if (auto* label = qobject_cast<QLabel*>(w))
+                shown = label->text();
+            else if (auto* button = qobject_cast<QAbstractButton*>(w))
+                shown = button->text();
+            else if (auto* group = qobject_cast<QGroupBox*>(w))
+                shown = group->title();
+            else
+                continue;
+            EXPECT_EQ(shown.toStdString(), c->caption()) << c->name();
+        }
+        qtui::FormDialog dialog(*form, nullptr);
+        EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
+            << dialog.binder().unboundControls().join(", ").toStdString();
+        EXPECT_EQ(dialog.windowTitle().toStdString(), form->caption());
+    }
+}
 
 TEST_F(ScreensTest, ButtonClickReachesItsHandlerAndTheFrameCloseEndsTheModalLoop) {
     auto& f = newEntry();
