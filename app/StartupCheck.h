@@ -14,7 +14,8 @@ namespace startup {
 // written to an unnamed file in the target folder and only then given its name, so a build
 // that fails or is killed leaves nothing behind. An existing file is never replaced.
 // With demo, the demo data is dated from demoDay (default: today).
-void createDatabase(const std::string& path, bool demo, std::optional<common::DateTime> demoDay = std::nullopt);
+void createDatabase(const std::string& path, bool demo,
+                    std::optional<common::DateTime> demoDay = std::nullopt);
 
 // A --db file that SQLite would open but that is not ours: missing, empty (SQLite would
 // silently turn it into a new database) or not an SQLite file at all.

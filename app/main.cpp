@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "PostCommand.h"
 #include "ReportCommands.h"
 #include "StartupCheck.h"
 #include "common/DateTime.h"
@@ -25,7 +26,6 @@
 #include "data/sqlite/SqliteConnection.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
-#include "PostCommand.h"
 #include "script/ScriptRunner.h"
 #include "ui/Headless.h"
 
@@ -302,11 +302,14 @@ CLI::App* addInit(CLI::App& app, Options& o) {
 
 CLI::App* addPrint(CLI::App& app, Options& o) {
     auto* cmd = app.add_subcommand("print", "write an entry's journal voucher as PDF, no display needed");
-    cmd->add_option("--entry", o.print.entry, "the entry number, e.g. PAL/12")->type_name("TRANSNO")->required();
+    cmd->add_option("--entry", o.print.entry, "the entry number, e.g. PAL/12")
+        ->type_name("TRANSNO")
+        ->required();
     cmd->add_option("--pdf", o.print.pdf, "the PDF to write (default: the entry number, e.g. PAL-12.pdf)")
         ->type_name("FILE");
-    cmd->footer("Needs the Print (\"P\") right of the session user. Exit status 2 for an unknown entry or a file "
-                "that cannot be written.");
+    cmd->footer(
+        "Needs the Print (\"P\") right of the session user. Exit status 2 for an unknown entry or a file "
+        "that cannot be written.");
     addSessionOptions(*cmd, o);
     return cmd;
 }
@@ -320,14 +323,19 @@ CLI::App* addPost(CLI::App& app, Options& o, post::PostOptions& p) {
 }
 
 CLI::App* addExport(CLI::App& app, Options& o) {
-    auto* cmd = app.add_subcommand("export", "write the posting lines of the entries dated in a range as CSV");
-    cmd->add_option("--from", o.exportLines.from, "the first entry date")->type_name("dd/MM/yyyy")->required();
+    auto* cmd =
+        app.add_subcommand("export", "write the posting lines of the entries dated in a range as CSV");
+    cmd->add_option("--from", o.exportLines.from, "the first entry date")
+        ->type_name("dd/MM/yyyy")
+        ->required();
     cmd->add_option("--to", o.exportLines.to, "the last entry date")->type_name("dd/MM/yyyy")->required();
     cmd->add_option("--csv", o.exportLines.csv, "the CSV file to write (default: standard output)")
         ->type_name("FILE");
-    cmd->add_flag("--include-cancelled", o.exportLines.includeCancelled, "also the lines of cancelled entries");
-    cmd->footer("Needs the Print (\"P\") right of the session user. Exit status 2 for an empty range or a file "
-                "that cannot be written.");
+    cmd->add_flag("--include-cancelled", o.exportLines.includeCancelled,
+                  "also the lines of cancelled entries");
+    cmd->footer(
+        "Needs the Print (\"P\") right of the session user. Exit status 2 for an empty range or a file "
+        "that cannot be written.");
     addSessionOptions(*cmd, o);
     return cmd;
 }
@@ -404,9 +412,13 @@ int main(int argc, char** argv) {
          }},
         {addInit(app, o), [&] { return initDatabase(o); }},
         {addPrint(app, o),
-         [&] { return app::runPrint(o.print, {sessionConnection(o), o.user, o.company, o.interface}); }},
+         [&] {
+             return app::runPrint(o.print, {sessionConnection(o), o.user, o.company, o.interface});
+         }},
         {addExport(app, o),
-         [&] { return app::runExport(o.exportLines, {sessionConnection(o), o.user, o.company, o.interface}); }},
+         [&] {
+             return app::runExport(o.exportLines, {sessionConnection(o), o.user, o.company, o.interface});
+         }},
         {addPost(app, o, postOptions), [&] { return runPost(o, postOptions); }},
     };
 

@@ -26,7 +26,7 @@ struct PostRequest {
     std::optional<int32_t> department;  // none: every department of the company
     std::string remarks;
     std::optional<common::DateTime> entryDate;  // none: the process date, as the screen sets it
-    bool dryRun = false;  // the whole save runs, and its transaction is rolled back
+    bool dryRun = false;                        // the whole save runs, and its transaction is rolled back
 };
 
 struct PostingLine {

@@ -9,7 +9,9 @@ namespace common {
 class Error : public std::runtime_error {
 public:
     Error(int number, std::string source, std::string description)
-        : std::runtime_error(description), number_(number), source_(std::move(source)),
+        : std::runtime_error(description),
+          number_(number),
+          source_(std::move(source)),
           description_(std::move(description)) {}
     int number() const { return number_; }
     const std::string& source() const { return source_; }

@@ -20,9 +20,9 @@ void setComponentFolder(const std::string& folder);
 std::string errorLogPath();
 
 struct LogEntry {
-    std::string screen;      // as passed, trailing blanks kept
+    std::string screen;  // as passed, trailing blanks kept
     int32_t userId = 0;
-    std::string procedure;   // as passed
+    std::string procedure;  // as passed
     int32_t number = 0;
     std::string source;
     std::string description;

@@ -7,9 +7,9 @@
 namespace data {
 
 struct TableNames {
-    std::string pusers, ptables, ptablecolumns, puserrights, pEmployee, pLoans, pprefix,
-        pCurrencyMaster, pSettings, aAccountMaster, paPayAccLinkPostingDetails,
-        paPayAccLinkDetails, paPayAccLinkHeader, pDepartment, pCompanyMaster;
+    std::string pusers, ptables, ptablecolumns, puserrights, pEmployee, pLoans, pprefix, pCurrencyMaster,
+        pSettings, aAccountMaster, paPayAccLinkPostingDetails, paPayAccLinkDetails, paPayAccLinkHeader,
+        pDepartment, pCompanyMaster;
 };
 
 // The mapping load: one statement on linktable; every logical name tested against every row.

@@ -11,9 +11,16 @@
 #include "ui/Form.h"
 #include "ui/Toolkit.h"
 
-namespace browser { class FrmMaster; }
-namespace linking { class frmPayrollAccountsLinking; class frmcancell; }
-namespace journal { class frmJournalDetails; }
+namespace browser {
+class FrmMaster;
+}
+namespace linking {
+class frmPayrollAccountsLinking;
+class frmcancell;
+}  // namespace linking
+namespace journal {
+class frmJournalDetails;
+}
 
 namespace entry {
 
@@ -28,11 +35,11 @@ public:
     SessionContext session;
 
     // Module-wide values.
-    std::string EntryMode;          // "N" new, "E" edit
-    bool AddMode = false;           // the journal line editor adds a line
+    std::string EntryMode;  // "N" new, "E" edit
+    bool AddMode = false;   // the journal line editor adds a line
     int16_t DepartmentCurrencyID = 0;
     int16_t CompanyCurrencyID = 0;
-    bool TransactionOpen = false;   // the save's transaction is open
+    bool TransactionOpen = false;  // the save's transaction is open
 
     // The session connection, auto-created (unopened) when empty.
     data::Connection& connection();
@@ -57,9 +64,9 @@ public:
     int MsgBox(const std::string& text, int style);
     // The error log: writes the line, then shows the description (exclamation, OK) when
     // showMessage and the number is not 0. Failures of the log itself raise.
-    void LogError(const std::string& screen, int32_t userId, const std::string& procedure,
-                  int32_t number, const std::string& source, const std::string& description,
-                  const std::string& entryMode, bool showMessage);
+    void LogError(const std::string& screen, int32_t userId, const std::string& procedure, int32_t number,
+                  const std::string& source, const std::string& description, const std::string& entryMode,
+                  bool showMessage);
     // Convenience for handlers: logs a caught error with the session user and entry mode.
     void LogError(const std::string& screen, const std::string& procedure, const common::Error& e);
 

@@ -169,8 +169,8 @@ std::string frmPayrollAccountsLinking::NextEntryNumber() {
         // Logged for support without a message: the guarded statement numbers the entry and
         // the save goes on, also when the log itself cannot be written.
         try {
-            module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(), e.description(),
-                             module_.EntryMode, false);
+            module_.LogError("Employeeexit", s.userId, "Generateexitno", e.number(), e.source(),
+                             e.description(), module_.EntryMode, false);
         } catch (const common::Error&) {
         }
         highest = HighestEntryNumberGuarded(prefix);
@@ -188,7 +188,8 @@ std::string frmPayrollAccountsLinking::NextEntryNumber() {
 std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
     auto& s = module_.session;
     // The server counts characters, not bytes: a prefix in Arabic is as long as it looks.
-    const auto characters = std::count_if(prefix.begin(), prefix.end(), [](char c) { return (c & 0xC0) != 0x80; });
+    const auto characters =
+        std::count_if(prefix.begin(), prefix.end(), [](char c) { return (c & 0xC0) != 0x80; });
     const std::string suffix = "substring(TransNo," + std::to_string(characters + 1) + ",4000)";
     std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
                       s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +

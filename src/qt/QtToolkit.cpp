@@ -22,10 +22,10 @@
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
-#include "qt/Presentation.h"
-#include "qt/WindowFit.h"
-#include "qt/VoucherPrinter.h"
 #include "qt/PostAllAction.h"
+#include "qt/Presentation.h"
+#include "qt/VoucherPrinter.h"
+#include "qt/WindowFit.h"
 
 namespace qtui {
 

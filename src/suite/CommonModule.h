@@ -21,8 +21,8 @@ public:
     Value fnReturnField(const std::string& field, const std::string& condition = "");
     // Fills the combo (or its list) with one item per row: text field shown, value field as
     // item data. The condition may carry an "order by".
-    void populateComboorList(ui::ComboBox& combo, const std::string& valueField,
-                             const std::string& textField, const std::string& condition);
+    void populateComboorList(ui::ComboBox& combo, const std::string& valueField, const std::string& textField,
+                             const std::string& condition);
     // The next free key of a column: one more than the highest value in the rows that the
     // table expression (a table name followed by a where clause) selects; 1 when none.
     int32_t nextFreeKey(const std::string& tableExpression, const std::string& column);

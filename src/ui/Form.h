@@ -46,14 +46,17 @@ public:
 
     bool keyPreview = false;
     std::string messageTitle;  // title of the boxes that the controls show on their own
-    std::string marker;  // "Loaded" once activated
+    std::string marker;        // "Loaded" once activated
     bool loaded = false;
     bool shownModal = false;
 
     // Lifecycle and form-level events, overridden by the screens.
     virtual void Form_Load() {}
     virtual void Form_Activate() {}
-    virtual void Form_QueryUnload(int& cancel, int unloadMode) { (void)cancel; (void)unloadMode; }
+    virtual void Form_QueryUnload(int& cancel, int unloadMode) {
+        (void)cancel;
+        (void)unloadMode;
+    }
     virtual void Form_Unload(int& cancel) { (void)cancel; }
     virtual void Form_KeyPress(int16_t& keyAscii) { (void)keyAscii; }
 

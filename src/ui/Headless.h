@@ -26,7 +26,7 @@ public:
     std::vector<ShownBox> messages;  // every box shown, in order
     std::deque<int> answers;         // answers for the next boxes that need one (vbYes, vbNo...)
     std::vector<std::string> transcript;
-    std::vector<common::Error> errors;  // uncaught errors shown
+    std::vector<common::Error> errors;               // uncaught errors shown
     std::vector<report::Voucher> previewedVouchers;  // every voucher sent to print preview
 
     // Drives a form shown modally until it is unloaded. Without it, showModal returns at

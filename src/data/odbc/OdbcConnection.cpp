@@ -56,7 +56,8 @@ std::string diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
 void check(SQLRETURN r, SQLSMALLINT handleType, SQLHANDLE handle) {
     if (SQL_SUCCEEDED(r) || r == SQL_NO_DATA) return;
     std::string text = handle ? diagnostics(handleType, handle) : std::string();
-    if (text.empty()) text = "The ODBC driver failed without a message (return code " + std::to_string(r) + ")";
+    if (text.empty())
+        text = "The ODBC driver failed without a message (return code " + std::to_string(r) + ")";
     fail(text);
 }
 
@@ -88,7 +89,8 @@ struct Link {
     void check(SQLRETURN r) const { odbc::check(r, SQL_HANDLE_DBC, dbc); }
     void setAutocommit(bool on) const {
         auto value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-        check(SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+        check(SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value),
+                                SQL_IS_UINTEGER));
     }
     // Ends the transaction either way and always goes back to autocommit, even when ending
     // it failed: left in manual mode, the next beginTrans would change nothing and some
@@ -192,7 +194,8 @@ std::string readText(const Statement& s, SQLUSMALLINT col, bool& isNull) {
             return {};
         }
         // A full buffer (with its terminator) means more is to come.
-        bool more = r == SQL_SUCCESS_WITH_INFO && (ind == SQL_NO_TOTAL || ind >= static_cast<SQLLEN>(sizeof buf));
+        bool more =
+            r == SQL_SUCCESS_WITH_INFO && (ind == SQL_NO_TOTAL || ind >= static_cast<SQLLEN>(sizeof buf));
         size_t got = more ? sizeof buf - 1 : static_cast<size_t>(ind);
         out.append(buf, std::min(got, sizeof buf - 1));
         if (!more) break;
@@ -262,7 +265,8 @@ RecordsetPtr fetchAll(const Statement& s, SQLSMALLINT columns) {
         s.check(r);
         std::vector<Value> row;
         row.reserve(kinds.size());
-        for (size_t c = 0; c < kinds.size(); ++c) row.push_back(readColumn(s, static_cast<SQLUSMALLINT>(c + 1), kinds[c]));
+        for (size_t c = 0; c < kinds.size(); ++c)
+            row.push_back(readColumn(s, static_cast<SQLUSMALLINT>(c + 1), kinds[c]));
         rows.push_back(std::move(row));
     }
     return std::make_unique<Recordset>(std::move(names), std::move(rows));
@@ -457,7 +461,7 @@ struct Binding {
             return Value(toUtf8(std::u16string_view(wide.data(), n)));
         }
         size_t n = indicator == SQL_NO_TOTAL ? text.size() - 1
-                                              : std::min(static_cast<size_t>(indicator), text.size() - 1);
+                                             : std::min(static_cast<size_t>(indicator), text.size() - 1);
         return Value(std::string(text.data(), n));
     }
 };
@@ -561,9 +565,12 @@ void load(Binding& b, const Value& v, bool output, SQLULEN size, bool sqlServer)
         }
         case Kind::Timestamp: {
             DateTime d = v.toDate();
-            b.timestamp = SQL_TIMESTAMP_STRUCT{static_cast<SQLSMALLINT>(d.year), static_cast<SQLUSMALLINT>(d.month),
-                                               static_cast<SQLUSMALLINT>(d.day),  static_cast<SQLUSMALLINT>(d.hour),
-                                               static_cast<SQLUSMALLINT>(d.minute), static_cast<SQLUSMALLINT>(d.second),
+            b.timestamp = SQL_TIMESTAMP_STRUCT{static_cast<SQLSMALLINT>(d.year),
+                                               static_cast<SQLUSMALLINT>(d.month),
+                                               static_cast<SQLUSMALLINT>(d.day),
+                                               static_cast<SQLUSMALLINT>(d.hour),
+                                               static_cast<SQLUSMALLINT>(d.minute),
+                                               static_cast<SQLUSMALLINT>(d.second),
                                                0};
             break;
         }
@@ -742,7 +749,7 @@ private:
             Parameter p;
             p.name = columnName;
             p.type = valueTypeOf(kindOf(d.sqlType));
-            p.direction = kind == SQL_RETURN_VALUE        ? ParamDirection::ReturnValue
+            p.direction = kind == SQL_RETURN_VALUE         ? ParamDirection::ReturnValue
                           : kind == SQL_PARAM_OUTPUT       ? ParamDirection::Output
                           : kind == SQL_PARAM_INPUT_OUTPUT ? ParamDirection::InputOutput
                                                            : ParamDirection::Input;
@@ -757,7 +764,8 @@ private:
     }
 
     static std::string unbracket(const std::string& part) {
-        if (part.size() >= 2 && part.front() == '[' && part.back() == ']') return part.substr(1, part.size() - 2);
+        if (part.size() >= 2 && part.front() == '[' && part.back() == ']')
+            return part.substr(1, part.size() - 2);
         return part;
     }
 
@@ -766,7 +774,8 @@ private:
     std::string catalogPattern(const std::string& name) const {
         SQLCHAR escape[8] = {};
         SQLSMALLINT length = 0;
-        if (!SQL_SUCCEEDED(SQLGetInfo(link_->dbc, SQL_SEARCH_PATTERN_ESCAPE, escape, sizeof escape, &length)) ||
+        if (!SQL_SUCCEEDED(
+                SQLGetInfo(link_->dbc, SQL_SEARCH_PATTERN_ESCAPE, escape, sizeof escape, &length)) ||
             length == 0)
             return name;
         std::string out;
@@ -829,8 +838,8 @@ private:
             // Beyond nvarchar(4000) a server wants the long type (nvarchar(max)).
             if (b.isWide && size > 4000) d.sqlType = SQL_WLONGVARCHAR;
         }
-        s.check(SQLBindParameter(s.handle(), static_cast<SQLUSMALLINT>(i + 1), ioTypeOf(p.direction), b.cType(),
-                                 d.sqlType, size, d.digits, b.data(), b.capacity(), &b.indicator));
+        s.check(SQLBindParameter(s.handle(), static_cast<SQLUSMALLINT>(i + 1), ioTypeOf(p.direction),
+                                 b.cType(), d.sqlType, size, d.digits, b.data(), b.capacity(), &b.indicator));
     }
 
     static SQLCHAR* sqlChars(const std::string& s) {
@@ -912,9 +921,9 @@ ConnectionPtr open(const std::string& connectionString, const Options& options) 
     check(SQLAllocHandle(SQL_HANDLE_DBC, link->env, &link->dbc), SQL_HANDLE_ENV, link->env);
     SQLCHAR completed[1024];
     SQLSMALLINT completedLength = 0;
-    link->check(SQLDriverConnect(link->dbc, nullptr,
-                                 reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())), SQL_NTS,
-                                 completed, sizeof completed, &completedLength, SQL_DRIVER_NOPROMPT));
+    link->check(SQLDriverConnect(
+        link->dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())), SQL_NTS,
+        completed, sizeof completed, &completedLength, SQL_DRIVER_NOPROMPT));
     link->connected = true;
 
     // unixODBC answers from the functions the driver library exports.

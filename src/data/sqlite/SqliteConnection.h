@@ -10,9 +10,9 @@
 namespace data::sqlite {
 
 struct OpenOptions {
-    std::string procedureDir;  // empty: procedureFolder()
-    int busyTimeoutMs = 10000; // wait for another program's write rather than fail at once
-    bool create = false;       // create the file when missing
+    std::string procedureDir;   // empty: procedureFolder()
+    int busyTimeoutMs = 10000;  // wait for another program's write rather than fail at once
+    bool create = false;        // create the file when missing
 };
 
 // Opens (or with create, creates) a database file. Errors carry SQLite's own message.
