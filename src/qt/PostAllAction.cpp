@@ -6,6 +6,7 @@
 #include <QDialogButtonBox>
 #include <QFontDatabase>
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QLayout>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -150,7 +151,12 @@ void addPostAllAction(QDialog& window, browser::FrmMaster& master) {
         if (!master.cmdnew.enabled()) return;
         postAll(window, master);
     });
-    if (QLayout* layout = window.layout()) layout->addWidget(button);
+    // Between Print and Close, where the browser's button grid has a free place.
+    auto* grid = window.findChild<QGridLayout*>("layout2");
+    if (grid != nullptr && grid->itemAtPosition(1, 1) == nullptr)
+        grid->addWidget(button, 1, 1);
+    else if (QLayout* layout = window.layout())
+        layout->addWidget(button);
 }
 
 }  // namespace qtui
