@@ -35,7 +35,6 @@ using data::CommandType;
 using data::ConnectionPtr;
 using data::CursorType;
 using data::LockType;
-using data::ParamDirection;
 using data::Parameter;
 using data::RecordsetPtr;
 
@@ -79,38 +78,9 @@ std::string markParameters(const std::string& body, std::vector<std::string>& na
     return out;
 }
 
-class AdaptedOdbc;
-
-class AdaptedCommand : public data::Command {
-public:
-    AdaptedCommand(std::shared_ptr<AdaptedOdbc> conn, std::string text, CommandType type)
-        : conn_(std::move(conn)), text_(std::move(text)), type_(type) {}
-    void refreshParameters() override;
-    std::vector<Parameter>& parameters() override {
-        if (!refreshed_) refreshParameters();
-        return params_;
-    }
-    void setParameter(size_t pos, Value v) override { at(pos).value = std::move(v); }
-    const Value& parameter(size_t pos) override { return at(pos).value; }
-    RecordsetPtr execute() override;
-    RecordsetPtr execute(const std::vector<Value>& args) override;
-    const std::string& text() const override { return text_; }
-
-private:
-    Parameter& at(size_t pos) {
-        if (pos >= parameters().size())
-            common::raise(common::err::ItemNotFound, "ODBC", "Item cannot be found in the collection.");
-        return params_[pos];
-    }
-    std::shared_ptr<AdaptedOdbc> conn_;
-    std::string text_;
-    CommandType type_;
-    CommandPtr inner_;  // the ODBC command of the adapted text
-    std::vector<Parameter> params_;
-    bool refreshed_ = false;
-};
-
-class AdaptedOdbc : public data::Connection, public std::enable_shared_from_this<AdaptedOdbc> {
+// The adapter and catalog over the ODBC connection. The screens use text commands with
+// positional markers and "exec" with literal arguments only, so that is all this carries.
+class AdaptedOdbc : public data::Connection {
 public:
     explicit AdaptedOdbc(ConnectionPtr odbc)
         : odbc_(std::move(odbc)),
@@ -118,51 +88,60 @@ public:
           adapter_([this](const std::string& column) { return dateColumns_.count(column) > 0; }) {
         loadDateColumns();
     }
-
     bool isOpen() const override { return odbc_->isOpen(); }
     long execute(const std::string& sql) override {
         auto a = adapter_.adapt(sql);
-        if (a.isExec) {
-            runExec(a, {});
-            return -1;
-        }
+        if (a.isExec) return runExec(a), -1;
         long n = odbc_->execute(a.sql);
         if (a.changesSchema) loadDateColumns();
         return n;
     }
     RecordsetPtr open(const std::string& sql, CursorType cursor, LockType lock) override {
         auto a = adapter_.adapt(sql);
-        if (a.isExec) return runExec(a, {});
-        return odbc_->open(a.sql, cursor, lock);
+        return a.isExec ? runExec(a) : odbc_->open(a.sql, cursor, lock);
     }
-    CommandPtr command(const std::string& text, CommandType type) override {
-        return std::make_unique<AdaptedCommand>(shared_from_this(), text, type);
+    CommandPtr command(const std::string& text, CommandType) override {
+        return std::make_unique<Command>(adapter_.adapt(text), odbc_);
     }
     void beginTrans() override { odbc_->beginTrans(); }
     void commitTrans() override { odbc_->commitTrans(); }
     void rollbackTrans() override { odbc_->rollbackTrans(); }
     bool inTransaction() const override { return odbc_->inTransaction(); }
 
-    data::ConnectionPtr odbc() const { return odbc_; }
-    data::sqlite::AdaptedStatement adapt(const std::string& sql) const { return adapter_.adapt(sql); }
-    const data::sqlite::Procedure& procedure(const std::string& name) { return catalog_.find(name); }
+private:
+    // The driver describes the adapted statement's markers; the suite's date texts become
+    // dates where the adapter found a date column, so the driver stores them in ISO form.
+    class Command : public data::Command {
+    public:
+        Command(data::sqlite::AdaptedStatement a, const ConnectionPtr& odbc)
+            : a_(std::move(a)), inner_(odbc->command(a_.sql, CommandType::Text)) {}
+        void refreshParameters() override { inner_->refreshParameters(); }
+        std::vector<Parameter>& parameters() override { return inner_->parameters(); }
+        void setParameter(size_t pos, Value v) override { inner_->setParameter(pos, std::move(v)); }
+        const Value& parameter(size_t pos) override { return inner_->parameter(pos); }
+        RecordsetPtr execute() override { return inner_->execute(); }
+        RecordsetPtr execute(const std::vector<Value>& args) override {
+            std::vector<Value> values = args;
+            for (size_t i = 0; i < values.size() && i < a_.dateParams.size(); ++i)
+                if (a_.dateParams[i] && values[i].asText())
+                    if (auto d = common::parseDate(*values[i].asText())) values[i] = Value(*d);
+            return inner_->execute(values);
+        }
+        const std::string& text() const override { return inner_->text(); }
 
-    // The suite's date texts become dates where the adapter found a date column, so the
-    // driver receives them in the stored ISO form.
-    static std::vector<Value> withDates(const data::sqlite::AdaptedStatement& a, std::vector<Value> args) {
-        for (size_t i = 0; i < args.size() && i < a.dateParams.size(); ++i)
-            if (a.dateParams[i] && args[i].asText())
-                if (auto d = common::parseDate(*args[i].asText())) args[i] = Value(*d);
-        return args;
-    }
+    private:
+        data::sqlite::AdaptedStatement a_;
+        CommandPtr inner_;
+    };
 
-    // "exec NAME args": arguments by position, then by name, as the server matches them.
-    RecordsetPtr runExec(const data::sqlite::AdaptedStatement& a, const std::vector<Value>& args) {
+    // "exec NAME args": the procedure's statement through an ODBC text command, arguments by
+    // position, then by name, as the server matches them.
+    RecordsetPtr runExec(const data::sqlite::AdaptedStatement& a) {
         const auto& proc = catalog_.find(a.procedure);
         std::vector<Value> values(proc.parameters.size());
-        size_t nextArg = 0, position = 0;
+        size_t position = 0;
         for (const auto& arg : a.arguments) {
-            Value v = arg.placeholder ? args.at(nextArg++) : arg.value;
+            EXPECT_FALSE(arg.placeholder) << a.procedure;
             size_t slot = position;
             if (!arg.name.empty()) {
                 for (size_t i = 0; i < proc.parameters.size(); ++i)
@@ -170,15 +149,8 @@ public:
             } else {
                 ++position;
             }
-            values.at(slot) = v;
+            values.at(slot) = arg.value;
         }
-        return call(proc, values, nullptr);
-    }
-
-    // Runs the procedure's statement through an ODBC text command; outputs come from the
-    // same-named columns of its first row.
-    RecordsetPtr call(const data::sqlite::Procedure& proc, const std::vector<Value>& values,
-                      std::vector<Value>* outputs) {
         std::vector<std::string> names;
         std::string sql = markParameters(proc.body, names);
         // The driver takes one statement: no trailing separator.
@@ -190,19 +162,8 @@ public:
             if (slot == proc.parameters.size()) ADD_FAILURE() << proc.name << " uses undeclared " << n;
             bound.push_back(data::sqlite::convertArgument(proc.parameters.at(slot), values.at(slot)));
         }
-        RecordsetPtr rs = odbc_->command(sql, CommandType::Text)->execute(bound);
-        if (outputs) {
-            outputs->assign(proc.parameters.size(), Value());
-            for (size_t j = 0; j < proc.parameters.size(); ++j) {
-                if (!proc.parameters[j].output || rs->rows().empty()) continue;
-                int col = rs->fieldIndex(proc.parameters[j].name.substr(1));
-                if (col >= 0) (*outputs)[j] = rs->rows().front()[static_cast<size_t>(col)];
-            }
-        }
-        return rs;
+        return odbc_->command(sql, CommandType::Text)->execute(bound);
     }
-
-private:
     void loadDateColumns() {
         dateColumns_.clear();
         auto tables = odbc_->open("select name from sqlite_schema where type in ('table','view')",
@@ -220,50 +181,6 @@ private:
     std::unordered_set<std::string> dateColumns_;
     data::sqlite::TsqlAdapter adapter_;
 };
-
-void AdaptedCommand::refreshParameters() {
-    params_.clear();
-    if (type_ == CommandType::StoredProc) {
-        const auto& proc = conn_->procedure(text_);
-        params_.push_back({"@RETURN_VALUE", ParamDirection::ReturnValue, Value::Type::Integer, Value()});
-        for (const auto& p : proc.parameters)
-            params_.push_back({p.name, p.output ? ParamDirection::InputOutput : ParamDirection::Input,
-                               Value::Type::Null, Value()});
-    } else {
-        auto a = conn_->adapt(text_);
-        if (!a.isExec) {
-            // The driver describes the adapted statement's markers.
-            inner_ = conn_->odbc()->command(a.sql, CommandType::Text);
-            inner_->refreshParameters();
-            params_ = inner_->parameters();
-        }
-    }
-    refreshed_ = true;
-}
-
-RecordsetPtr AdaptedCommand::execute() {
-    if (type_ == CommandType::StoredProc) {
-        auto& ps = parameters();
-        const auto& proc = conn_->procedure(text_);
-        std::vector<Value> values, outputs;
-        for (size_t i = 1; i < ps.size(); ++i) values.push_back(ps[i].value);
-        RecordsetPtr rs = conn_->call(proc, values, &outputs);
-        ps[0].value = Value(0);
-        for (size_t j = 0; j < proc.parameters.size(); ++j)
-            if (proc.parameters[j].output) ps[j + 1].value = outputs[j];
-        return rs;
-    }
-    std::vector<Value> values;
-    for (const auto& p : parameters()) values.push_back(p.value);
-    return execute(values);
-}
-
-RecordsetPtr AdaptedCommand::execute(const std::vector<Value>& args) {
-    auto a = conn_->adapt(text_);
-    if (a.isExec) return conn_->runExec(a, args);
-    if (!refreshed_) refreshParameters();
-    return inner_->execute(AdaptedOdbc::withDates(a, args));
-}
 
 // A demo database made by the embedded backend, opened again through the driver.
 class EmbeddedOverOdbcTest : public ::testing::Test {
@@ -285,14 +202,6 @@ protected:
     ConnectionPtr odbc;
     std::shared_ptr<AdaptedOdbc> db;
 };
-
-}  // namespace
-
-namespace {
-
-}  // namespace
-
-namespace {
 
 // A user's whole session, from the browser through a new payroll entry, its edit and its
 // cancellation.
