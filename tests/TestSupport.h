@@ -6,6 +6,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -79,6 +80,11 @@ protected:
         for (int r = 1; r < g.rows(); ++r)
             if (g.textMatrix(r, 0) == std::to_string(transId)) return r;
         return -1;
+    }
+    // Whether this exact statement reached the database.
+    bool traced(const std::string& sql) const {
+        auto s = trace->statements();
+        return std::find(s.begin(), s.end(), sql) != s.end();
     }
     // Every row of a query, one line each.
     std::string rows(const std::string& sql) {

@@ -32,7 +32,6 @@ protected:
                f.txtTotDepAmount.text() + "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) +
                dump(f.lvwPostingDetails);
     }
-    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
 
     // Presses Ok once for every call the save makes, failing the k-th call each time: the
     // database and the screen must come out as they went in. Stops when a press saves

@@ -39,7 +39,6 @@ protected:
         LinkingTest::SetUp();
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
-    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
     void show(frmPayrollAccountsLinking& f, const std::string& type,
               const std::string& department = "Test Lab") {
         ASSERT_TRUE(f.cboType.userSelectText(type));
