@@ -4,7 +4,12 @@
 // support/DemoSession, shared with the benchmarks).
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "browser/FrmMaster.h"
@@ -15,6 +20,29 @@
 #include "ui/Headless.h"
 
 namespace testsupport {
+
+// The program itself, run as a user or a scheduler runs it.
+inline const std::string kProgram = PAYACC_BINARY_DIR "/app/payacclink";
+struct ProgramResult {
+    int status;  // 128 + the signal when killed
+    std::string out, err;
+};
+inline std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+// Runs the program in `dir` with `args` (shell words) after `env` (env's options and settings;
+// the error log goes to `dir` unless it names PAYACC_LOG_DIR).
+inline ProgramResult runProgram(const std::string& dir, const std::string& args, const std::string& env = "") {
+    const std::string out = dir + "/out.txt", err = dir + "/err.txt";
+    const std::string log = env.find("PAYACC_LOG_DIR=") == std::string::npos ? " PAYACC_LOG_DIR='" + dir + "'" : "";
+    const std::string cmd = "cd '" + dir + "' && env " + env + log + " timeout 300 '" + kProgram + "' " + args +
+                            " </dev/null >'" + out + "' 2>'" + err + "'";
+    const int raw = std::system(cmd.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+}
 
 class ModuleTest : public ::testing::Test {
 protected:
@@ -52,6 +80,11 @@ protected:
         for (int r = 1; r < g.rows(); ++r)
             if (g.textMatrix(r, 0) == std::to_string(transId)) return r;
         return -1;
+    }
+    // Whether this exact statement reached the database.
+    bool traced(const std::string& sql) const {
+        auto s = trace->statements();
+        return std::find(s.begin(), s.end(), sql) != s.end();
     }
     // Every row of a query, one line each.
     std::string rows(const std::string& sql) {

@@ -30,7 +30,6 @@ protected:
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
 
-    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
     int newestEntry() { return count("select max(TransID) from paPayAccLinkHeader where CompanyID=1"); }
 
     bool statementsContain(const std::string& text) const {

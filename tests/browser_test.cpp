@@ -69,10 +69,6 @@ protected:
             if (g.textMatrix(r, 0) == transId) return r;
         return -1;
     }
-    bool traced(const std::string& sql) const {
-        auto s = trace->statements();
-        return std::find(s.begin(), s.end(), sql) != s.end();
-    }
     // New, Edit, Delete, Print as the user sees them ("-" for disabled); Close is always on.
     static std::string buttons(const browser::FrmMaster& f) {
         EXPECT_TRUE(f.CmdClose.enabled());

@@ -1,110 +1,206 @@
-// The host program as a user runs it: its exit statuses, init, scripts and the demo database.
+// The host program as a user runs it, from a folder of its own with no way back to the sources:
+// exit statuses, init (whole or nothing, bare, older builds, the demo), scripts and help.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <csignal>
+#include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
+#include <set>
 
 #include "TestSupport.h"
+#include "common/DateTime.h"
 #include "data/sqlite/SqliteConnection.h"
 
 namespace {
 
-const std::string kBinary = PAYACC_BINARY_DIR "/app/payacclink";
-
-struct Result {
-    int status;
-    std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using testsupport::ProgramResult;
 
 class HostTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built"; }
-    // Runs the program with the arguments (shell words) and the environment settings given.
-    Result run(const std::string& args, const std::string& env = "") {
-        std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
-        std::string cmd = "cd '" + tmp.path().string() + "' && env " + env + " PAYACC_LOG_DIR='" +
-                          tmp.path().string() + "' timeout 120 '" + kBinary + "' " + args + " </dev/null >'" +
-                          out + "' 2>'" + err + "'";
-        int raw = std::system(cmd.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    void SetUp() override {
+        ASSERT_TRUE(std::filesystem::exists(testsupport::kProgram)) << testsupport::kProgram << " is not built";
     }
-    std::string write(const std::string& name, const std::string& text) {
+    // The procedures and schema must come from the program itself.
+    ProgramResult run(const std::string& args, const std::string& env = "") {
+        return testsupport::runProgram(tmp.path().string(), args,
+                                       "-u PAYACC_PROCEDURE_DIR -u PAYACC_DEMO_DATE " + env);
+    }
+    void write(const std::string& name, const std::string& text) {
         std::ofstream(tmp.file(name), std::ios::binary) << text;
-        return tmp.file(name);
+    }
+    data::ConnectionPtr open(const std::string& db) {
+        data::sqlite::OpenOptions o;
+        o.create = true;
+        return data::sqlite::open(tmp.file(db), o);
+    }
+    long long count(const std::string& db, const std::string& sql) { return open(db)->open(sql)->field(0).toInt64(); }
+    std::set<std::string> files() const {
+        std::set<std::string> out;
+        for (const auto& e : std::filesystem::directory_iterator(tmp.path())) out.insert(e.path().filename());
+        return out;
     }
     testsupport::TempDir tmp;
 };
 
-TEST_F(HostTest, BadInvocationsEndWithOneLineAndStatusTwo) {
-    std::string notADatabase = write("junk.db", std::string(4096, 'x'));
-    const std::string cases[] = {
-        "--bogus",
-        "--user abc --db junk.db",
-        "--date 31/02/2026",
-        "--db missing.db",
-        "--db " + notADatabase,
-        "script missing.txt --db junk.db",
-        "init new.db --demo --user 1",
+// What the suite adds before a company can use the component: the company, its settings row
+// and a user with rights.
+const char* const kFirstCompany =
+    "insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (1, 'First', 1);"
+    "insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol, CurrencyName) values (1, 1, 'EUR', 'Euro');"
+    "insert into psettings (companyid, noofpreviousdays) values (1, 30);"
+    "insert into pusers (userid, username) values (1, 'admin');"
+    "insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (1, 1, 60, 'NEDP');";
+
+TEST_F(HostTest, EachUnusableStartGivesOneLineAndStatusTwo) {
+    const ProgramResult killed = run("init new.db --demo", "PAYACC_TEST_KILL_INIT=before-rename");
+    EXPECT_EQ(killed.status, 128 + SIGKILL) << killed.err;
+    EXPECT_EQ(files(), (std::set<std::string>{"err.txt", "out.txt"})) << "a killed init left a file behind";
+
+    ASSERT_EQ(run("init demo.db --demo").status, 0);
+    write("close.txt", "close\n");
+    write("empty.db", "");
+    write("letter.db", "Dear reader, this is not a database.\n");
+    open("bare.db")->execute("create table notes (x)");
+    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("nosettings.db"));
+    open("nosettings.db")->execute("delete from psettings where companyid=1");
+
+    const struct {
+        std::string args, env, says;
+    } cases[] = {
+        {"--bogus", "", ""},
+        {"--user abc --db demo.db", "", ""},
+        {"--date 31/02/2026", "", ""},
+        {"--db missing.db", "", ""},
+        {"script missing.txt --db demo.db", "", ""},
+        {"init new.db --demo --user 1", "", ""},
+        {"init --bogus x.db", "", ""},
+        {"init demo.db --demo", "", ""},  // an existing file is left alone
+        {"init bad.db --demo --as-of 2026-10-28", "", ""},
+        {"init bad.db --as-of 28/10/2026", "", ""},  // --as-of dates demo data only
+        {"script close.txt --db empty.db", "", "empty (0 bytes)"},
+        {"script close.txt --db letter.db", "", "not a database"},
+        {"script close.txt --db bare.db", "", "no payroll accounts linking tables"},
+        {"script close.txt --db demo.db --company 999", "", "company 999 is not in"},
+        {"script close.txt --db nosettings.db", "", "no settings row in psettings"},
+        {"script close.txt --db demo.db --trace-sql close.txt/trace.txt", "", "cannot write the trace file"},
+        {"script close.txt --db demo.db", "PAYACC_LOG_DIR=./missing", "cannot write the error log"},
     };
-    for (const std::string& args : cases) {
-        Result r = run(args);
-        EXPECT_EQ(r.status, 2) << args << "\n" << r.out << r.err;
-        EXPECT_EQ(r.err.rfind("payacclink: ", 0), 0u) << args << ": " << r.err;
-        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << args << ": " << r.err;
+    for (const auto& c : cases) {
+        const ProgramResult r = run(c.args, c.env);
+        EXPECT_EQ(r.status, 2) << c.args << ": " << r.out << r.err;
+        EXPECT_EQ(r.err.rfind("payacclink: ", 0), 0u) << c.args << ": " << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << c.args << ": " << r.err;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
     }
     EXPECT_FALSE(std::filesystem::exists(tmp.file("new.db")));
+    EXPECT_EQ(std::filesystem::file_size(tmp.file("empty.db")), 0u) << "an empty file was made a database";
+
+    // A script without a single expect line still fails when one of its commands does: here
+    // the linking screen cannot load.
+    open("demo.db")->execute("drop view vwPayAccLinkSettings");
+    write("new.txt", "click cmdnew\nclose\n");
+    EXPECT_EQ(run("script new.txt --db demo.db").status, 1);
 }
 
-TEST_F(HostTest, InitMakesADatabaseThatScriptsRunOn) {
-    Result made = run("init demo.db --demo");
-    ASSERT_EQ(made.status, 0) << made.err;
-    {
-        auto c = data::sqlite::open(tmp.file("demo.db"));
-        auto rs = c->open("select count(*) from pCompanyMaster");
-        EXPECT_GT(rs->field(0).toInt32(), 0);
-    }
-    EXPECT_EQ(run("init demo.db --demo").status, 2) << "an existing file is left alone";
-    ASSERT_EQ(run("init empty.db").status, 0);
-    {
-        auto c = data::sqlite::open(tmp.file("empty.db"));
-        EXPECT_EQ(c->open("select count(*) from pCompanyMaster")->field(0).toInt32(), 0);
-    }
-
+TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
+    ASSERT_EQ(run("init demo.db --demo").status, 0);
+    EXPECT_GT(count("demo.db", "select count(*) from pCompanyMaster"), 0);
     write("browse.txt",
           "expect FrmMaster \"Payroll Accounts Linking\"\n"
           "expect-sql from linktable\n"
           "expect cmdnew.enabled true\n"
           "close\n");
-    Result r =
+    ProgramResult r =
         run("script browse.txt --db demo.db --user 1 --company 1 --date 15/10/2026 --trace-sql trace.txt");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(r.out.rfind("SHOW FrmMaster: Payroll Accounts Linking\n", 0), 0u) << r.out;
     EXPECT_NE(r.out.find("UNLOAD FrmMaster\nOK\n"), std::string::npos) << r.out;
-    EXPECT_NE(slurp(tmp.file("trace.txt")).find("linktable"), std::string::npos);
+    EXPECT_NE(testsupport::slurp(tmp.file("trace.txt")).find("linktable"), std::string::npos);
 
     // A user without rights sees the buttons disabled; a failed expectation ends with status 1.
-    Result denied = run("script browse.txt --db demo.db --user 4");
+    ProgramResult denied = run("script browse.txt --db demo.db --user 4");
     EXPECT_EQ(denied.status, 1) << denied.out;
     EXPECT_NE(denied.out.find("FAIL line 3: expect cmdnew.enabled: expected \"true\", got \"false\""),
               std::string::npos)
         << denied.out;
-
     // A wrong key opens nothing, so the script's first line finds no form.
-    Result locked = run("script browse.txt --db demo.db --key wrong");
+    ProgramResult locked = run("script browse.txt --db demo.db --key wrong");
     EXPECT_EQ(locked.status, 1);
     EXPECT_NE(locked.out.find("FAIL line 1:"), std::string::npos) << locked.out;
+
+    write("browse.txt",
+          "expect FrmMaster \"Payroll Accounts Linking\"\n"
+          "expect flexMaster.rows 1\n"
+          "expect-cell flexMaster 0 1 Trans No\n"
+          "expect cmdnew.enabled true\n"
+          "close\n");
+    // A bare database with one company added opens an empty browser.
+    ASSERT_EQ(run("init bare.db").status, 0);
+    EXPECT_EQ(count("bare.db", "select count(*) from pCompanyMaster"), 0);
+    open("bare.db")->execute(kFirstCompany);
+    r = run("script browse.txt --db bare.db");
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+
+    // A database of an older build, which wrote the mapping and captions only with the demo
+    // data, gets them and opens.
+    ASSERT_EQ(run("init old.db").status, 0);
+    {
+        auto c = open("old.db");
+        for (const char* sql : {"delete from linktable", "delete from ptablecolumns", "delete from ptables",
+                                "PRAGMA user_version = 0", kFirstCompany,
+                                "insert into linktable values ('pDepartment', 'pDepartmentMaster')"})
+            c->execute(sql);
+    }
+    r = run("script browse.txt --db old.db");
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_EQ(count("old.db", "PRAGMA user_version"), data::sqlite::kSchemaVersion);
+    EXPECT_EQ(count("old.db", "select count(*) from linktable where tablename = 'pDepartment'"), 1)
+        << "a row the installation has is not given twice";
+    EXPECT_EQ(count("old.db", "select count(*) from linktable"), 15);
+}
+
+TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
+    std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    const auto today = common::DateTime::ymd(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+    ASSERT_EQ(run("init demo.db --demo").status, 0);
+    EXPECT_EQ(count("demo.db", "select count(*) from pMonthlyPayRollProcessing where mppProcessedDate > '" +
+                                   common::isoDate(today) + "'"),
+              0);
+    // New, Payroll, a department and Show, on today's date as a first start has it.
+    write("first.txt", "click cmdnew\nselect cboType Payroll\nselect cboDepartment Administration\n"
+                       "click cmdShow\ndump lvwTransactions\n");
+    ProgramResult r = run("script first.txt --db demo.db");
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_NE(r.out.find("\n1\t[ ]\t"), std::string::npos) << r.out;
+
+    // A fixed day gives the same data whenever it is made.
+    ASSERT_EQ(run("init fixed.db --demo --as-of 28/10/2026").status, 0);
+    EXPECT_EQ(count("fixed.db",
+                    "select count(distinct mppProcessedDate) from pMonthlyPayRollProcessing "
+                    "where mppProcessedDate in ('2026-08-28', '2026-09-28', '2026-10-28')"),
+              3);
+    ASSERT_EQ(run("init env.db --demo", "PAYACC_DEMO_DATE=28/10/2026").status, 0);
+    EXPECT_EQ(count("env.db", "select max(phDate) from pPaymentHeader"),
+              count("fixed.db", "select max(phDate) from pPaymentHeader"));
+}
+
+TEST_F(HostTest, HelpPerModeAndVersion) {
+    ProgramResult version = run("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out.rfind("payacclink ", 0), 0u) << version.out;
+    ProgramResult help = run("--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char* mode : {"gui", "script", "init"}) EXPECT_NE(help.out.find(mode), std::string::npos);
+    EXPECT_NE(help.out.find(tmp.path().string() + "/QORPayAccLinkingError.log"), std::string::npos)
+        << "says where the error log goes\n"
+        << help.out;
+    ProgramResult init = run("init --help");
+    EXPECT_EQ(init.status, 0);
+    EXPECT_NE(init.out.find("--as-of"), std::string::npos) << init.out;
+    EXPECT_EQ(init.out.find("--trace-sql"), std::string::npos) << "only init's own options\n" << init.out;
 }
 
 // Every example script runs to its end on a fresh demo database; their own expect lines check
@@ -115,7 +211,7 @@ TEST_F(HostTest, ExampleScriptsPassOnTheDemoDatabase) {
         if (e.path().extension() != ".script") continue;
         const std::string db = tmp.file(e.path().stem().string() + ".db");
         ASSERT_EQ(run("init '" + db + "' --demo --as-of " + std::string(testsupport::kDemoDayText)).status, 0);
-        Result r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
+        ProgramResult r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
         EXPECT_EQ(r.status, 0) << e.path() << "\n" << r.out << r.err;
         ++scripts;
     }

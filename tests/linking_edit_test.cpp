@@ -10,14 +10,7 @@ using linking::pst::CreditAmount;
 using linking::pst::DebitAmount;
 using linking::pst::TotalAmount;
 
-class EditTest : public LinkingTest {
-protected:
-    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
-    bool traced(const std::string& sql) const {
-        auto s = trace->statements();
-        return std::find(s.begin(), s.end(), sql) != s.end();
-    }
-};
+using EditTest = LinkingTest;
 
 TEST_F(EditTest, SavedEntryFillsTheFieldsAndTheThreeLists) {
     auto& f = openEdit(3);  // August payroll of the Pune department, paid in rupees

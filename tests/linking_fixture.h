@@ -1,6 +1,7 @@
 #pragma once
 // The linking screen's tests: a department of their own ("Test Lab", paid in dirhams) with
 // runs and payments whose amounts the tests know, and helpers that drive the screen as a user.
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -59,6 +60,7 @@ protected:
     }
 
     browser::FrmMaster& browser() { return module->FrmMaster(); }
+    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
     // New entry, as from the browser's New button.
     frmPayrollAccountsLinking& openNew() {
         browser().cmdnew.userClick();

@@ -6,6 +6,7 @@
 
 #include "common/Error.h"
 #include "linking_fixture.h"
+#include "ui/Helpers.h"
 
 namespace linkingtest {
 namespace {
@@ -27,11 +28,10 @@ protected:
 
     static std::string screenState(const frmPayrollAccountsLinking& f) {
         return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
-               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" +
+               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" + f.txtTransNo.text() + "|" +
                f.txtTotDepAmount.text() + "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) +
                dump(f.lvwPostingDetails);
     }
-    bool linkingOpen() const { return module->isLoaded("frmPayrollAccountsLinking"); }
 
     // Presses Ok once for every call the save makes, failing the k-th call each time: the
     // database and the screen must come out as they went in. Stops when a press saves
@@ -61,6 +61,8 @@ protected:
             EXPECT_EQ(lastMessage(), "fault at call " + std::to_string(k));
             EXPECT_EQ(dbState(), db0) << "after a fault at call " << k;
             EXPECT_EQ(screenState(f), screen0) << "after a fault at call " << k;
+            // The work stays unsaved, so closing asks.
+            EXPECT_TRUE(ui::ControlsChanged(f)) << "after a fault at call " << k;
             EXPECT_TRUE(toolkit.errors.empty());
         }
     }

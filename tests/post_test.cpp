@@ -7,7 +7,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -16,35 +15,18 @@
 
 namespace {
 
-const std::string kBinary = PAYACC_BINARY_DIR "/app/payacclink";
+using testsupport::kProgram;
+using testsupport::slurp;
 const std::string kOctober = " --type Payroll --from 01/10/2026 --to 31/10/2026 --date 28/10/2026";
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 class PostTest : public ::testing::Test {
 protected:
-    struct Result {
-        int status;
-        std::string out, err;
-    };
+    using Result = testsupport::ProgramResult;
     void SetUp() override {
-        ASSERT_TRUE(std::filesystem::exists(kBinary)) << kBinary << " is not built";
+        ASSERT_TRUE(std::filesystem::exists(kProgram)) << kProgram << " is not built";
         std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
     }
-    std::string shell(const std::string& args, const std::string& env = "") {
-        return "cd '" + tmp.path().string() + "' && " + env + " PAYACC_LOG_DIR=. exec '" + kBinary +
-               "' post " + args + " </dev/null >out.txt 2>err.txt";
-    }
-    Result post(const std::string& args) {
-        int raw = std::system(("timeout 120 sh -c \"" + shell("--db demo.db " + args) + "\"").c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(tmp.file("out.txt")),
-                slurp(tmp.file("err.txt"))};
-    }
+    Result post(const std::string& args) { return testsupport::runProgram(tmp.path().string(), "post --db demo.db " + args); }
     // Entries, detail rows, posting lines and runs flagged posted: what a run writes.
     std::string written() {
         auto c = data::sqlite::open(tmp.file("demo.db"));
@@ -149,7 +131,7 @@ TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
     // Killed with the third department's rows written and not committed.
     const std::string cmd =
         "cd '" + tmp.path().string() + "' && { PAYACC_TEST_PAUSE_BEFORE_COMMIT=3 PAYACC_LOG_DIR=. '" +
-        kBinary + "' post --db demo.db" + kOctober + " </dev/null >out.txt 2>err.txt & echo $! >pid.txt; }";
+        kProgram + "' post --db demo.db" + kOctober + " </dev/null >out.txt 2>err.txt & echo $! >pid.txt; }";
     ASSERT_EQ(std::system(cmd.c_str()), 0);
     for (int i = 0; i < 600 && slurp(tmp.file("err.txt")).find("paused") == std::string::npos; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

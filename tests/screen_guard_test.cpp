@@ -83,10 +83,7 @@ TEST_F(ScreenGuardTest, NulIsRefusedWithAMessageInEveryFreeTextField) {
     int status = 0;
     const std::string out = script(
         "click cmdnew\n"
-        "type txtRemarks مرحبا 😀\n"
-        "key txtRemarks 8\n"
-        "key txtRemarks 8\n"
-        "expect txtRemarks مرحبا\n"
+        "type txtRemarks مرحبا\n"
         "set txtRemarks " +
             nul +
             "\n"

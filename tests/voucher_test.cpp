@@ -17,19 +17,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-const std::string kBinary = PAYACC_BINARY_DIR "/app/payacclink";
-
-struct Result {
-    int status;
-    std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using Result = testsupport::ProgramResult;
+using testsupport::kProgram;
+using testsupport::slurp;
 
 size_t count(const std::string& hay, const std::string& needle) {
     size_t n = 0;
@@ -81,12 +71,8 @@ protected:
         return {*raw, tables, 1, module->session.userId};
     }
     Result run(const std::string& args) {
-        const std::string out = tmp.file("out.txt"), err = tmp.file("err.txt");
-        const std::string cmd = "cd '" + tmp.path().string() + "' && env -u DISPLAY -u QT_QPA_PLATFORM '" +
-                                kBinary + "' " + args + " --db '" + dbPath + "' </dev/null >'" + out +
-                                "' 2>'" + err + "'";
-        const int raw = std::system(cmd.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+        return testsupport::runProgram(tmp.path().string(), args + " --db '" + dbPath + "'",
+                                       "-u DISPLAY -u QT_QPA_PLATFORM");
     }
     // The PDF's text, pages separated by form feeds.
     std::string pdfText(const std::string& file) {
@@ -144,13 +130,8 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
     // the button disabled, so the click reaches nothing.
     for (int32_t user : {1, 3}) {
         SCOPED_TRACE(user);
-        module = std::make_unique<entry::Module>(toolkit);
-        module->session.connection = trace;
+        reopen();
         module->session.userId = user;
-        module->session.companyId = 1;
-        module->session.interfaceId = 60;
-        module->session.processDate = "15/10/2026";
-        toolkit.previewedVouchers.clear();
         browser::FrmMaster& master = module->FrmMaster();
         int row = 1;
         while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/4") ++row;

@@ -17,7 +17,6 @@
 #include "common/Error.h"
 #include "data/odbc/OdbcConnection.h"
 #include "data/odbc/ServerDialect.h"
-#include "data/sqlite/SqliteConnection.h"
 
 namespace {
 
@@ -228,34 +227,6 @@ TEST_F(ServerReadinessTest, AFailedCommitOrRollbackLeavesAutocommitOn) {
     databaseError([&] { db->rollbackTrans(); });
     EXPECT_FALSE(db->inTransaction());
     EXPECT_EQ(autocommitSwitches(traceText(), traced), (std::vector<std::string>{"off", "on"}));
-}
-
-// The embedded backend takes the guarded numbering statement's T-SQL as the server would:
-// try_convert gives Null where convert fails, and LIKE keeps its character classes without
-// telling case apart.
-TEST(EmbeddedAdapter, TakesTryConvertAndCharacterClasses) {
-    testsupport::TempDir tmp;
-    std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("adapter.db"));
-    auto db = data::sqlite::open(tmp.file("adapter.db"));
-    const std::vector<std::pair<std::string, Value>> cases{
-        {"try_convert(int, '12')", Value(12)},
-        {"try_convert(int, ' -7 ')", Value(-7)},
-        {"try_convert(int, '2147483647')", Value(2147483647)},
-        {"try_convert(int, '1.5')", Value()},
-        {"try_convert(int, '1e5')", Value()},
-        {"try_convert(int, '1,000')", Value()},
-        {"try_convert(int, '3000000000')", Value()},
-        {"case when '12x' like '[0-9]%' then 1 else 0 end", Value(1)},
-        {"case when 'x12' like '[0-9]%' then 1 else 0 end", Value(0)},
-        {"case when 'Bcd' like '[a-c]C_' then 1 else 0 end", Value(1)},
-        {"case when 'dcd' like '[a-c]%' then 1 else 0 end", Value(0)},
-        {"case when 'a*b' like '[a]*%' then 1 else 0 end", Value(1)},
-        {"case when 'axb' like '[a]*%' then 1 else 0 end", Value(0)},
-    };
-    for (const auto& [expression, expected] : cases) {
-        auto rs = db->open("select " + expression, CursorType::ForwardOnly, LockType::ReadOnly);
-        EXPECT_EQ(rs->field(0), expected) << expression;
-    }
 }
 
 }  // namespace

@@ -194,29 +194,4 @@ TEST(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
     }
 }
 
-// The pending-loan query runs (the embedded adapter, like SQL Server 2019, refuses the old
-// "*=" joins), and its outer join still counts an application without an issue at its
-// sanctioned amount.
-TEST(SqlServerContract, PendingLoanQueryJoinsInTheStandardForm) {
-    testsupport::TempDir tmp;
-    std::string path = tmp.file("demo.db");
-    std::filesystem::copy_file(testsupport::demoTemplate(), path);
-    auto db = data::sqlite::open(path);
-    db->execute(
-        "insert into pLoanApplication (laCompanyID, laLoanAppID, laAppType, laEmployeeID, laLoanID, "
-        "laSanctionAmount) values (1, 1, 'L', 5, 7, 1000), (1, 2, 'L', 5, 7, 500), (1, 3, 'A', 5, 7, 80), "
-        "(2, 4, 'L', 5, 7, 60)");
-    db->execute("insert into pLoansIssue (liCompanyID, liLoanAppID, liCurrentBalance) values (1, 1, 300)");
-    ui::HeadlessToolkit toolkit;
-    entry::Module module(toolkit);
-    module.session.connection = db;
-    module.session.companyId = 1;
-    module.session.userId = 1;
-    module.session.interfaceId = 60;
-    module.session.processDate = "15/10/2026";
-    data::AssignTableName(*db, module.session.tables);
-    module.EntryMode = "N";
-    EXPECT_DOUBLE_EQ(module.frmPayrollAccountsLinking().fnPrevPendingLoanAmt(5, 7), 800.0);
-}
-
 }  // namespace
