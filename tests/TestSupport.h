@@ -3,7 +3,6 @@
 // session connection, the headless toolkit and one module (the set-up itself is in
 // support/DemoSession, shared with the benchmarks).
 #include <gtest/gtest.h>
-
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -35,11 +34,13 @@ inline std::string slurp(const std::string& path) {
 }
 // Runs the program in `dir` with `args` (shell words) after `env` (env's options and settings;
 // the error log goes to `dir` unless it names PAYACC_LOG_DIR).
-inline ProgramResult runProgram(const std::string& dir, const std::string& args, const std::string& env = "") {
+inline ProgramResult runProgram(const std::string& dir, const std::string& args,
+                                const std::string& env = "") {
     const std::string out = dir + "/out.txt", err = dir + "/err.txt";
-    const std::string log = env.find("PAYACC_LOG_DIR=") == std::string::npos ? " PAYACC_LOG_DIR='" + dir + "'" : "";
-    const std::string cmd = "cd '" + dir + "' && env " + env + log + " timeout 300 '" + kProgram + "' " + args +
-                            " </dev/null >'" + out + "' 2>'" + err + "'";
+    const std::string log =
+        env.find("PAYACC_LOG_DIR=") == std::string::npos ? " PAYACC_LOG_DIR='" + dir + "'" : "";
+    const std::string cmd = "cd '" + dir + "' && env " + env + log + " timeout 300 '" + kProgram + "' " +
+                            args + " </dev/null >'" + out + "' 2>'" + err + "'";
     const int raw = std::system(cmd.c_str());
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
 }

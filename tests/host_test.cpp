@@ -19,7 +19,8 @@ using testsupport::ProgramResult;
 class HostTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(std::filesystem::exists(testsupport::kProgram)) << testsupport::kProgram << " is not built";
+        ASSERT_TRUE(std::filesystem::exists(testsupport::kProgram))
+            << testsupport::kProgram << " is not built";
     }
     // The procedures and schema must come from the program itself.
     ProgramResult run(const std::string& args, const std::string& env = "") {
@@ -34,7 +35,9 @@ protected:
         o.create = true;
         return data::sqlite::open(tmp.file(db), o);
     }
-    long long count(const std::string& db, const std::string& sql) { return open(db)->open(sql)->field(0).toInt64(); }
+    long long count(const std::string& db, const std::string& sql) {
+        return open(db)->open(sql)->field(0).toInt64();
+    }
     std::set<std::string> files() const {
         std::set<std::string> out;
         for (const auto& e : std::filesystem::directory_iterator(tmp.path())) out.insert(e.path().filename());
@@ -170,8 +173,9 @@ TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
                                    common::isoDate(today) + "'"),
               0);
     // New, Payroll, a department and Show, on today's date as a first start has it.
-    write("first.txt", "click cmdnew\nselect cboType Payroll\nselect cboDepartment Administration\n"
-                       "click cmdShow\ndump lvwTransactions\n");
+    write("first.txt",
+          "click cmdnew\nselect cboType Payroll\nselect cboDepartment Administration\n"
+          "click cmdShow\ndump lvwTransactions\n");
     ProgramResult r = run("script first.txt --db demo.db");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_NE(r.out.find("\n1\t[ ]\t"), std::string::npos) << r.out;
@@ -210,7 +214,8 @@ TEST_F(HostTest, ExampleScriptsPassOnTheDemoDatabase) {
     for (const auto& e : std::filesystem::directory_iterator(PAYACC_SOURCE_DIR "/scripts/examples")) {
         if (e.path().extension() != ".script") continue;
         const std::string db = tmp.file(e.path().stem().string() + ".db");
-        ASSERT_EQ(run("init '" + db + "' --demo --as-of " + std::string(testsupport::kDemoDayText)).status, 0);
+        ASSERT_EQ(run("init '" + db + "' --demo --as-of " + std::string(testsupport::kDemoDayText)).status,
+                  0);
         ProgramResult r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
         EXPECT_EQ(r.status, 0) << e.path() << "\n" << r.out << r.err;
         ++scripts;

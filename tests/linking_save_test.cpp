@@ -28,9 +28,9 @@ protected:
 
     static std::string screenState(const frmPayrollAccountsLinking& f) {
         return f.cboType.text() + "|" + std::to_string(f.cboDepartment.listIndex()) + "|" +
-               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" + f.txtTransNo.text() + "|" +
-               f.txtTotDepAmount.text() + "\n" + dump(f.lvwTransactions) + dump(f.lvwTransactionDetails) +
-               dump(f.lvwPostingDetails);
+               common::isoDate(f.dtpTransDate.value()) + "|" + f.txtRemarks.text() + "|" +
+               f.txtTransNo.text() + "|" + f.txtTotDepAmount.text() + "\n" + dump(f.lvwTransactions) +
+               dump(f.lvwTransactionDetails) + dump(f.lvwPostingDetails);
     }
 
     // Presses Ok once for every call the save makes, failing the k-th call each time: the

@@ -26,7 +26,9 @@ protected:
         ASSERT_TRUE(std::filesystem::exists(kProgram)) << kProgram << " is not built";
         std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
     }
-    Result post(const std::string& args) { return testsupport::runProgram(tmp.path().string(), "post --db demo.db " + args); }
+    Result post(const std::string& args) {
+        return testsupport::runProgram(tmp.path().string(), "post --db demo.db " + args);
+    }
     // Entries, detail rows, posting lines and runs flagged posted: what a run writes.
     std::string written() {
         auto c = data::sqlite::open(tmp.file("demo.db"));

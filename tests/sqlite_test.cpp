@@ -113,13 +113,19 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
     EXPECT_EQ(scalar("select count(*) from (select 2 as a) where a !< 1"), Value(1));
     // The guarded numbering statement's T-SQL: try_convert gives Null where convert fails, and
     // LIKE keeps its character classes without telling case apart.
-    const std::pair<std::string, Value> guarded[] = {
-        {"try_convert(int, '12')", Value(12)}, {"try_convert(int, ' -7 ')", Value(-7)},
-        {"try_convert(int, '2147483647')", Value(2147483647)}, {"try_convert(int, '1.5')", Value()},
-        {"try_convert(int, '1e5')", Value()}, {"try_convert(int, '1,000')", Value()},
-        {"try_convert(int, '3000000000')", Value()}, {"'12x' like '[0-9]%'", Value(1)},
-        {"'x12' like '[0-9]%'", Value(0)}, {"'Bcd' like '[a-c]C_'", Value(1)},
-        {"'dcd' like '[a-c]%'", Value(0)}, {"'a*b' like '[a]*%'", Value(1)}, {"'axb' like '[a]*%'", Value(0)}};
+    const std::pair<std::string, Value> guarded[] = {{"try_convert(int, '12')", Value(12)},
+                                                     {"try_convert(int, ' -7 ')", Value(-7)},
+                                                     {"try_convert(int, '2147483647')", Value(2147483647)},
+                                                     {"try_convert(int, '1.5')", Value()},
+                                                     {"try_convert(int, '1e5')", Value()},
+                                                     {"try_convert(int, '1,000')", Value()},
+                                                     {"try_convert(int, '3000000000')", Value()},
+                                                     {"'12x' like '[0-9]%'", Value(1)},
+                                                     {"'x12' like '[0-9]%'", Value(0)},
+                                                     {"'Bcd' like '[a-c]C_'", Value(1)},
+                                                     {"'dcd' like '[a-c]%'", Value(0)},
+                                                     {"'a*b' like '[a]*%'", Value(1)},
+                                                     {"'axb' like '[a]*%'", Value(0)}};
     for (const auto& [expression, expected] : guarded)
         EXPECT_EQ(scalar(expression.find(" like ") == std::string::npos
                              ? "select " + expression

@@ -66,7 +66,9 @@ std::string markParameters(const std::string& body, std::vector<std::string>& na
             i = end == std::string::npos ? body.size() : end;
         } else if (ch == '@') {
             size_t end = i + 1;
-            while (end < body.size() && (std::isalnum(static_cast<unsigned char>(body[end])) || body[end] == '_')) ++end;
+            while (end < body.size() &&
+                   (std::isalnum(static_cast<unsigned char>(body[end])) || body[end] == '_'))
+                ++end;
             names.push_back(body.substr(i, end - i));
             out += '?';
             i = end;
@@ -154,11 +156,13 @@ private:
         std::vector<std::string> names;
         std::string sql = markParameters(proc.body, names);
         // The driver takes one statement: no trailing separator.
-        while (!sql.empty() && (std::isspace(static_cast<unsigned char>(sql.back())) || sql.back() == ';')) sql.pop_back();
+        while (!sql.empty() && (std::isspace(static_cast<unsigned char>(sql.back())) || sql.back() == ';'))
+            sql.pop_back();
         std::vector<Value> bound;
         for (const std::string& n : names) {
             size_t slot = 0;
-            while (slot < proc.parameters.size() && !common::EqualsNoCase(proc.parameters[slot].name, n)) ++slot;
+            while (slot < proc.parameters.size() && !common::EqualsNoCase(proc.parameters[slot].name, n))
+                ++slot;
             if (slot == proc.parameters.size()) ADD_FAILURE() << proc.name << " uses undeclared " << n;
             bound.push_back(data::sqlite::convertArgument(proc.parameters.at(slot), values.at(slot)));
         }
@@ -172,7 +176,8 @@ private:
             auto cols = odbc_->open("select name, type from pragma_table_info('" + t[0].toText() + "')",
                                     CursorType::ForwardOnly, LockType::ReadOnly);
             for (const auto& c : cols->rows())
-                if (common::ContainsNoCase(c[1].joinText(), "DATE")) dateColumns_.insert(common::LCase(c[0].toText()));
+                if (common::ContainsNoCase(c[1].joinText(), "DATE"))
+                    dateColumns_.insert(common::LCase(c[0].toText()));
         }
     }
 

@@ -38,9 +38,7 @@ std::string databaseError(const std::function<void()>& f) {
 
 class OdbcTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        db = data::odbc::open(connectionString());
-    }
+    void SetUp() override { db = data::odbc::open(connectionString()); }
     std::string connectionString() const { return Registry::connectionString(tmp.file("odbc.db")); }
     Value scalar(const std::string& sql) {
         auto rs = db->open(sql, CursorType::ForwardOnly, LockType::ReadOnly);
@@ -80,7 +78,8 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
     }
 
     // Expressions and aggregates come back typed as well, and an empty result is at its end.
-    auto rs = db->open("select count(1) as n, sum(amount) from t", CursorType::ForwardOnly, LockType::ReadOnly);
+    auto rs =
+        db->open("select count(1) as n, sum(amount) from t", CursorType::ForwardOnly, LockType::ReadOnly);
     EXPECT_EQ(rs->field("n"), Value(2));
     EXPECT_TRUE(db->open("select * from t where id = 99", CursorType::Static, LockType::ReadOnly)->eof());
 }
@@ -88,7 +87,8 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
 TEST(OdbcOpen, FailuresCarryTheDriverText) {
     testsupport::TempDir tmp;
 
-    std::string missingLib = databaseError([] { data::odbc::open("DRIVER=/nonexistent/libnothing.so;Database=x"); });
+    std::string missingLib =
+        databaseError([] { data::odbc::open("DRIVER=/nonexistent/libnothing.so;Database=x"); });
     EXPECT_NE(missingLib.find("/nonexistent/libnothing.so"), std::string::npos) << missingLib;
 
     std::string unregistered = databaseError([] { data::odbc::open("DRIVER={No Such Driver};Database=x"); });
@@ -98,14 +98,15 @@ TEST(OdbcOpen, FailuresCarryTheDriverText) {
     EXPECT_NE(garbage.find("Data source name not found"), std::string::npos) << garbage;
 
     // The driver itself refuses: a database in a folder that does not exist.
-    std::string unreachable = databaseError(
-        [&] { data::odbc::open(Registry::connectionString(tmp.file("missing/dir/x.db"))); });
+    std::string unreachable =
+        databaseError([&] { data::odbc::open(Registry::connectionString(tmp.file("missing/dir/x.db"))); });
     EXPECT_NE(unreachable.find("[SQLite]"), std::string::npos) << unreachable;
 
     // SQL Server's driver, when installed, with no server listening on the port.
     if (std::string tds = odbctest::driverPath("libtdsodbc.so"); !tds.empty()) {
         std::string noServer = databaseError([&] {
-            data::odbc::open("DRIVER=" + tds + ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4");
+            data::odbc::open("DRIVER=" + tds +
+                             ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4");
         });
         EXPECT_NE(noServer.find("[FreeTDS][SQL Server]Unable to connect"), std::string::npos) << noServer;
     }
@@ -127,8 +128,8 @@ TEST_F(OdbcTest, TextCommandParametersAreDescribedAndBoundPositionally) {
                      Value(DateTime{2026, 10, 15, 17, 5, 9}), Value()});
     // Refreshed after each row, as the detail writers do, then bound again.
     insert->refreshParameters();
-    insert->execute({Value(int64_t{3000000000}), Value(-0.1), Value("it's"), Value(DateTime::ymd(2024, 2, 29)),
-                     Value(DateTime::ymd(2024, 3, 1)), Value("x")});
+    insert->execute({Value(int64_t{3000000000}), Value(-0.1), Value("it's"),
+                     Value(DateTime::ymd(2024, 2, 29)), Value(DateTime::ymd(2024, 3, 1)), Value("x")});
 
     auto rs = db->open("select * from t order by id", CursorType::ForwardOnly, LockType::ReadOnly);
     EXPECT_EQ(rs->field("id"), Value(1));
@@ -203,7 +204,8 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     db->execute("insert into t values (5)");
     // A connection dropped in the middle of a transaction leaves nothing behind.
     db.reset();
-    EXPECT_EQ(other->open("select count(*) from t", CursorType::ForwardOnly, LockType::ReadOnly)->field(0), Value(2));
+    EXPECT_EQ(other->open("select count(*) from t", CursorType::ForwardOnly, LockType::ReadOnly)->field(0),
+              Value(2));
 }
 
 }  // namespace
