@@ -35,31 +35,19 @@ common::DateTime dateOf(const std::string& text) {
 // A test hook: PAYACC_TEST_PAUSE_BEFORE_COMMIT=K stops the K-th save just before its commit,
 // with everything of that department written but not committed, so that a test can kill the
 // process there.
-class PauseBeforeCommit : public data::Connection {
+class PauseBeforeCommit : public data::ForwardingConnection {
 public:
-    PauseBeforeCommit(data::ConnectionPtr inner, int at) : inner_(std::move(inner)), at_(at) {}
-    bool isOpen() const override { return inner_->isOpen(); }
-    long execute(const std::string& sql) override { return inner_->execute(sql); }
-    data::RecordsetPtr open(const std::string& sql, data::CursorType c, data::LockType l) override {
-        return inner_->open(sql, c, l);
-    }
-    data::CommandPtr command(const std::string& text, data::CommandType type) override {
-        return inner_->command(text, type);
-    }
-    void beginTrans() override { inner_->beginTrans(); }
+    PauseBeforeCommit(data::ConnectionPtr inner, int at) : ForwardingConnection(std::move(inner)), at_(at) {}
     void commitTrans() override {
         if (++commits_ == at_) {
             std::fprintf(stderr, "paused before commit %d\n", at_);
             std::fflush(stderr);
             for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
         }
-        inner_->commitTrans();
+        inner().commitTrans();
     }
-    void rollbackTrans() override { inner_->rollbackTrans(); }
-    bool inTransaction() const override { return inner_->inTransaction(); }
 
 private:
-    data::ConnectionPtr inner_;
     int at_, commits_ = 0;
 };
 

@@ -20,24 +20,10 @@ using Status = DepartmentOutcome::Status;
 
 // A dry run lets the screen run its whole save, checks and guards included, and turns the
 // save's commit into a rollback: the entry it shows is exactly the one that would be saved.
-class RollbackConnection : public data::Connection {
+class RollbackConnection : public data::ForwardingConnection {
 public:
-    explicit RollbackConnection(data::ConnectionPtr inner) : inner_(std::move(inner)) {}
-    bool isOpen() const override { return inner_->isOpen(); }
-    long execute(const std::string& sql) override { return inner_->execute(sql); }
-    data::RecordsetPtr open(const std::string& sql, data::CursorType c, data::LockType l) override {
-        return inner_->open(sql, c, l);
-    }
-    data::CommandPtr command(const std::string& text, data::CommandType type) override {
-        return inner_->command(text, type);
-    }
-    void beginTrans() override { inner_->beginTrans(); }
-    void commitTrans() override { inner_->rollbackTrans(); }
-    void rollbackTrans() override { inner_->rollbackTrans(); }
-    bool inTransaction() const override { return inner_->inTransaction(); }
-
-private:
-    data::ConnectionPtr inner_;
+    using ForwardingConnection::ForwardingConnection;
+    void commitTrans() override { inner().rollbackTrans(); }
 };
 
 struct Department {

@@ -56,6 +56,31 @@ public:
 
 using ConnectionPtr = std::shared_ptr<Connection>;
 
+// A connection that passes every call to another one: the base of decorators that change one
+// call (a dry run's commit, a test's pause before it) and leave the rest alone.
+class ForwardingConnection : public Connection {
+public:
+    explicit ForwardingConnection(ConnectionPtr inner) : inner_(std::move(inner)) {}
+    bool isOpen() const override { return inner_->isOpen(); }
+    long execute(const std::string& sql) override { return inner_->execute(sql); }
+    RecordsetPtr open(const std::string& sql, CursorType cursor, LockType lock) override {
+        return inner_->open(sql, cursor, lock);
+    }
+    CommandPtr command(const std::string& text, CommandType type) override {
+        return inner_->command(text, type);
+    }
+    void beginTrans() override { inner_->beginTrans(); }
+    void commitTrans() override { inner_->commitTrans(); }
+    void rollbackTrans() override { inner_->rollbackTrans(); }
+    bool inTransaction() const override { return inner_->inTransaction(); }
+
+protected:
+    Connection& inner() { return *inner_; }
+
+private:
+    ConnectionPtr inner_;
+};
+
 // The connection object the suite auto-creates when none was set: never opened, every call
 // raises "Operation is not allowed when the object is closed." (3704).
 ConnectionPtr makeUnopenedConnection();

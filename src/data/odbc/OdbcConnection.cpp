@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "common/Error.h"
+#include "common/Utf8.h"
 #include "data/odbc/ServerDialect.h"
 
 namespace data::odbc {
@@ -355,21 +356,7 @@ std::string toUtf8(std::u16string_view s) {
             c = 0x10000 + ((c - 0xD800) << 10) + (s[++i] - 0xDC00);
         else if (c >= 0xD800 && c <= 0xDFFF)
             c = 0xFFFD;
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
+        out += common::utf8Encode(c);
     }
     return out;
 }
