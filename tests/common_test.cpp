@@ -3,6 +3,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <vector>
 
 #include "common/Conv.h"
 #include "common/DateTime.h"
@@ -25,19 +26,11 @@ int errorNumber(const std::function<void()>& f) {
 }  // namespace
 
 TEST(Conv, ValReadsTheLeadingNumber) {
-    EXPECT_EQ(Val("abc"), 0);
-    EXPECT_EQ(Val("12abc"), 12);
-    EXPECT_EQ(Val(""), 0);
-    EXPECT_EQ(Val(" 1 2 3"), 123);
-    EXPECT_EQ(Val("-12.5e1x"), -125);
-    EXPECT_EQ(Val("1,000"), 1);
-    EXPECT_EQ(Val("0042"), 42);
-    EXPECT_EQ(Val("3.14.15"), 3.14);
-    EXPECT_EQ(Val("1e"), 1);
-    EXPECT_EQ(Val("&HFF"), 255);
-    EXPECT_EQ(Val("&HFFFF"), -1);
-    EXPECT_EQ(Val("&O17"), 15);
-    EXPECT_EQ(Val("-"), 0);
+    const std::vector<std::pair<const char*, double>> cases{
+        {"abc", 0},     {"12abc", 12}, {"", 0},           {" 1 2 3", 123}, {"-12.5e1x", -125},
+        {"1,000", 1},   {"0042", 42},  {"3.14.15", 3.14}, {"1e", 1},       {"&HFF", 255},
+        {"&HFFFF", -1}, {"&O17", 15},  {"-", 0}};
+    for (const auto& [in, out] : cases) EXPECT_EQ(Val(in), out) << in;
 }
 
 TEST(Conv, IsNumericAnswersAsTheClassicFunction) {
@@ -52,18 +45,12 @@ TEST(Conv, IsNumericAnswersAsTheClassicFunction) {
 }
 
 TEST(Conv, FormatRoundsHalfAwayFromZeroAfterFifteenDigits) {
-    EXPECT_EQ(Format2(2.345), "2.35");
-    EXPECT_EQ(Format2(1.005), "1.01");  // 1.00499999999999989... reduced to 15 digits first
-    EXPECT_EQ(Format2(-2.345), "-2.35");
-    EXPECT_EQ(Format2(0), "0.00");
-    EXPECT_EQ(Format2(-0.001), "0.00");
-    EXPECT_EQ(Format2(-0.0), "0.00");
-    EXPECT_EQ(Format2(-0.005), "-0.01");
-    EXPECT_EQ(Format2(0.1 + 0.2), "0.30");
-    EXPECT_EQ(Format2(1234.5), "1234.50");
-    EXPECT_EQ(Format2(99.995), "100.00");
-    EXPECT_EQ(Format2(0.004), "0.00");
-    EXPECT_EQ(Format2(1e20), "100000000000000000000.00");
+    // 1.005 is 1.00499999999999989..., reduced to 15 digits first.
+    const std::vector<std::pair<double, const char*>> cases{
+        {2.345, "2.35"},     {1.005, "1.01"},    {-2.345, "-2.35"}, {0, "0.00"},
+        {-0.001, "0.00"},    {-0.0, "0.00"},     {-0.005, "-0.01"}, {0.1 + 0.2, "0.30"},
+        {1234.5, "1234.50"}, {99.995, "100.00"}, {0.004, "0.00"},   {1e20, "100000000000000000000.00"}};
+    for (const auto& [in, out] : cases) EXPECT_EQ(Format2(in), out) << in;
     EXPECT_EQ(Format(2.5, "0"), "3");
     EXPECT_EQ(Format(-2.5, "0"), "-3");
     const char* tip = "###,###,##0.00######";
@@ -77,19 +64,21 @@ TEST(Conv, FormatRoundsHalfAwayFromZeroAfterFifteenDigits) {
 }
 
 TEST(Conv, NumberTextIsTheShortestTextUpToFifteenDigits) {
-    EXPECT_EQ(NumberText(0.1), "0.1");
-    EXPECT_EQ(NumberText(150), "150");
-    EXPECT_EQ(NumberText(-12.5), "-12.5");
-    EXPECT_EQ(NumberText(1e20), "1E+20");
-    EXPECT_EQ(NumberText(0.1 + 0.2), "0.3");
-    EXPECT_EQ(NumberText(1e-5), "1E-05");
-    EXPECT_EQ(NumberText(0.0001), "0.0001");
-    EXPECT_EQ(NumberText(123456789012345.0), "123456789012345");
-    EXPECT_EQ(NumberText(1e15), "1E+15");
-    EXPECT_EQ(NumberText(0), "0");
-    EXPECT_EQ(NumberText(-1.5e-7), "-1.5E-07");
-    EXPECT_EQ(NumberText(DBL_MAX), "1.79769313486231E+308");  // cut, not rounded past the largest double
-    EXPECT_EQ(NumberText(-DBL_MAX), "-1.79769313486231E+308");
+    // DBL_MAX is cut, not rounded past the largest double.
+    const std::vector<std::pair<double, const char*>> cases{{0.1, "0.1"},
+                                                            {150, "150"},
+                                                            {-12.5, "-12.5"},
+                                                            {1e20, "1E+20"},
+                                                            {0.1 + 0.2, "0.3"},
+                                                            {1e-5, "1E-05"},
+                                                            {0.0001, "0.0001"},
+                                                            {123456789012345.0, "123456789012345"},
+                                                            {1e15, "1E+15"},
+                                                            {0, "0"},
+                                                            {-1.5e-7, "-1.5E-07"},
+                                                            {DBL_MAX, "1.79769313486231E+308"},
+                                                            {-DBL_MAX, "-1.79769313486231E+308"}};
+    for (const auto& [in, out] : cases) EXPECT_EQ(NumberText(in), out) << in;
 }
 
 TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {

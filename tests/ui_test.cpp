@@ -12,31 +12,21 @@ namespace {
 
 using namespace ui;
 
-struct Events {
-    std::vector<std::string> log;
-    void operator()(const std::string& s) { log.push_back(s); }
-    std::string joined() const {
-        std::string out;
-        for (const auto& s : log) out += (out.empty() ? "" : ",") + s;
-        return out;
-    }
-};
-
 class SampleForm : public Form {
 public:
     explicit SampleForm(Toolkit& tk, std::string name = "frmSample") : Form(tk, std::move(name), "Sample") {}
 
-    Events events;
+    std::vector<std::string> events;
     int queryCancel = 0, unloadCancel = 0;
     std::vector<int> queryModes;
 
     void Form_QueryUnload(int& cancel, int mode) override {
         queryModes.push_back(mode);
-        events("QueryUnload");
+        events.push_back("QueryUnload");
         cancel = queryCancel;
     }
     void Form_Unload(int& cancel) override {
-        events("Unload");
+        events.push_back("Unload");
         cancel = unloadCancel;
     }
 };
@@ -54,7 +44,7 @@ TEST(Forms, UnloadRunsQueryUnloadThenUnloadUnlessCancelled) {
     f.unloadCancel = 1;
     EXPECT_FALSE(f.unload());
     EXPECT_EQ(dropped, 0);
-    EXPECT_EQ(f.events.joined(), "QueryUnload,QueryUnload,Unload");
+    EXPECT_EQ(f.events, (std::vector<std::string>{"QueryUnload", "QueryUnload", "Unload"}));
 
     f.unloadCancel = 0;
     f.userClose();

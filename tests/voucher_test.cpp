@@ -151,7 +151,7 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
     }
 }
 
-TEST_F(VoucherTest, PrintWritesThePdfOfAnEntry) {
+TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
     Result r = run("print --entry PAL/1 --pdf one.pdf");
     ASSERT_EQ(r.status, 0) << r.err;
     std::string text = pdfText(tmp.file("one.pdf"));
@@ -171,9 +171,8 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntry) {
     text = pdfText(tmp.file("PAL-2.pdf"));
     EXPECT_NE(text.find("CANCELLED"), std::string::npos);
     EXPECT_NE(text.find("Entered against the wrong period"), std::string::npos);
-}
 
-TEST_F(VoucherTest, ALongVoucherRunsOverPagesWithItsHeadingsOnEach) {
+    // A long voucher runs over pages, with its headings on each.
     raw->execute(
         "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
         "Remarks, Cancelled) values (1, 60, 3, 'PAL/60', '2026-10-31', 'O', 'Long entry', 0)");
@@ -190,9 +189,9 @@ TEST_F(VoucherTest, ALongVoucherRunsOverPagesWithItsHeadingsOnEach) {
             (debit ? "0" : common::Format2(100 + i - 1)) + ", 0, 0)");
     }
     raw->commitTrans();
-    const Result r = run("print --entry PAL/60 --pdf long.pdf");
+    r = run("print --entry PAL/60 --pdf long.pdf");
     ASSERT_EQ(r.status, 0) << r.err;
-    const std::string text = pdfText(tmp.file("long.pdf"));
+    text = pdfText(tmp.file("long.pdf"));
     const size_t pages = count(text, "\f");
     ASSERT_GT(pages, 10u);
     EXPECT_NE(r.out.find(std::to_string(pages) + " pages"), std::string::npos) << r.out;
