@@ -28,13 +28,6 @@ int errorNumber(const std::function<void()>& f) {
     return 0;
 }
 
-std::string readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 class DataTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -76,7 +69,7 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     data::LogEntry unknownUser{"FrmLoanApplication", 99, "UpdateEditedRow ", -2147217900, "src", "d", "NA"};
     EXPECT_TRUE(data::writeErrorLog(*db, names, unknownUser));
 
-    std::string text = readAll(path);
+    std::string text = testsupport::slurp(path);
     // Each line: the fields before the time stamp, a general date, the fields after it.
     const std::pair<std::string, std::string> expected[] = {
         {"frmJournalDetails :QORPayAccLinking:13:QORPayAccLinking:Type mismatch: in: here:",
@@ -104,5 +97,5 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     // A failing user lookup raises and writes nothing.
     data::TableNames unmapped;
     EXPECT_EQ(errorNumber([&] { data::writeErrorLog(*db, unmapped, e); }), common::err::Database);
-    EXPECT_EQ(readAll(path), text);
+    EXPECT_EQ(testsupport::slurp(path), text);
 }

@@ -8,7 +8,6 @@
 #include <sqlext.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -39,12 +38,7 @@ const std::string kHindi =
     "\xe0\xa4\x85\xe0\xa4\x95\xe0\xa5\x8d\xe0\xa4\x9f\xe0\xa5\x82\xe0\xa4\xac\xe0\xa4\xb0";  // वेतन अक्टूबर
 const std::string kEmoji = "Bonus \xf0\x9f\x8e\x89 paid";  // a character outside the 16-bit range
 
-std::string traceText() {
-    std::ifstream in(Registry::get().traceFile());
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+std::string traceText() { return testsupport::slurp(Registry::get().traceFile()); }
 
 // "C-type SQL-type" (their numbers) of each SQLBindParameter call in the trace after offset `from`.
 std::vector<std::string> boundTypes(const std::string& trace, size_t from) {

@@ -27,11 +27,9 @@
 namespace {
 
 std::string readSource(const std::string& relative) {
-    std::ifstream in(std::string(PAYACC_SOURCE_DIR) + "/" + relative);
-    std::stringstream s;
-    s << in.rdbuf();
-    EXPECT_FALSE(s.str().empty()) << relative;
-    return s.str();
+    std::string text = testsupport::slurp(std::string(PAYACC_SOURCE_DIR) + "/" + relative);
+    EXPECT_FALSE(text.empty()) << relative;
+    return text;
 }
 
 struct ServerParameter {
