@@ -107,13 +107,11 @@ TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {
 
 TEST(DateTime, FormatsTheComponentUses) {
     DateTime d = DateTime::ymd(2004, 2, 9);
-    EXPECT_EQ(formatDate(d, "dd/MMM/yyyy"), "09/Feb/2004");
-    EXPECT_EQ(formatDate(d, "yyyymmdd"), "20040209");
-    EXPECT_EQ(formatDate(d, "yyyy/mm/dd"), "2004/02/09");
-    EXPECT_EQ(formatDate(d, "dd/MM/yyyy"), "09/02/2004");
-    EXPECT_EQ(formatDate(d, "yyyy-mm-dd"), "2004-02-09");
-    EXPECT_EQ(formatDate(d, "d mmmm yy"), "9 February 04");
-    EXPECT_EQ(formatDate(d, "dd-mmm-yyyy"), "09-Feb-2004");
+    const std::vector<std::pair<const char*, const char*>> forms{
+        {"dd/MMM/yyyy", "09/Feb/2004"}, {"yyyymmdd", "20040209"},     {"yyyy/mm/dd", "2004/02/09"},
+        {"dd/MM/yyyy", "09/02/2004"},   {"yyyy-mm-dd", "2004-02-09"}, {"d mmmm yy", "9 February 04"},
+        {"dd-mmm-yyyy", "09-Feb-2004"}};
+    for (const auto& [form, text] : forms) EXPECT_EQ(formatDate(d, form), text) << form;
     DateTime t{2004, 12, 31, 7, 5, 3};
     EXPECT_EQ(formatDate(t, "HH:mm:ss"), "07:05:03");
     EXPECT_EQ(generalDate(t), "31/12/2004 07:05:03");
@@ -187,12 +185,9 @@ TEST(Value, ConversionsBehaveAsTheClassicLanguage) {
     EXPECT_EQ(Value(38031.5).toDate(), (DateTime{2004, 2, 14, 12, 0, 0}));
     EXPECT_EQ(Value(DateTime::ymd(2004, 2, 14)).toDouble(), 38031);
 
-    EXPECT_TRUE(Value(1).isOne());
-    EXPECT_TRUE(Value(1.0).isOne());
-    EXPECT_TRUE(Value("1").isOne());
-    EXPECT_FALSE(Value(2).isOne());
-    EXPECT_FALSE(Value().isOne());
-    EXPECT_FALSE(Value("Y").isOne());
+    for (const Value& one : {Value(1), Value(1.0), Value("1")}) EXPECT_TRUE(one.isOne()) << one.joinText();
+    for (const Value& other : {Value(2), Value(), Value("Y")})
+        EXPECT_FALSE(other.isOne()) << other.joinText();
     EXPECT_EQ(Value("a").type(), Value::Type::Text);
     EXPECT_FALSE(Value(1) == Value(1.0));  // types differ, as the variant's do
 }
