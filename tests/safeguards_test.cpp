@@ -197,6 +197,41 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
               before);
     EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
     EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
+
+    // An entry posted meanwhile is as closed to an open edit or cancellation as a cancelled one.
+    auto& grid = browser().flexMaster;
+    grid.userSelectCell(grid.rows() - 1, 0);
+    ASSERT_EQ(grid.textMatrix(grid.row(), 0), "7");
+    browser().CmdEdit.userClick();
+    auto& late = module->frmPayrollAccountsLinking();
+    late.txtRemarks.userPaste("edited after posting");
+    // Posted after the screen's own posted check, just as its transaction begins.
+    trace->beforeEach = [&](const data::TraceEntry& e) {
+        if (e.kind == data::TraceEntry::Kind::Begin)
+            raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=7");
+    };
+    late.cmdOk.userClick();
+    trace->beforeEach = nullptr;
+    EXPECT_EQ(lastMessage(),
+              "This entry has been cancelled or posted by another user meanwhile; close the screen to "
+              "leave it as it is.");
+    toolkit.answers = {ui::vbNo};
+    late.cmdClose.userClick();
+    ASSERT_FALSE(linkingOpen());
+    raw->execute("update paPayAccLinkHeader set Posted=0 where TransID=7");
+    grid.userSelectCell(grid.rows() - 1, 0);
+    toolkit.answers = {ui::vbYes};
+    browser().CmdDelete.userClick();
+    module->frmcancell().txtreason.userType("too late");
+    trace->beforeEach = [&](const data::TraceEntry& e) {
+        if (e.kind == data::TraceEntry::Kind::Begin)
+            raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=7");
+    };
+    module->frmcancell().cmdok.userClick();
+    trace->beforeEach = nullptr;
+    EXPECT_EQ(lastMessage(),
+              "This entry has been cancelled or posted by another user meanwhile; it is left as it is.");
+    EXPECT_EQ(rows("select Remarks, Cancelled, Posted from paPayAccLinkHeader where TransID=7"), "|0|1|\n");
 }
 
 // Saves at the same moment, each side in a department of its own: first two copies in one

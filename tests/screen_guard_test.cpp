@@ -70,6 +70,12 @@ TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
     // Bytes that are no character never reach the model.
     remarks.userPaste("a\xC3");
     EXPECT_EQ(remarks.text(), "a\xEF\xBF\xBD");
+    // An overlong "/" and an encoded surrogate are no characters either.
+    for (const std::string bad : {"\xE0\x80\xAF", "\xED\xA0\x80"}) {
+        remarks.userPaste("a" + bad);
+        EXPECT_EQ(remarks.text().find(bad), std::string::npos);
+        EXPECT_EQ(common::validUtf8(remarks.text()), remarks.text());
+    }
     EXPECT_TRUE(toolkit.errors.empty());
 }
 
