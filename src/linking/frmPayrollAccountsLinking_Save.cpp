@@ -1,6 +1,5 @@
 // Saving: the checks, the entry number, the one transaction that writes an entry and flags
 // its sources, the browser row refresh and the closing of the screen.
-#include <algorithm>
 #include <map>
 #include <utility>
 #include <vector>
@@ -8,6 +7,7 @@
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
+#include "common/Utf8.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 #include "ui/Helpers.h"
@@ -44,13 +44,6 @@ Value StoredCredit(const std::string& cell) {
 bool IsPaymentType(const std::string& type) {
     const std::string code = entry::TypeCodeOfName(type);
     return !code.empty() && code != "P";
-}
-
-// Characters, not bytes: a prefix in another script is cut where the server cuts it.
-std::string CharCount(const std::string& text) {
-    size_t n = 0;
-    for (unsigned char c : text) n += (c & 0xC0) != 0x80 ? 1 : 0;
-    return std::to_string(n);
 }
 
 std::string QuotedText(const std::string& text) {
@@ -154,7 +147,8 @@ std::string frmPayrollAccountsLinking::NextEntryNumber() {
     rs->close();
 
     // Only numbers of this company that are the prefix followed by digits count.
-    const std::string len = CharCount(prefix);
+    // Characters, not bytes: a prefix in another script is cut where the server cuts it.
+    const std::string len = std::to_string(common::utf8Length(prefix));
     std::string sql = "Select isnull(max(convert(int,right(TransNo,len(TransNo)-" + len + "))),0) from " +
                       s.tables.paPayAccLinkHeader + " where CompanyID    = " + company +
                       " and len(TransNo)>len('" + prefix + "') and " +
@@ -188,9 +182,8 @@ std::string frmPayrollAccountsLinking::NextEntryNumber() {
 std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::string& prefix) {
     auto& s = module_.session;
     // The server counts characters, not bytes: a prefix in Arabic is as long as it looks.
-    const auto characters =
-        std::count_if(prefix.begin(), prefix.end(), [](char c) { return (c & 0xC0) != 0x80; });
-    const std::string suffix = "substring(TransNo," + std::to_string(characters + 1) + ",4000)";
+    const std::string suffix =
+        "substring(TransNo," + std::to_string(common::utf8Length(prefix) + 1) + ",4000)";
     std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
                       s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
                       " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
