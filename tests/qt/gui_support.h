@@ -45,13 +45,17 @@ inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000
     return true;
 }
 
-// What a message box showed and how the test answered it.
-struct SeenBox {
-    bool shown = false;
-    QString title, text;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QString defaultButton;
-};
+inline QWidget* visibleWindow(const QString& name) {
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w->objectName() == name && w->isVisible()) return w;
+    return nullptr;
+}
+
+inline QMessageBox* visibleBox() {
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) return box;
+    return nullptr;
+}
 
 // Answers not yet given: a box that never came up fails the test at its end.
 inline std::vector<QPointer<QTimer>>& pendingAnswers() {
@@ -73,34 +77,29 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
     poll->start(10);
 }
 
+// What a message box showed.
+struct SeenBox {
+    bool shown = false;
+    QString title, text;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QString defaultButton;
+};
+
 // Answers the next message box that comes up with the button, as a person would click it.
 inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nullptr) {
-    auto* poll = new QTimer(qApp);
-    pendingAnswers().push_back(poll);
-    QObject::connect(poll, &QTimer::timeout, [poll, answer, seen] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            auto* box = qobject_cast<QMessageBox*>(w);
-            if (box == nullptr || !box->isVisible()) continue;
-            if (seen != nullptr) {
-                seen->shown = true;
-                seen->title = box->windowTitle();
-                seen->text = box->text();
-                seen->icon = box->icon();
-                seen->defaultButton =
-                    box->defaultButton() != nullptr ? box->defaultButton()->text() : QString();
-            }
-            QAbstractButton* button = box->button(answer);
-            if (button == nullptr) {
-                ADD_FAILURE() << "the box has no such button: " << box->text().toStdString();
-                button = box->buttons().front();
-            }
-            poll->stop();
-            poll->deleteLater();
-            QTest::mouseClick(button, Qt::LeftButton);
-            return;
-        }
-    });
-    poll->start(10);
+    whenReady([] { return visibleBox() != nullptr; },
+              [answer, seen] {
+                  QMessageBox* box = visibleBox();
+                  if (seen != nullptr)
+                      *seen = {true, box->windowTitle(), box->text(), box->icon(),
+                               box->defaultButton() != nullptr ? box->defaultButton()->text() : QString()};
+                  QAbstractButton* button = box->button(answer);
+                  if (button == nullptr) {
+                      ADD_FAILURE() << "the box has no such button: " << box->text().toStdString();
+                      button = box->buttons().front();
+                  }
+                  QTest::mouseClick(button, Qt::LeftButton);
+              });
 }
 
 class GuiTest : public ::testing::Test {
@@ -110,8 +109,6 @@ protected:
         data::setComponentFolder(tmp.path().string());
         session = std::make_unique<testsupport::DemoSession>(
             toolkit, testsupport::copyDb(testsupport::demoTemplate(), tmp.file("gui.db")));
-        dbPath = session->dbPath;
-        raw = session->raw;
         module = std::move(session->module);
     }
     void TearDown() override {
@@ -123,6 +120,14 @@ protected:
         pendingAnswers().clear();
         module.reset();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    // A fresh module on the same database for another user.
+    void reopenAs(int32_t userId) {
+        module.reset();
+        session->reopen(toolkit);
+        module = std::move(session->module);
+        module->session.userId = userId;
     }
 
     // Shows the form modally through the module; drive runs inside the form's loop and
@@ -145,9 +150,7 @@ protected:
             ADD_FAILURE() << "the form stayed open";
             // Let go of everything the test left open, innermost first.
             if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
-            for (QWidget* w : QApplication::topLevelWidgets())
-                if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible())
-                    box->done(0);
+            while (QMessageBox* box = visibleBox()) box->done(0);
             while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
         watchdog.start(30000);
@@ -164,8 +167,6 @@ protected:
 
     testsupport::TempDir tmp;
     std::unique_ptr<testsupport::DemoSession> session;
-    std::string dbPath;
-    data::ConnectionPtr raw;
     qtui::QtToolkit toolkit;
     std::unique_ptr<entry::Module> module;
 };

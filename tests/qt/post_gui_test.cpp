@@ -1,11 +1,12 @@
-// The browser's "Post all departments..." action in real widgets: the request dialog, the
-// run through the same driver as the command line, the summary, and the "N" right.
+// The browser in real widgets: its sort order buttons, and "Post all departments...": the
+// request dialog, the run through the same driver as the command line, the summary, and the
+// "N" right.
 #include <QComboBox>
 #include <QDateEdit>
 #include <QDialogButtonBox>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPushButton>
+#include <QRadioButton>
 
 #include "browser/FrmMaster.h"
 #include "gui_support.h"
@@ -13,19 +14,21 @@
 namespace guitest {
 namespace {
 
-QWidget* visibleWindow(const char* name) {
-    for (QWidget* w : QApplication::topLevelWidgets())
-        if (w->objectName() == name && w->isVisible()) return w;
-    return nullptr;
-}
-
-class PostGuiTest : public GuiTest {};
-
-TEST_F(PostGuiTest, PostsEveryDepartmentFromTheBrowserAndFollowsTheNewRight) {
+TEST_F(GuiTest, BrowserPostsEveryDepartmentAndShowsItsOrderButtonsOnlyWithTheRights) {
     auto& master = module->FrmMaster();
     const int rowsBefore = master.flexMaster.rows();
     QString summary;
     showModal(master, [&](qtui::FormDialog& window) {
+        // The option buttons show their models, also when the user's click changes them.
+        auto* ascending = widget<QRadioButton>(window, "optAscend");
+        auto* descending = widget<QRadioButton>(window, "optDescend");
+        EXPECT_TRUE(ascending->isChecked());
+        EXPECT_FALSE(descending->isChecked());
+        QTest::mouseClick(descending, Qt::LeftButton);
+        EXPECT_TRUE(master.optDescend.value());
+        EXPECT_TRUE(descending->isChecked());
+        EXPECT_FALSE(ascending->isChecked());
+
         whenReady([] { return visibleWindow("PostAllDepartments") != nullptr; },
                   [] {
                       QWidget* d = visibleWindow("PostAllDepartments");
@@ -49,16 +52,9 @@ TEST_F(PostGuiTest, PostsEveryDepartmentFromTheBrowserAndFollowsTheNewRight) {
     EXPECT_TRUE(summary.contains("Engineering Centre Pune      PAL/7")) << summary.toStdString();
     EXPECT_TRUE(summary.contains("5 department(s): 5 posted")) << summary.toStdString();
     EXPECT_EQ(master.flexMaster.rows(), rowsBefore + 5) << "the browser lists the new entries";
-    module.reset();
 
     // A read-only user has no New, and no posting either.
-    module = std::make_unique<entry::Module>(toolkit);
-    module->session.connection = raw;
-    module->session.userId = 2;
-    module->session.companyId = 1;
-    module->session.interfaceId = 60;
-    module->session.msgTitle = "Payroll Accounts Linking";
-    module->session.processDate = "15/10/2026";
+    reopenAs(2);
     showModal(module->FrmMaster(), [&](qtui::FormDialog& window) {
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPostAll")->isEnabled());
         widget<QPushButton>(window, "CmdClose")->click();
