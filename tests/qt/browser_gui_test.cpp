@@ -1,11 +1,13 @@
-// The browser in real widgets: its sort order buttons, and "Post all departments...": the
-// request dialog, the run through the same driver as the command line, the summary, and the
-// "N" right.
+// The browser in real widgets: its order buttons, the print preview of the selected entry,
+// and "Post all departments...": the request dialog, the run through the same driver as the
+// command line and the summary; Print and posting follow the user's rights.
 #include <QComboBox>
 #include <QDateEdit>
 #include <QDialogButtonBox>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
 #include <QRadioButton>
 
 #include "browser/FrmMaster.h"
@@ -14,10 +16,11 @@
 namespace guitest {
 namespace {
 
-TEST_F(GuiTest, BrowserPostsEveryDepartmentAndShowsItsOrderButtonsOnlyWithTheRights) {
+TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
     auto& master = module->FrmMaster();
     const int rowsBefore = master.flexMaster.rows();
-    QString summary;
+    QString previewTitle, summary;
+    int previewPages = 0;
     showModal(master, [&](qtui::FormDialog& window) {
         // The option buttons show their models, also when the user's click changes them.
         auto* ascending = widget<QRadioButton>(window, "optAscend");
@@ -28,6 +31,20 @@ TEST_F(GuiTest, BrowserPostsEveryDepartmentAndShowsItsOrderButtonsOnlyWithTheRig
         EXPECT_TRUE(master.optDescend.value());
         EXPECT_TRUE(descending->isChecked());
         EXPECT_FALSE(ascending->isChecked());
+
+        int row = 1;
+        while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/2") ++row;
+        master.flexMaster.userSelectCell(row, 1);
+        auto preview = [] { return qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget()); };
+        whenReady([&] { return preview() != nullptr; },
+                  [&] {
+                      previewTitle = preview()->windowTitle();
+                      auto* view = preview()->findChild<QPrintPreviewWidget*>();
+                      waitFor([&] { return view != nullptr && view->pageCount() > 0; });
+                      previewPages = view != nullptr ? view->pageCount() : 0;
+                      preview()->reject();
+                  });
+        QTest::mouseClick(widget<QPushButton>(window, "cmdPrint"), Qt::LeftButton);
 
         whenReady([] { return visibleWindow("PostAllDepartments") != nullptr; },
                   [] {
@@ -49,14 +66,17 @@ TEST_F(GuiTest, BrowserPostsEveryDepartmentAndShowsItsOrderButtonsOnlyWithTheRig
         post->click();
         widget<QPushButton>(window, "CmdClose")->click();
     });
+    EXPECT_EQ(previewTitle, "Journal Voucher PAL/2");
+    EXPECT_EQ(previewPages, 1);
     EXPECT_TRUE(summary.contains("Engineering Centre Pune      PAL/7")) << summary.toStdString();
     EXPECT_TRUE(summary.contains("5 department(s): 5 posted")) << summary.toStdString();
     EXPECT_EQ(master.flexMaster.rows(), rowsBefore + 5) << "the browser lists the new entries";
 
-    // A read-only user has no New, and no posting either.
-    reopenAs(2);
+    // A user without the New and Print rights can neither post nor print.
+    reopenAs(4);
     showModal(module->FrmMaster(), [&](qtui::FormDialog& window) {
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPostAll")->isEnabled());
+        EXPECT_FALSE(widget<QPushButton>(window, "cmdPrint")->isEnabled());
         widget<QPushButton>(window, "CmdClose")->click();
     });
 }
