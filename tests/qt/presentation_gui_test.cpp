@@ -6,6 +6,7 @@
 #include <QDateEdit>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QSettings>
 #include <QStatusBar>
@@ -54,7 +55,7 @@ protected:
     static QMenu* openPopup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
 };
 
-TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboardMenuAndItsSavedNumber) {
+TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyItsMenusAndItsSavedNumber) {
     auto& browser = module->FrmMaster();
     showModal(browser, [&](qtui::FormDialog& master) {
         inLinkingScreen([&](qtui::FormDialog& d, linking::frmPayrollAccountsLinking& f) {
@@ -66,6 +67,18 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
             from->setFocus();
             QTest::keyClick(from, Qt::Key_Tab);
             EXPECT_EQ(d.binder().controlOf(d.focusWidget()), &f.dtpToDate);
+            // The menu of an empty list offers only the hint and Cancel.
+            auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+            QStringList offered;
+            auto readMenu = [&] {
+                offered.clear();
+                for (QAction* a : openPopup()->actions()) offered << a->text();
+            };
+            whenReady([] { return openPopup() != nullptr; }, [&] { readMenu(), openPopup()->close(); });
+            QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
+            EXPECT_EQ(offered, QStringList({"&Cancel", "Select some transactions to continue..."}));
+            EXPECT_FALSE(f.mnuPopup.open);
+
             f.cboDepartment.userSelectText("Site Operations");
             QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
             QTest::mouseClick(widget<QCheckBox>(d, "chkSelectAll"), Qt::LeftButton);
@@ -90,7 +103,6 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
 
             // A figure of seven digits reads with its separators. Ticking a posting line means
             // nothing: no tick box.
-            auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
             QAbstractItemModel* lines = postings->model();
             ASSERT_GT(lines->rowCount(), 4);
             bool sawThousands = false;
@@ -149,6 +161,30 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyAKeyboar
                 EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
                             line.height());
             }
+            // A right-click selects its line; Add, chosen by keyboard, opens the line editor,
+            // whose Close comes back here.
+            bool editorShown = false;
+            whenReady([] { return openPopup() != nullptr; },
+                      [&] {
+                          readMenu();
+                          whenReady([] { return visibleWindow("frmJournalDetails") != nullptr; },
+                                    [&] {
+                                        QWidget* editor = visibleWindow("frmJournalDetails");
+                                        editorShown = true;
+                                        EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
+                                                  std::to_string(f.lvwPostingDetails.count() + 1));
+                                        QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"),
+                                                          Qt::LeftButton);
+                                    });
+                          QTest::keyClick(openPopup(), Qt::Key_Down);
+                          QTest::keyClick(openPopup(), Qt::Key_Return);  // the first item: "&Add"
+                      });
+            QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
+                              postings->visualRect(lines->index(0, 0)).center());
+            EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 1);
+            EXPECT_EQ(offered, QStringList({"&Add", "&Edit", "&Cancel"}));
+            EXPECT_TRUE(editorShown);
+            EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
 
             QTest::mouseClick(widget<QPushButton>(d, "cmdOk"), Qt::LeftButton);
         });

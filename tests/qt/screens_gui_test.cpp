@@ -6,7 +6,6 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QStyle>
 #include <QStyleOptionViewItem>
 #include <QTreeView>
@@ -195,55 +194,6 @@ TEST_F(ScreensTest, UserActionsReachTheHandlersOnceAndChangesFromCodeDoNotEcho) 
     });
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
     EXPECT_EQ(toolkit.windowOf(f), nullptr);
-}
-
-TEST_F(ScreensTest, PopupMenuShowsTheVisibleItemsAndRunsTheChosenOne) {
-    auto& f = newEntry();
-    auto popup = [] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); };
-    QStringList shown;
-    auto readMenu = [&] {
-        shown.clear();
-        for (QAction* a : popup()->actions()) shown << a->text();
-    };
-    showModal(f, [&](qtui::FormDialog& d) {
-        // An empty list offers only the hint and Cancel.
-        auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
-        whenReady([&] { return popup() != nullptr; }, [&] { readMenu(), popup()->close(); });
-        QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
-        EXPECT_EQ(shown, QStringList({"&Cancel", "Select some transactions to continue..."}));
-        EXPECT_FALSE(f.mnuPopup.open);
-
-        // With lines, Add opens the line editor; its Close returns to the linking screen.
-        fetchPayroll(d, f);
-        clickTick(widget<QTreeView>(d, "lvwTransactions"), 0);
-        ASSERT_GT(f.lvwPostingDetails.count(), 0);
-        bool editorShown = false;
-        whenReady([&] { return popup() != nullptr; },
-                  [&] {
-                      readMenu();
-                      whenReady([&] { return visibleWindow("frmJournalDetails") != nullptr; },
-                                [&] {
-                                    QWidget* editor = visibleWindow("frmJournalDetails");
-                                    editorShown = true;
-                                    EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
-                                              std::to_string(f.lvwPostingDetails.count() + 1));
-                                    QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"),
-                                                      Qt::LeftButton);
-                                });
-                      QTest::keyClick(popup(), Qt::Key_Down);
-                      QTest::keyClick(popup(), Qt::Key_Return);  // the first item: "&Add"
-                  });
-        viewRows(postings);
-        QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
-                          postings->visualRect(postings->model()->index(0, 0)).center());
-        EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 1);
-        EXPECT_EQ(shown, QStringList({"&Add", "&Edit", "&Cancel"}));
-        EXPECT_TRUE(editorShown);
-        EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
-        // The editor's closing made the screen active again: a fresh snapshot, so no
-        // question about unsaved changes.
-        d.close();
-    });
 }
 
 TEST_F(ScreensTest, KeysReachTheReasonWholeAndThroughItsFilterAndF1AndEnterAreTheScreens) {
