@@ -18,7 +18,6 @@
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "gui_support.h"
-#include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "qt/ColumnMenu.h"
 #include "qt/ItemLook.h"
@@ -196,15 +195,6 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyItsMenus
 }
 
 TEST_F(PresentationTest, APostedEntryScrollsWithItsColumnsChosenFromTheHeaderAndFitsASmallScreen) {
-    {
-        // The line editor's arrow buttons say what they do, also after the models are shown again.
-        journal::frmJournalDetails editor(*module);
-        qtui::FormDialog dialog(editor, nullptr);
-        dialog.binder().refreshAll();
-        EXPECT_EQ(
-            widget<QPushButton>(dialog, "cmdNext")->toolTip(),
-            "Next line (" + QKeySequence(Qt::ALT | Qt::Key_Right).toString(QKeySequence::NativeText) + ")");
-    }
     auto& browser = module->FrmMaster();
     showModal(browser, [&](qtui::FormDialog& master) {
         ASSERT_EQ(browser.flexMaster.textMatrix(1, 1), "PAL/1");  // the posted one

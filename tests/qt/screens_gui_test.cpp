@@ -88,6 +88,13 @@ TEST_F(ScreensTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
         EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
             << dialog.binder().unboundControls().join(", ").toStdString();
         EXPECT_EQ(dialog.windowTitle().toStdString(), form->caption());
+        if (form == &journalForm) {
+            // The arrow buttons say what they do, also after the models are shown again.
+            dialog.binder().refreshAll();
+            EXPECT_EQ(widget<QPushButton>(dialog, "cmdNext")->toolTip(),
+                      "Next line (" +
+                          QKeySequence(Qt::ALT | Qt::Key_Right).toString(QKeySequence::NativeText) + ")");
+        }
     }
 }
 
