@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSettings>
 #include <QTest>
 #include <QTimer>
 #include <functional>
@@ -79,7 +80,6 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
 
 // What a message box showed.
 struct SeenBox {
-    bool shown = false;
     QString title, text;
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QString defaultButton;
@@ -91,7 +91,7 @@ inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nu
               [answer, seen] {
                   QMessageBox* box = visibleBox();
                   if (seen != nullptr)
-                      *seen = {true, box->windowTitle(), box->text(), box->icon(),
+                      *seen = {box->windowTitle(), box->text(), box->icon(),
                                box->defaultButton() != nullptr ? box->defaultButton()->text() : QString()};
                   QAbstractButton* button = box->button(answer);
                   if (button == nullptr) {
@@ -107,6 +107,10 @@ protected:
     void SetUp() override {
         app();
         data::setComponentFolder(tmp.path().string());
+        // Column choices go to this test's own folder, never to the user's settings.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QString::fromStdString(tmp.path().string()));
+        QSettings().clear();
         session = std::make_unique<testsupport::DemoSession>(
             toolkit, testsupport::copyDb(testsupport::demoTemplate(), tmp.file("gui.db")));
         module = std::move(session->module);

@@ -10,6 +10,8 @@
 #include <QMenu>
 #include <QSettings>
 #include <QStatusBar>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QTreeView>
 #include <array>
 #include <map>
@@ -29,15 +31,26 @@
 namespace guitest {
 namespace {
 
+int viewRows(QTreeView* tree) {
+    if (auto* dialog = qobject_cast<qtui::FormDialog*>(tree->window())) dialog->binder().flush();
+    return tree->model() != nullptr ? tree->model()->rowCount() : -1;
+}
+
+// Clicks the tick box of a list view row.
+void clickTick(QTreeView* tree, int row) {
+    ASSERT_GT(viewRows(tree), row);
+    QStyleOptionViewItem option;
+    option.initFrom(tree);
+    option.rect = tree->visualRect(tree->model()->index(row, 0));
+    option.features |= QStyleOptionViewItem::HasCheckIndicator;
+    const QRect box = tree->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, box.center());
+}
+
+QDate shownDate(QWidget& d, const char* name) { return d.findChild<QDateEdit*>(name)->date(); }
+
 class PresentationTest : public GuiTest {
 protected:
-    void SetUp() override {
-        GuiTest::SetUp();
-        // Column choices go to this test's own folder, never to the user's settings.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                           QString::fromStdString(tmp.path().string()));
-        QSettings().clear();
-    }
     // Runs drive inside the linking screen once the browser's button has opened it.
     void inLinkingScreen(
         const std::function<void(qtui::FormDialog&, linking::frmPayrollAccountsLinking&)>& drive) {
@@ -54,20 +67,103 @@ protected:
     static QMenu* openPopup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
 };
 
-TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyItsMenusAndItsSavedNumber) {
+TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAndItsSavedNumber) {
     auto& browser = module->FrmMaster();
+    int clicks = 0, itemChecks = 0;
     showModal(browser, [&](qtui::FormDialog& master) {
         inLinkingScreen([&](qtui::FormDialog& d, linking::frmPayrollAccountsLinking& f) {
+            f.cboType.Click = [&, original = f.cboType.Click] { ++clicks, original(); };
+            f.lvwTransactions.ItemCheck = [&, original = f.lvwTransactions.ItemCheck](int row) {
+                ++itemChecks, original(row);
+            };
+            // On this screen Enter sends a Tab: the focus moves to the next field.
+            auto* remarks = widget<QLineEdit>(d, "txtRemarks");
+            remarks->setFocus();
+            QTest::keyClicks(remarks, "October");
+            QTest::keyClick(remarks, Qt::Key_Return);
+            EXPECT_TRUE(
+                waitFor([&] { return d.focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
+            EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
+
+            // Show without a type: the screen's box, and the handler's focus.
+            SeenBox seen;
+            answerNextBox(QMessageBox::Ok, &seen);
+            QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
+            EXPECT_EQ(seen.text.toStdString(), "Select a type.");
+            EXPECT_EQ(seen.title.toStdString(), "Payroll Accounts Linking");
+            EXPECT_EQ(seen.icon, QMessageBox::Information);
+            EXPECT_EQ(f.activeControl(), &f.cboType);
+
             auto* type = widget<QComboBox>(d, "cboType");
             type->setFocus();
-            QTest::keyClick(type, Qt::Key_Down);  // Payroll
-            // A date picker is one Tab stop.
-            auto* from = widget<QDateEdit>(d, "dtpFromDate");
-            from->setFocus();
-            QTest::keyClick(from, Qt::Key_Tab);
-            EXPECT_EQ(d.binder().controlOf(d.focusWidget()), &f.dtpToDate);
-            // The menu of an empty list offers only the hint and Cancel.
+            QTest::keyClick(type, Qt::Key_Down);
+            EXPECT_EQ(clicks, 1);
+            EXPECT_EQ(f.cboType.text(), "Payroll");
+            // Payroll's range is the month's last processing date.
+            EXPECT_EQ(shownDate(d, "dtpToDate"), QDate(2026, 10, 28));
+            f.cboDepartment.userSelectText("Site Operations");
+            QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
+            auto* transactions = widget<QTreeView>(d, "lvwTransactions");
             auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
+            ASSERT_GE(f.lvwTransactions.count(), 2);
+            ASSERT_EQ(viewRows(transactions), f.lvwTransactions.count());
+
+            // A click on the tick raises ItemCheck; the lines and the balance it built show.
+            clickTick(transactions, 0);
+            EXPECT_EQ(itemChecks, 1);
+            EXPECT_TRUE(f.lvwTransactions.checked(1));
+            EXPECT_EQ(transactions->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+            EXPECT_GT(viewRows(postings), 0);
+            EXPECT_EQ(viewRows(postings), f.lvwPostingDetails.count());
+            EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(),
+                      f.txtTotDepAmount.text());
+            // A tick from code shows without raising ItemCheck.
+            f.lvwTransactions.setChecked(2, true);
+            EXPECT_EQ(itemChecks, 1);
+            EXPECT_EQ(transactions->model()->index(1, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+            // The space bar on the current row ticks as the mouse does: row 1 goes off again.
+            transactions->setFocus();
+            transactions->setCurrentIndex(transactions->model()->index(0, 0));
+            QTest::keyClick(transactions, Qt::Key_Space);
+            EXPECT_EQ(itemChecks, 2);
+            EXPECT_FALSE(f.lvwTransactions.checked(1));
+            QTest::keyClick(transactions, Qt::Key_Space);
+            EXPECT_EQ(itemChecks, 3);
+            const int postingLines = f.lvwPostingDetails.count();
+            ASSERT_GT(postingLines, 0);
+
+            // Another type with details selected asks first; the answer reaches the handler: No
+            // keeps everything, Yes clears the lists and the views empty with them.
+            answerNextBox(QMessageBox::No, &seen);
+            type->setFocus();
+            QTest::keyClick(type, Qt::Key_Down);
+            EXPECT_EQ(seen.text.toStdString(),
+                      "All the selected details will be lost. Do you want to continue?");
+            EXPECT_EQ(seen.icon, QMessageBox::Question);
+            EXPECT_EQ(seen.defaultButton.remove('&').toStdString(), "No");
+            EXPECT_EQ(type->currentText().toStdString(), "Payroll");
+            EXPECT_EQ(f.lvwPostingDetails.count(), postingLines);
+            answerNextBox(QMessageBox::Yes);
+            QTest::keyClick(type, Qt::Key_Down);
+            EXPECT_EQ(type->currentText().toStdString(), "Salary Advances");
+            EXPECT_EQ(viewRows(postings), 0);
+            EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(), "0.00");
+
+            // Set from code: one Click (the classic rule for code), and the widget follows
+            // without raising another.
+            clicks = 0;
+            f.cboType.setListIndex(3);
+            EXPECT_EQ(clicks, 1);
+            EXPECT_EQ(type->currentText().toStdString(), "Savings");
+            EXPECT_EQ(shownDate(d, "dtpFromDate"), QDate(2026, 10, 1));
+            // Choosing the item already chosen from the list is a Click too.
+            type->showPopup();
+            ASSERT_TRUE(waitFor([&] { return type->view()->isVisible(); }));
+            QTest::keyClick(type->view(), Qt::Key_Return);
+            EXPECT_EQ(f.cboType.text(), "Savings");
+            EXPECT_EQ(clicks, 2);
+
+            // The menu of an empty list offers only the hint and Cancel.
             QStringList offered;
             auto readMenu = [&] {
                 offered.clear();
@@ -77,7 +173,14 @@ TEST_F(PresentationTest, ANewEntryShowsFormattedAmountsTotalsPerCurrencyItsMenus
             QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
             EXPECT_EQ(offered, QStringList({"&Cancel", "Select some transactions to continue..."}));
             EXPECT_FALSE(f.mnuPopup.open);
+            // A date picker is one Tab stop.
+            auto* from = widget<QDateEdit>(d, "dtpFromDate");
+            from->setFocus();
+            QTest::keyClick(from, Qt::Key_Tab);
+            EXPECT_EQ(d.binder().controlOf(d.focusWidget()), &f.dtpToDate);
 
+            // Back to the payroll, every transaction ticked.
+            f.cboType.setListIndex(0);
             f.cboDepartment.userSelectText("Site Operations");
             QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
             QTest::mouseClick(widget<QCheckBox>(d, "chkSelectAll"), Qt::LeftButton);

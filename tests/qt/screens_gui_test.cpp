@@ -23,24 +23,6 @@ namespace {
 
 using linking::frmPayrollAccountsLinking;
 
-int viewRows(QTreeView* tree) {
-    if (auto* dialog = qobject_cast<qtui::FormDialog*>(tree->window())) dialog->binder().flush();
-    return tree->model() != nullptr ? tree->model()->rowCount() : -1;
-}
-
-// Clicks the tick box of a list view row.
-void clickTick(QTreeView* tree, int row) {
-    ASSERT_GT(viewRows(tree), row);
-    QStyleOptionViewItem option;
-    option.initFrom(tree);
-    option.rect = tree->visualRect(tree->model()->index(row, 0));
-    option.features |= QStyleOptionViewItem::HasCheckIndicator;
-    const QRect box = tree->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, box.center());
-}
-
-QDate shownDate(QWidget& d, const char* name) { return d.findChild<QDateEdit*>(name)->date(); }
-
 TEST_F(GuiTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
     browser::FrmMaster master(*module);
     linking::frmPayrollAccountsLinking linkingForm(*module);
@@ -79,108 +61,6 @@ TEST_F(GuiTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
                           QKeySequence(Qt::ALT | Qt::Key_Right).toString(QKeySequence::NativeText) + ")");
         }
     }
-}
-
-TEST_F(GuiTest, UserActionsReachTheHandlersOnceAndChangesFromCodeDoNotEcho) {
-    module->FrmMaster();  // the browser's load brings the table names; it stays hidden
-    module->EntryMode = "N";
-    auto& f = module->frmPayrollAccountsLinking();
-    int clicks = 0, itemChecks = 0;
-    f.cboType.Click = [&, original = f.cboType.Click] { ++clicks, original(); };
-    f.lvwTransactions.ItemCheck = [&, original = f.lvwTransactions.ItemCheck](int row) {
-        ++itemChecks, original(row);
-    };
-    showModal(f, [&](qtui::FormDialog& d) {
-        // On this screen Enter sends a Tab: the focus moves to the next field.
-        auto* remarks = widget<QLineEdit>(d, "txtRemarks");
-        remarks->setFocus();
-        QTest::keyClicks(remarks, "October");
-        QTest::keyClick(remarks, Qt::Key_Return);
-        EXPECT_TRUE(waitFor([&] { return d.focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
-        EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
-
-        // Show without a type: the screen's box, and the handler's focus.
-        SeenBox seen;
-        answerNextBox(QMessageBox::Ok, &seen);
-        QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
-        EXPECT_EQ(seen.text.toStdString(), "Select a type.");
-        EXPECT_EQ(seen.title.toStdString(), "Payroll Accounts Linking");
-        EXPECT_EQ(seen.icon, QMessageBox::Information);
-        EXPECT_EQ(f.activeControl(), &f.cboType);
-
-        auto* type = widget<QComboBox>(d, "cboType");
-        type->setFocus();
-        QTest::keyClick(type, Qt::Key_Down);
-        EXPECT_EQ(clicks, 1);
-        EXPECT_EQ(f.cboType.text(), "Payroll");
-        // Payroll's range is the month's last processing date.
-        EXPECT_EQ(shownDate(d, "dtpToDate"), QDate(2026, 10, 28));
-        f.cboDepartment.userSelectText("Site Operations");
-        QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
-        auto* transactions = widget<QTreeView>(d, "lvwTransactions");
-        auto* postings = widget<QTreeView>(d, "lvwPostingDetails");
-        ASSERT_GE(f.lvwTransactions.count(), 2);
-        ASSERT_EQ(viewRows(transactions), f.lvwTransactions.count());
-
-        // A click on the tick raises ItemCheck; the lines and the balance it built show.
-        clickTick(transactions, 0);
-        EXPECT_EQ(itemChecks, 1);
-        EXPECT_TRUE(f.lvwTransactions.checked(1));
-        EXPECT_EQ(transactions->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
-        EXPECT_GT(viewRows(postings), 0);
-        EXPECT_EQ(viewRows(postings), f.lvwPostingDetails.count());
-        EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(), f.txtTotDepAmount.text());
-        // A tick from code shows without raising ItemCheck.
-        f.lvwTransactions.setChecked(2, true);
-        EXPECT_EQ(itemChecks, 1);
-        EXPECT_EQ(transactions->model()->index(1, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
-        // The space bar on the current row ticks as the mouse does: row 1 goes off again.
-        transactions->setFocus();
-        transactions->setCurrentIndex(transactions->model()->index(0, 0));
-        QTest::keyClick(transactions, Qt::Key_Space);
-        EXPECT_EQ(itemChecks, 2);
-        EXPECT_FALSE(f.lvwTransactions.checked(1));
-        QTest::keyClick(transactions, Qt::Key_Space);
-        EXPECT_EQ(itemChecks, 3);
-        const int postingLines = f.lvwPostingDetails.count();
-        ASSERT_GT(postingLines, 0);
-
-        // Another type with details selected asks first; the answer reaches the handler: No
-        // keeps everything, Yes clears the lists and the views empty with them.
-        answerNextBox(QMessageBox::No, &seen);
-        type->setFocus();
-        QTest::keyClick(type, Qt::Key_Down);
-        EXPECT_EQ(seen.text.toStdString(), "All the selected details will be lost. Do you want to continue?");
-        EXPECT_EQ(seen.icon, QMessageBox::Question);
-        EXPECT_EQ(seen.defaultButton.remove('&').toStdString(), "No");
-        EXPECT_EQ(type->currentText().toStdString(), "Payroll");
-        EXPECT_EQ(f.lvwPostingDetails.count(), postingLines);
-        answerNextBox(QMessageBox::Yes);
-        QTest::keyClick(type, Qt::Key_Down);
-        EXPECT_EQ(type->currentText().toStdString(), "Salary Advances");
-        EXPECT_EQ(viewRows(postings), 0);
-        EXPECT_EQ(widget<QLineEdit>(d, "txtTotDepAmount")->text().toStdString(), "0.00");
-
-        // Set from code: one Click (the classic rule for code), and the widget follows
-        // without raising another.
-        clicks = 0;
-        f.cboType.setListIndex(3);
-        EXPECT_EQ(clicks, 1);
-        EXPECT_EQ(type->currentText().toStdString(), "Savings");
-        EXPECT_EQ(shownDate(d, "dtpFromDate"), QDate(2026, 10, 1));
-        // Choosing the item already chosen from the list is a Click too.
-        type->showPopup();
-        ASSERT_TRUE(waitFor([&] { return type->view()->isVisible(); }));
-        QTest::keyClick(type->view(), Qt::Key_Return);
-        EXPECT_EQ(f.cboType.text(), "Savings");
-        EXPECT_EQ(clicks, 2);
-
-        // The window frame's close button unloads the form: the modal loop returns.
-        answerNextBox(QMessageBox::No);  // "Save Changes?"
-        d.close();
-    });
-    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
-    EXPECT_EQ(toolkit.windowOf(f), nullptr);
 }
 
 TEST_F(GuiTest, KeysReachTheReasonWholeAndThroughItsFilterAndF1AndEnterAreTheScreens) {
