@@ -1,14 +1,9 @@
 // The screens in real Qt widgets: user actions reach the handlers through the binder, and
 // what the models hold shows in the widgets.
 #include <QClipboard>
-#include <QComboBox>
-#include <QDateEdit>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QStyle>
-#include <QStyleOptionViewItem>
-#include <QTreeView>
 #include <initializer_list>
 
 #include "browser/FrmMaster.h"
@@ -20,8 +15,6 @@
 
 namespace guitest {
 namespace {
-
-using linking::frmPayrollAccountsLinking;
 
 TEST_F(GuiTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
     browser::FrmMaster master(*module);
