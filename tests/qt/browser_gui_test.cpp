@@ -46,18 +46,18 @@ TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
                   });
         QTest::mouseClick(widget<QPushButton>(window, "cmdPrint"), Qt::LeftButton);
 
-        whenReady([] { return visibleWindow("PostAllDepartments") != nullptr; },
+        whenReady([] { return visible("PostAllDepartments") != nullptr; },
                   [] {
-                      QWidget* d = visibleWindow("PostAllDepartments");
+                      QWidget* d = visible("PostAllDepartments");
                       d->findChild<QComboBox*>("type")->setCurrentText("Payroll");
                       d->findChild<QDateEdit*>("from")->setDate(QDate(2026, 10, 1));
                       d->findChild<QDateEdit*>("to")->setDate(QDate(2026, 10, 31));
                       d->findChild<QLineEdit*>("remarks")->setText("October payroll");
                       d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
                   });
-        whenReady([] { return visibleWindow("PostAllSummary") != nullptr; },
+        whenReady([] { return visible("PostAllSummary") != nullptr; },
                   [&] {
-                      QWidget* d = visibleWindow("PostAllSummary");
+                      QWidget* d = visible("PostAllSummary");
                       summary = d->findChild<QPlainTextEdit*>()->toPlainText();
                       d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
                   });

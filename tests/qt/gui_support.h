@@ -46,15 +46,13 @@ inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000
     return true;
 }
 
-inline QWidget* visibleWindow(const QString& name) {
+// The visible top-level window of that class, and of that name when one is given.
+template <class W = QWidget>
+W* visible(const QString& name = {}) {
     for (QWidget* w : QApplication::topLevelWidgets())
-        if (w->objectName() == name && w->isVisible()) return w;
-    return nullptr;
-}
-
-inline QMessageBox* visibleBox() {
-    for (QWidget* w : QApplication::topLevelWidgets())
-        if (auto* box = qobject_cast<QMessageBox*>(w); box != nullptr && box->isVisible()) return box;
+        if (auto* t = qobject_cast<W*>(w);
+            t != nullptr && t->isVisible() && (name.isEmpty() || t->objectName() == name))
+            return t;
     return nullptr;
 }
 
@@ -87,9 +85,9 @@ struct SeenBox {
 
 // Answers the next message box that comes up with the button, as a person would click it.
 inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nullptr) {
-    whenReady([] { return visibleBox() != nullptr; },
+    whenReady([] { return visible<QMessageBox>() != nullptr; },
               [answer, seen] {
-                  QMessageBox* box = visibleBox();
+                  QMessageBox* box = visible<QMessageBox>();
                   if (seen != nullptr)
                       *seen = {box->windowTitle(), box->text(), box->icon(),
                                box->defaultButton() != nullptr ? box->defaultButton()->text() : QString()};
@@ -154,7 +152,7 @@ protected:
             ADD_FAILURE() << "the form stayed open";
             // Let go of everything the test left open, innermost first.
             if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
-            while (QMessageBox* box = visibleBox()) box->done(0);
+            while (QMessageBox* box = visible<QMessageBox>()) box->done(0);
             while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
         watchdog.start(30000);

@@ -58,7 +58,7 @@ TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     int gridRows = -1;
     QString title;
     QTimer::singleShot(0, [&] {
-        QWidget* browser = visibleWindow("FrmMaster");
+        QWidget* browser = visible("FrmMaster");
         if (browser == nullptr) {
             ADD_FAILURE() << "no browser window";
             return;
@@ -67,20 +67,17 @@ TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
         if (auto* grid = browser->findChild<QTableView*>("flexMaster")) gridRows = grid->model()->rowCount();
         QTest::mouseClick(browser->findChild<QPushButton*>("CmdClose"), Qt::LeftButton);
     });
-    QTimer watchdog;
-    watchdog.setSingleShot(true);
-    QObject::connect(&watchdog, &QTimer::timeout, [&] {
-        if (QWidget* browser = visibleWindow("FrmMaster")) {
+    QObject watchdog;  // its timer goes with it
+    QTimer::singleShot(30000, &watchdog, [] {
+        if (QWidget* browser = visible("FrmMaster")) {
             ADD_FAILURE() << "the browser stayed open";
             browser->close();
         }
     });
-    watchdog.start(30000);
     EXPECT_EQ(show(h), 0) << lastError(h);
-    watchdog.stop();
     EXPECT_EQ(title.toStdString(), "Payroll Accounts Linking");
     EXPECT_GT(gridRows, 0);
-    EXPECT_EQ(visibleWindow("FrmMaster"), nullptr);
+    EXPECT_EQ(visible("FrmMaster"), nullptr);
 
     destroy(h);
     destroyToolkit(toolkit);

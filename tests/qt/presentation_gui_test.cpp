@@ -63,7 +63,6 @@ protected:
                 drive(*toolkit.windowOf(f), f);
             });
     }
-    static QMenu* openPopup() { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); }
 };
 
 TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAndItsSavedNumber) {
@@ -166,9 +165,10 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             QStringList offered;
             auto readMenu = [&] {
                 offered.clear();
-                for (QAction* a : openPopup()->actions()) offered << a->text();
+                for (QAction* a : visible<QMenu>()->actions()) offered << a->text();
             };
-            whenReady([] { return openPopup() != nullptr; }, [&] { readMenu(), openPopup()->close(); });
+            whenReady([] { return visible<QMenu>() != nullptr; },
+                      [&] { readMenu(), visible<QMenu>()->close(); });
             QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
             EXPECT_EQ(offered, QStringList({"&Cancel", "Select some transactions to continue..."}));
             EXPECT_FALSE(f.mnuPopup.open);
@@ -246,11 +246,11 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
                 postings->setCurrentIndex(lines->index(row, 1));
                 QString menuName;
                 QPoint menuAt;
-                whenReady([] { return openPopup() != nullptr; },
+                whenReady([] { return visible<QMenu>() != nullptr; },
                           [&] {
-                              menuName = openPopup()->objectName();
-                              menuAt = openPopup()->pos();
-                              openPopup()->close();
+                              menuName = visible<QMenu>()->objectName();
+                              menuAt = visible<QMenu>()->pos();
+                              visible<QMenu>()->close();
                           });
                 QTest::keyClick(postings, key, mods);
                 EXPECT_EQ(menuName, "mnuPopup");
@@ -262,20 +262,20 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             // A right-click selects its line; Add, chosen by keyboard, opens the line editor,
             // whose Close comes back here.
             bool editorShown = false;
-            whenReady([] { return openPopup() != nullptr; },
+            whenReady([] { return visible<QMenu>() != nullptr; },
                       [&] {
                           readMenu();
-                          whenReady([] { return visibleWindow("frmJournalDetails") != nullptr; },
+                          whenReady([] { return visible("frmJournalDetails") != nullptr; },
                                     [&] {
-                                        QWidget* editor = visibleWindow("frmJournalDetails");
+                                        QWidget* editor = visible("frmJournalDetails");
                                         editorShown = true;
                                         EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
                                                   std::to_string(f.lvwPostingDetails.count() + 1));
                                         QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"),
                                                           Qt::LeftButton);
                                     });
-                          QTest::keyClick(openPopup(), Qt::Key_Down);
-                          QTest::keyClick(openPopup(), Qt::Key_Return);  // the first item: "&Add"
+                          QTest::keyClick(visible<QMenu>(), Qt::Key_Down);
+                          QTest::keyClick(visible<QMenu>(), Qt::Key_Return);  // the first item: "&Add"
                       });
             QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
                               postings->visualRect(lines->index(0, 0)).center());
@@ -337,14 +337,14 @@ TEST_F(PresentationTest, APostedEntryScrollsWithItsColumnsChosenFromTheHeaderAnd
             EXPECT_EQ(postings->model()->headerData(11, Qt::Horizontal, Qt::ToolTipRole).toString(),
                       "Net amount in the company's currency");
             QStringList offered;
-            whenReady([] { return openPopup() != nullptr; },
+            whenReady([] { return visible<QMenu>() != nullptr; },
                       [&] {
-                          for (QAction* a : openPopup()->actions()) {
+                          for (QAction* a : visible<QMenu>()->actions()) {
                               if (a->isSeparator()) continue;
                               offered << a->text();
                               if (a->text() == "Dept ID") a->trigger();
                           }
-                          openPopup()->close();
+                          visible<QMenu>()->close();
                       });
             emit postings->header()->customContextMenuRequested(QPoint(5, 5));
             EXPECT_TRUE(offered.contains("Debit Account ID"));
