@@ -63,6 +63,8 @@ protected:
                 drive(*toolkit.windowOf(f), f);
             });
     }
+    static QMenu* menu() { return visible<QMenu>(); }
+    static bool menuUp() { return menu() != nullptr; }
 };
 
 TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAndItsSavedNumber) {
@@ -165,10 +167,9 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             QStringList offered;
             auto readMenu = [&] {
                 offered.clear();
-                for (QAction* a : visible<QMenu>()->actions()) offered << a->text();
+                for (QAction* a : menu()->actions()) offered << a->text();
             };
-            whenReady([] { return visible<QMenu>() != nullptr; },
-                      [&] { readMenu(), visible<QMenu>()->close(); });
+            whenReady(menuUp, [&] { readMenu(), menu()->close(); });
             QTest::mouseClick(postings->viewport(), Qt::RightButton, {}, QPoint(20, 20));
             EXPECT_EQ(offered, QStringList({"&Cancel", "Select some transactions to continue..."}));
             EXPECT_FALSE(f.mnuPopup.open);
@@ -244,16 +245,10 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             for (const auto& [row, key, mods] : {std::tuple{2, Qt::Key_F10, Qt::ShiftModifier},
                                                  std::tuple{4, Qt::Key_Menu, Qt::NoModifier}}) {
                 postings->setCurrentIndex(lines->index(row, 1));
-                QString menuName;
                 QPoint menuAt;
-                whenReady([] { return visible<QMenu>() != nullptr; },
-                          [&] {
-                              menuName = visible<QMenu>()->objectName();
-                              menuAt = visible<QMenu>()->pos();
-                              visible<QMenu>()->close();
-                          });
+                whenReady(menuUp, [&] { menuAt = menu()->pos(), readMenu(), menu()->close(); });
                 QTest::keyClick(postings, key, mods);
-                EXPECT_EQ(menuName, "mnuPopup");
+                EXPECT_EQ(offered, QStringList({"&Add", "&Edit", "&Cancel"}));
                 EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), row + 1);
                 const QRect line = postings->visualRect(lines->index(row, 1));
                 EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
@@ -262,25 +257,22 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             // A right-click selects its line; Add, chosen by keyboard, opens the line editor,
             // whose Close comes back here.
             bool editorShown = false;
-            whenReady([] { return visible<QMenu>() != nullptr; },
-                      [&] {
-                          readMenu();
-                          whenReady([] { return visible("frmJournalDetails") != nullptr; },
-                                    [&] {
-                                        QWidget* editor = visible("frmJournalDetails");
-                                        editorShown = true;
-                                        EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
-                                                  std::to_string(f.lvwPostingDetails.count() + 1));
-                                        QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"),
-                                                          Qt::LeftButton);
-                                    });
-                          QTest::keyClick(visible<QMenu>(), Qt::Key_Down);
-                          QTest::keyClick(visible<QMenu>(), Qt::Key_Return);  // the first item: "&Add"
-                      });
+            whenReady(menuUp, [&] {
+                readMenu();
+                whenReady([] { return visible("frmJournalDetails") != nullptr; },
+                          [&] {
+                              QWidget* editor = visible("frmJournalDetails");
+                              editorShown = true;
+                              EXPECT_EQ(widget<QLineEdit>(*editor, "txtSlNo")->text().toStdString(),
+                                        std::to_string(f.lvwPostingDetails.count() + 1));
+                              QTest::mouseClick(widget<QPushButton>(*editor, "cmdCancel"), Qt::LeftButton);
+                          });
+                QTest::keyClick(menu(), Qt::Key_Down);
+                QTest::keyClick(menu(), Qt::Key_Return);  // the first item: "&Add"
+            });
             QTest::mouseClick(postings->viewport(), Qt::RightButton, {},
                               postings->visualRect(lines->index(0, 0)).center());
             EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 1);
-            EXPECT_EQ(offered, QStringList({"&Add", "&Edit", "&Cancel"}));
             EXPECT_TRUE(editorShown);
             EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
 
@@ -337,15 +329,14 @@ TEST_F(PresentationTest, APostedEntryScrollsWithItsColumnsChosenFromTheHeaderAnd
             EXPECT_EQ(postings->model()->headerData(11, Qt::Horizontal, Qt::ToolTipRole).toString(),
                       "Net amount in the company's currency");
             QStringList offered;
-            whenReady([] { return visible<QMenu>() != nullptr; },
-                      [&] {
-                          for (QAction* a : visible<QMenu>()->actions()) {
-                              if (a->isSeparator()) continue;
-                              offered << a->text();
-                              if (a->text() == "Dept ID") a->trigger();
-                          }
-                          visible<QMenu>()->close();
-                      });
+            whenReady(menuUp, [&] {
+                for (QAction* a : menu()->actions()) {
+                    if (a->isSeparator()) continue;
+                    offered << a->text();
+                    if (a->text() == "Dept ID") a->trigger();
+                }
+                menu()->close();
+            });
             emit postings->header()->customContextMenuRequested(QPoint(5, 5));
             EXPECT_TRUE(offered.contains("Debit Account ID"));
             EXPECT_FALSE(postings->isColumnHidden(7));
