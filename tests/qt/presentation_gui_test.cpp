@@ -3,6 +3,7 @@
 // amounts, totals per currency, menus, column choices, read-only entries that can still be
 // read, status notes and windows that fit small screens.
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDateEdit>
 #include <QHeaderView>
@@ -76,23 +77,46 @@ TEST_F(PresentationTest, ANewEntryReachesItsHandlersAndShowsAmountsTotalsMenusAn
             f.lvwTransactions.ItemCheck = [&, original = f.lvwTransactions.ItemCheck](int row) {
                 ++itemChecks, original(row);
             };
-            // On this screen Enter sends a Tab: the focus moves to the next field.
+            // Keys beyond ASCII arrive one event per character (the emoji is one event carrying
+            // two UTF-16 units); Backspace and Delete take whole characters at the widget's
+            // cursor; a paste arrives as it is.
             auto* remarks = widget<QLineEdit>(d, "txtRemarks");
             remarks->setFocus();
-            QTest::keyClicks(remarks, "October");
+            for (const char* typed : {"م", "ر", "ح", "ب", "ا", " ", "😀"})
+                QTest::sendKeyEvent(QTest::Click, remarks, Qt::Key_unknown, QString::fromUtf8(typed),
+                                    Qt::NoModifier);
+            QTest::keyClick(remarks, Qt::Key_Backspace);
+            QTest::keyClick(remarks, Qt::Key_Home);
+            QTest::keyClick(remarks, Qt::Key_Delete);
+            QTest::keyClick(remarks, Qt::Key_Home);
+            QTest::keyClick(remarks, 'X');
+            EXPECT_EQ(f.txtRemarks.text(), "Xرحبا ");
+            QApplication::clipboard()->setText("'s");
+            QTest::keyClick(remarks, Qt::Key_End);
+            QTest::keyClick(remarks, Qt::Key_V, Qt::ControlModifier);
+            EXPECT_EQ(f.txtRemarks.text(), "Xرحبا 's");
+            EXPECT_EQ(remarks->text().toStdString(), f.txtRemarks.text());
+            // On this screen Enter sends a Tab: the focus moves to the next field.
             QTest::keyClick(remarks, Qt::Key_Return);
             EXPECT_TRUE(
                 waitFor([&] { return d.focusWidget() == d.findChild<QLineEdit*>("txtTotDepAmount"); }));
             EXPECT_EQ(f.activeControl(), &f.txtTotDepAmount);
 
-            // Show without a type: the screen's box, and the handler's focus.
+            // F1 opens the module's help file, or says that it is not there.
             SeenBox seen;
+            answerNextBox(QMessageBox::Ok, &seen);
+            QTest::keyClick(d.focusWidget(), Qt::Key_F1);
+            EXPECT_TRUE(
+                seen.text.contains(QString::fromStdString(tmp.path().string() + "/Help/helpfile.hlp")))
+                << seen.text.toStdString();
+
+            // Show without a type: the screen's box, and the handler's focus.
             answerNextBox(QMessageBox::Ok, &seen);
             QTest::mouseClick(widget<QPushButton>(d, "cmdShow"), Qt::LeftButton);
             EXPECT_EQ(seen.text.toStdString(), "Select a type.");
             EXPECT_EQ(seen.title.toStdString(), "Payroll Accounts Linking");
             EXPECT_EQ(seen.icon, QMessageBox::Information);
-            EXPECT_EQ(f.activeControl(), &f.cboType);
+            EXPECT_EQ(d.binder().controlOf(d.focusWidget()), &f.cboType);
 
             auto* type = widget<QComboBox>(d, "cboType");
             type->setFocus();
