@@ -28,8 +28,7 @@ TEST_F(GuiTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
     for (ui::Form* form :
          std::initializer_list<ui::Form*>{&master, &linkingForm, &cancelForm, &journalForm}) {
         SCOPED_TRACE(form->name());
-        // The Designer file carries the captions the screen gives its controls, so that what
-        // Designer shows is what runs.
+        // The Designer file carries the screen's captions: what Designer shows is what runs.
         QDialog designed;
         ASSERT_TRUE(qtui::setupLayout(form->name(), &designed));
         EXPECT_EQ(designed.windowTitle().toStdString(), form->caption());
