@@ -443,7 +443,10 @@ void Binder::refresh(Binding& b) {
         button->setText(qs(c.caption()));
     } else if (auto* edit = qobject_cast<QLineEdit*>(w)) {
         auto& model = static_cast<ui::TextBox&>(c);
-        edit->setMaxLength(model.maxLength > 0 ? model.maxLength : 32767);
+        // Setting the length, even to the same value, puts the caret at the end of the text.
+        if (const int maxLength = model.maxLength > 0 ? model.maxLength : 32767;
+            edit->maxLength() != maxLength)
+            edit->setMaxLength(maxLength);
         const QString text = shownText(*edit, qs(model.text()), edit->maxLength());
         if (edit->text() != text) edit->setText(text);
         edit->setReadOnly(model.locked());
@@ -736,11 +739,12 @@ bool Binder::textBoxKey(Binding& b, QEvent* event) {
         return formKey(event);
     }
     if (const int code = classicKeyCode(key->key()); code != 0) {
-        // Delete removes the widget's selection in the model too, so both agree after it.
+        // Delete removes the widget's selection in the model, which the widget then shows;
+        // arrows and the rest go on to the widget.
         syncSelection();
         user(b, [&] { model.userKeyDown(static_cast<int16_t>(code)); });
+        return code == ui::vbKeyDelete;
     }
-    // Delete, arrows and the rest go on to the widget.
     return false;
 }
 
