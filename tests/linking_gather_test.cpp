@@ -11,15 +11,6 @@ using linking::pst::DeptAmount;
 
 class GatherTest : public LinkingTest {
 protected:
-    // Three runs gathered: two in dirhams, one in dollars (employee 906).
-    frmPayrollAccountsLinking& payroll() {
-        addRun(9001, 901, 1000, 200, 100);
-        addRun(9002, 902, 2000, 300, 250);
-        addRun(9003, 906, 500, 50, 20);
-        auto& f = openNew();
-        gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
-        return f;
-    }
     void config(const std::string& rows) {
         raw->execute(
             "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, "
@@ -58,7 +49,7 @@ TEST_F(GatherTest, SettingsCheckWantsFourSalaryAccountsPerCurrencyInUseAndEveryL
 }
 
 TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
-    auto& f = payroll();
+    auto& f = threeRuns();
     EXPECT_TRUE(traced("exec spPAGetPayrollAccountDetails 1,'20261128','20261128',9"));
     ASSERT_EQ(f.lvwTransactions.count(), 3);
     // Name under "Emp No", number under "Employee".
@@ -70,13 +61,13 @@ TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(12) + f.lvwTransactionDetails.columnHeader(13) +
                   f.lblTotalAmt.caption(),
               "Amount(AED)Amount(AED)Balance(AED) :");
-    auto shown = [&] {
+    auto views = [&] {
         return std::string(f.lvwTransactions.visible() ? "T" : "-") +
                (f.lvwTransactionDetails.visible() ? "D" : "-") + (f.cmdShowDetails.visible() ? "B" : "-");
     };
-    EXPECT_EQ(shown(), "T-B");
+    EXPECT_EQ(views(), "T-B");
     f.cmdShowDetails.userClick();
-    EXPECT_EQ(shown() + f.cmdShowDetails.caption(), "-DB&s");
+    EXPECT_EQ(views() + f.cmdShowDetails.caption(), "-DB&s");
     f.cmdShowDetails.userClick();
     EXPECT_EQ(f.cmdShowDetails.caption(), "&d");
 
@@ -117,7 +108,7 @@ TEST_F(GatherTest, PayrollRunsOverTheirAccountLines) {
 }
 
 TEST_F(GatherTest, SelectAllCountsRowsAlreadyTickedOnceAndAsksBeforeDroppingThem) {
-    auto& f = payroll();
+    auto& f = threeRuns();
     f.lvwTransactions.userToggle(2);
     f.chkSelectAll.userClick();
     EXPECT_TRUE(toolkit.messages.empty());

@@ -11,11 +11,7 @@ class SaveTest : public LinkingTest {
 protected:
     // Three runs of the test department on 28/11/2026; runs 1 and 3 ticked.
     frmPayrollAccountsLinking& payrollEntry() {
-        addRun(9001, 901, 1000, 200, 100);
-        addRun(9002, 902, 2000, 300, 250);
-        addRun(9003, 906, 500, 50, 20);
-        auto& f = openNew();
-        gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+        auto& f = threeRuns();
         f.lvwTransactions.userToggle(1);
         f.lvwTransactions.userToggle(3);
         f.txtRemarks.userType("  November wages  ");
