@@ -1,12 +1,7 @@
 // The posting list's popup menu, double-click and keys.
-#include <fstream>
-#include <sstream>
-
 #include "common/Error.h"
-#include "entry/qorPayrollAccounts.h"
 #include "journal/frmJournalDetails.h"
 #include "linking_fixture.h"
-#include "script/ScriptRunner.h"
 
 namespace {
 
@@ -18,14 +13,15 @@ protected:
     void addLines(linking::frmPayrollAccountsLinking& f,
                   const std::vector<std::pair<std::string, double>>& lines, const std::string& editable) {
         module->DepartmentCurrencyID = module->CompanyCurrencyID = 1;
+        auto& l = f.lvwPostingDetails;
         for (const auto& [account, dept] : lines) {
-            const int r = f.lvwPostingDetails.add(std::to_string(f.lvwPostingDetails.count() + 1));
-            f.lvwPostingDetails.setCell(r, pst::DebitAccount, account);
-            f.lvwPostingDetails.setCell(r, pst::DebitAmount, common::Format2(dept > 0 ? dept : 0));
-            f.lvwPostingDetails.setCell(r, pst::CreditAmount, common::Format2(dept < 0 ? -dept : 0));
-            f.lvwPostingDetails.setCell(r, pst::CompAmount, common::Format2(dept));
-            f.lvwPostingDetails.setCell(r, pst::DeptAmount, common::Format2(dept));
-            f.lvwPostingDetails.setCell(r, pst::Editable, editable.substr(r - 1, 1));
+            const int r = l.add(std::to_string(l.count() + 1));
+            l.setCell(r, pst::DebitAccount, account);
+            l.setCell(r, pst::DebitAmount, common::Format2(dept > 0 ? dept : 0));
+            l.setCell(r, pst::CreditAmount, common::Format2(dept < 0 ? -dept : 0));
+            l.setCell(r, pst::CompAmount, common::Format2(dept));
+            l.setCell(r, pst::DeptAmount, common::Format2(dept));
+            l.setCell(r, pst::Editable, editable.substr(r - 1, 1));
         }
     }
     std::string popupItems(linking::frmPayrollAccountsLinking& f, int row) {
