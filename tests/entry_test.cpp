@@ -32,8 +32,8 @@ TEST_F(EntryTest, ShowOpensTheBrowserOnlyForTheExactKey) {
     EXPECT_EQ(toolkit.topForm()->name(), "FrmMaster");
     EXPECT_TRUE(toolkit.topForm()->shownModal);
     const auto& s = module->session;
-    EXPECT_EQ(std::to_string(s.userId) + "|" + std::to_string(s.companyId) + "|" + std::to_string(s.interfaceId) +
-                  "|" + s.msgTitle + "|" + s.processDate,
+    EXPECT_EQ(std::to_string(s.userId) + "|" + std::to_string(s.companyId) + "|" +
+                  std::to_string(s.interfaceId) + "|" + s.msgTitle + "|" + s.processDate,
               "3|1|60|Linking|01/11/2026");
     EXPECT_EQ(s.connection, trace);
 

@@ -33,25 +33,6 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     EXPECT_TRUE(
         traced("select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted from "
                "paPayAccLinkHeader where CompanyID=1 and TransID=3"));
-    EXPECT_TRUE(traced(
-        "Select pa.DetailID, pa.DepartmentID, pa.RefTransID, pa.RefTransNo,  pa.RefTransType, "
-        "pa.RefTransDate, "
-        "pa.EmpID, pa.EmpName, pa.EmpNo, pa.AccountID, pa.AccountDesc, pa.TransCurrSymbol, pa.AccCurrSymbol, "
-        "pa.TransCurrID, pa.AccCurrID, pa.RefTransAmount, pa.AccountAmount, pa.DeptAmount, pa.CompAmount, "
-        "pa.Credit, cm.CurrencyID, dm.DepCurrencyID, dc.Symbol DepSymbol,cc.Symbol ComSymbol  from "
-        "paPayAccLinkDetails pa, pCompanyMaster cm,pDepartmentMaster dm,pCurrencyMaster dc,pCurrencyMaster "
-        "cc "
-        "where pa.CompanyID=cm.CompanyID and  pa.CompanyID=dm.CompanyID and pa.DepartmentID = "
-        "dm.DepartmentID "
-        "and  dm.CompanyID=dc.CompanyID and dm.DepCurrencyID = dc.CurrencyID and  cm.CompanyID=cc.CompanyID "
-        "and "
-        "cm.CurrencyID = cc.CurrencyID and  pa.CompanyID=1 and pa.TransID=3"));
-    EXPECT_TRUE(traced(
-        "Select DetailID, DepartmentID, AccountID, AccountDesc, Description, AccCurrID, AccCurrSymbol, "
-        "RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount,RefTransAmount, DeptAmount, CompAmount, "
-        "Editable "
-        "from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"));
-
     EXPECT_EQ(f.txtTransNo.text() + "|" + f.cboType.text() + "|" + f.cboDepartment.text() + "|" +
                   f.txtRemarks.text(),
               "PAL/3|Payroll|Engineering Centre Pune|August 2026 salaries - Pune");
