@@ -1,20 +1,18 @@
 // The journal line editor driven as a user drives it from the posting list's menu.
-#include "TestSupport.h"
-#include "common/Conv.h"
 #include "journal/frmJournalDetails.h"
-#include "linking/frmPayrollAccountsLinking.h"
+#include "linking_fixture.h"
 #include "ui/Helpers.h"
 
+namespace linkingtest {
 namespace {
 
 namespace pst = linking::pst;
-using common::Format2;
 
 // Rates of our own: one ACC is 1.5 DPT, one CMP is 0.25 DPT.
-class JournalTest : public testsupport::ModuleTest {
+class JournalTest : public LinkingTest {
 protected:
     void SetUp() override {
-        ModuleTest::SetUp();
+        LinkingTest::SetUp();
         data::AssignTableName(module->connection(), module->session.tables);
         raw->execute(
             "insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol) values "
@@ -34,16 +32,7 @@ protected:
     ui::ListView& posting() { return linking->lvwPostingDetails; }
     void addLine(const std::string& account, int id, double debit, double credit, const std::string& editable,
                  const std::string& description = "") {
-        auto& l = posting();
-        const int r = l.add(std::to_string(l.count() + 1));
-        const std::string dept = Format2(debit - credit), comp = Format2((debit - credit) / 4),
-                          n = std::to_string(id), d = Format2(debit), c = Format2(credit);
-        const int cols[] = {pst::DebitAccount, pst::Description, pst::DebitAccountID, pst::DebitAmount,
-                            pst::CreditAmount, pst::TotalAmount, pst::TransAmt,       pst::CompAmount,
-                            pst::DeptAmount,   pst::Editable};
-        const std::string texts[] = {account, description, n, d, c, dept, dept, comp, dept, editable};
-        for (size_t i = 0; i < std::size(cols); ++i) l.setCell(r, cols[i], texts[i]);
-        if (l.selectedIndex() == 0) l.setSelectedIndex(r);
+        LinkingTest::addLine(*linking, account, id, debit, credit, editable, description);
     }
     std::string cells(int row, std::initializer_list<int> cols) {
         std::string s;
@@ -64,10 +53,6 @@ protected:
         }
         return module->frmJournalDetails();
     }
-    std::string lastMessage() const {
-        return toolkit.lastMessage() ? toolkit.lastMessage()->text : std::string();
-    }
-
     linking::frmPayrollAccountsLinking* linking = nullptr;
 };
 
@@ -176,3 +161,4 @@ TEST_F(JournalTest, GatheredLineChangesOnlyItsDescription) {
 }
 
 }  // namespace
+}  // namespace linkingtest

@@ -104,6 +104,23 @@ protected:
         return f;
     }
 
+    // A posting line as the screen holds one (the company amount a quarter of the Dept amount);
+    // the first line added is selected.
+    static void addLine(frmPayrollAccountsLinking& f, const std::string& account, int id, double debit,
+                        double credit, const std::string& editable, const std::string& description = "") {
+        using common::Format2;
+        auto& l = f.lvwPostingDetails;
+        const int r = l.add(std::to_string(l.count() + 1));
+        const std::string dept = Format2(debit - credit), comp = Format2((debit - credit) / 4),
+                          n = std::to_string(id), d = Format2(debit), c = Format2(credit);
+        namespace pst = linking::pst;
+        const int cols[] = {pst::DebitAccount, pst::Description, pst::DebitAccountID, pst::DebitAmount,
+                            pst::CreditAmount, pst::TotalAmount, pst::TransAmt,       pst::CompAmount,
+                            pst::DeptAmount,   pst::Editable};
+        const std::string texts[] = {account, description, n, d, c, dept, dept, comp, dept, editable};
+        for (size_t i = 0; i < std::size(cols); ++i) l.setCell(r, cols[i], texts[i]);
+        if (l.selectedIndex() == 0) l.setSelectedIndex(r);
+    }
     // The posting line of an account in a transaction currency, 0 when none.
     static int lineOf(const frmPayrollAccountsLinking& f, const std::string& account,
                       const std::string& currency) {
