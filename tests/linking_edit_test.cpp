@@ -30,9 +30,6 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
 TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     auto& f = openEdit(3);  // August payroll of the Pune department, paid in rupees
     EXPECT_TRUE(toolkit.messages.empty());
-    EXPECT_TRUE(
-        traced("select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted from "
-               "paPayAccLinkHeader where CompanyID=1 and TransID=3"));
     EXPECT_EQ(f.txtTransNo.text() + "|" + f.cboType.text() + "|" + f.cboDepartment.text() + "|" +
                   f.txtRemarks.text(),
               "PAL/3|Payroll|Engineering Centre Pune|August 2026 salaries - Pune");
@@ -48,7 +45,6 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     ASSERT_GT(runs, 1);
     ASSERT_EQ(f.lvwTransactions.count(), runs);
     ASSERT_EQ(f.lvwTransactionDetails.count(), lines);
-    EXPECT_GT(lines, runs);
     for (int r = 1; r <= runs; ++r) EXPECT_TRUE(f.lvwTransactions.checked(r));
     for (int d = 1; d <= lines; ++d) EXPECT_TRUE(f.lvwTransactionDetails.checked(d));
     // Name under "Emp No", number under "Employee", as the retrieval fills this list.
