@@ -30,10 +30,6 @@ protected:
     }
 
     ui::ListView& posting() { return linking->lvwPostingDetails; }
-    void addLine(const std::string& account, int id, double debit, double credit, const std::string& editable,
-                 const std::string& description = "") {
-        LinkingTest::addLine(*linking, account, id, debit, credit, editable, description);
-    }
     std::string cells(int row, std::initializer_list<int> cols) {
         std::string s;
         for (int c : cols) s += (s.empty() ? "" : "|") + posting().cell(row, c);
@@ -77,7 +73,7 @@ TEST_F(JournalTest, ChoosingAnAccountConvertsTheTypedAmountWithBothRates) {
 }
 
 TEST_F(JournalTest, NewCreditLineIsNegativeAndAnEditedOnePositive) {
-    addLine("Wages Control", 9102, 150, 0, "N");
+    addLine(*linking, "Wages Control", 9102, 150, 0, "N");
     auto& ed = openForAdd();
     EXPECT_EQ(ed.txtSlNo.text() + " " + ed.txtBalance.text(), "2 150.00");
     EXPECT_TRUE(ed.optCredit.value());  // debits exceed credits: propose the other side
@@ -106,7 +102,7 @@ TEST_F(JournalTest, NewCreditLineIsNegativeAndAnEditedOnePositive) {
 }
 
 TEST_F(JournalTest, CommitChecksComeInOrder) {
-    addLine("Wages Control", 9102, 150, 0, "N");
+    addLine(*linking, "Wages Control", 9102, 150, 0, "N");
     auto& ed = openForAdd();
     auto press = [&] {
         toolkit.messages.clear();
@@ -133,8 +129,8 @@ TEST_F(JournalTest, CommitChecksComeInOrder) {
 }
 
 TEST_F(JournalTest, GatheredLineChangesOnlyItsDescription) {
-    addLine("Wages Control", 9102, 150, 0, "N", "old");
-    addLine("Staff Suspense", 9101, 0, 0, "Y");
+    addLine(*linking, "Wages Control", 9102, 150, 0, "N", "old");
+    addLine(*linking, "Staff Suspense", 9101, 0, 0, "Y");
     const std::string before = amounts(1);
     posting().userSelectRow(1);
     posting().userDblClick();

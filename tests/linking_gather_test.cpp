@@ -163,6 +163,7 @@ TEST_F(GatherTest, ShowNeedsATypeAndADepartmentAndPaymentsGoStraightToTheDetailL
     EXPECT_EQ(f.dtpTransDate.value(), DateTime::ymd(2026, 10, 15));
     f.cmdShow.userClick();
     EXPECT_EQ(lastMessage(), "Select a type.");
+    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
     EXPECT_EQ(f.activeControl(), &f.cboType);
     f.cboType.userSelectText("Payroll");
     f.cmdShow.userClick();
