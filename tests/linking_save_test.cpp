@@ -1,5 +1,5 @@
 // Saving an entry: the checks and their order, numbering, what a save writes, closing with
-// unsaved changes, and that a save is all or nothing (injected faults, a concurrent writer).
+// unsaved changes, and that a save is all or nothing whichever call fails.
 #include "common/Error.h"
 #include "linking_fixture.h"
 #include "ui/Helpers.h"
