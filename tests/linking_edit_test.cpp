@@ -8,7 +8,7 @@ using EditTest = LinkingTest;
 
 TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
     auto& posted = openEdit(1);
-    EXPECT_EQ(lastMessage(), "Record posted. Can't Edit.");
+    ASSERT_EQ(lastMessage(), "Record posted. Can't Edit.");
     EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
     EXPECT_FALSE(posted.cmdOk.enabled());
     EXPECT_FALSE(posted.fraPostingDetails.enabled());
@@ -17,6 +17,7 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
     // Even pressed from code, a posted entry is not saved again.
     posted.cmdOk_Click();
     EXPECT_EQ(lastMessage(), "Entry Posted. Cannot Save.");
+    ASSERT_TRUE(linkingOpen());
     posted.cmdClose.userClick();
     ASSERT_FALSE(linkingOpen());
 

@@ -94,7 +94,7 @@ TEST_F(SaveTest, ChecksComeInOrderWithTheirMessagesAndFocus) {
     f.txtTotDepAmount.setText("0.001");
     EXPECT_EQ(press(), "Debit total and Credit total must be same" + info);
     EXPECT_EQ(dbState(), before);
-    EXPECT_TRUE(linkingOpen());
+    ASSERT_TRUE(linkingOpen());
 
     // Only the balance text counts: an empty one passes.
     f.txtTotDepAmount.setText("");
