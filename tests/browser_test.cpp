@@ -16,44 +16,37 @@ class BrowserTest : public testsupport::ModuleTest {
 protected:
     void SetUp() override {
         ModuleTest::SetUp();
-        H = mapped("paPayAccLinkHeader");
-        D = mapped("pDepartment");
-        dept = scalar("select min(DepartmentID) from " + D + " where CompanyID=1").toInt32();
-        raw->execute("delete from " + H + " where CompanyID=1");
+        raw->execute("delete from paPayAccLinkHeader where CompanyID=1");
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
-        rights(1, "NEDP");
         captions({"ID", "Entry No", "Entry Date", "Type", "Department", "Cancelled", "Posted"},
                  {"TransID", "TransNo", "TransDate", "Type", "DepartmentName", "cancel", "Posted"});
     }
 
     void add(int id, const std::string& no, const std::string& date, const std::string& type = "P",
-             int cancelled = 0, int posted = 0, int company = 1, int department = 0) {
-        raw->execute("insert into " + H +
-                     " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Cancelled, Posted) "
-                     "values (" +
-                     std::to_string(company) + "," + std::to_string(id) + "," +
-                     std::to_string(department ? department : dept) + "," +
-                     (no.empty() ? "NULL" : "'" + no + "'") + ",'" + date + "','" + type + "'," +
-                     std::to_string(cancelled) + "," + std::to_string(posted) + ")");
+             int cancelled = 0, int posted = 0, int company = 1, int department = 1) {
+        raw->execute(
+            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, "
+            "Cancelled, Posted) values (" +
+            std::to_string(company) + "," + std::to_string(id) + "," + std::to_string(department) + "," +
+            (no.empty() ? "NULL" : "'" + no + "'") + ",'" + date + "','" + type + "'," +
+            std::to_string(cancelled) + "," + std::to_string(posted) + ")");
     }
     // The list's captions in columnid order (inserted backwards: the order is columnid's).
     void captions(const Strings& headers, const Strings& names) {
-        const std::string tc = mapped("ptablecolumns");
-        raw->execute("delete from ptables where tableid=60");
-        raw->execute("insert into ptables (tableid, tablename) values (60, 'paPayAccLinkHeader')");
-        raw->execute("delete from " + tc + " where tableid=60");
+        raw->execute("delete from ptablecolumns where tableid=60");
         for (size_t i = headers.size(); i-- > 0;)
-            raw->execute("insert into " + tc + " (tableid, columnid, columnheader, columnname) values (60," +
-                         std::to_string(i + 1) + ",'" + headers[i] + "','" + names[i] + "')");
+            raw->execute(
+                "insert into ptablecolumns (tableid, columnid, columnheader, columnname) values (60," +
+                std::to_string(i + 1) + ",'" + headers[i] + "','" + names[i] + "')");
     }
     void rights(int user, const std::string& text) {
-        const std::string pu = mapped("puserrights");
-        raw->execute("delete from " + pu +
-                     " where companyid=1 and interfaceid=60 and userid=" + std::to_string(user));
+        const std::string u = std::to_string(user);
+        raw->execute("delete from puserrights where companyid=1 and interfaceid=60 and userid=" + u);
         if (!text.empty())
-            raw->execute("insert into " + pu +
-                         " (companyid, userid, interfaceid, FunctionRights) values (1," +
-                         std::to_string(user) + ",60,'" + text + "')");
+            raw->execute(
+                "insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (1," + u +
+                ",60,'" + text + "')");
     }
     browser::FrmMaster& reopen() {
         if (module->isLoaded("FrmMaster")) module->FrmMaster().unload();
@@ -64,20 +57,12 @@ protected:
         for (int r = 1; r < g.rows(); ++r) out.push_back(g.textMatrix(r, col));
         return out;
     }
-    static int rowOf(const ui::FlexGrid& g, const std::string& transId) {
-        for (int r = 1; r < g.rows(); ++r)
-            if (g.textMatrix(r, 0) == transId) return r;
-        return -1;
-    }
     // New, Edit, Delete, Print as the user sees them ("-" for disabled); Close is always on.
     static std::string buttons(const browser::FrmMaster& f) {
         EXPECT_TRUE(f.CmdClose.enabled());
         return std::string(f.cmdnew.enabled() ? "N" : "-") + (f.CmdEdit.enabled() ? "E" : "-") +
                (f.CmdDelete.enabled() ? "D" : "-") + (f.cmdPrint.enabled() ? "P" : "-");
     }
-
-    std::string H, D;
-    int dept = 0;
 };
 
 TEST_F(BrowserTest, ListsTheEntriesOfTheDateWindow) {
@@ -87,35 +72,31 @@ TEST_F(BrowserTest, ListsTheEntriesOfTheDateWindow) {
     add(4, "E-20", "2026-10-20");
     add(5, "E-NODEPT", "2026-10-15", "P", 0, 0, 1, 987654);
     add(6, "E-CO2", "2026-10-15", "P", 0, 0, 2);
+    auto ids = [&](int days) {
+        raw->execute("update psettings set noofpreviousdays=" + std::to_string(days) + " where companyid=1");
+        Strings out = column(reopen().flexMaster, 0);
+        std::sort(out.begin(), out.end());
+        return out;
+    };
 
-    raw->execute("update psettings set noofpreviousdays=1 where companyid=1");
-    auto& g = module->FrmMaster().flexMaster;
+    EXPECT_EQ(ids(1), (Strings{"2", "3", "4"}));
     const std::string base =
         "select TransID, TransNo, TransDate, Case when TransType='P' then 'Payroll' when TransType='A' then "
         "'Salary Advances' when TransType='R' then 'Reimbursements' when TransType='S' then 'Savings' when "
         "TransType='E' then 'Leave Encashments' when TransType='H' then 'Holded Salaries' when "
         "TransType='O' then 'Others' End Type, dm.DepartmentName,   case when Cancelled=1 then 'Yes' else "
-        "'No' end cancel,  case when Posted=1 then 'Yes' else 'No' end Posted  From " +
-        H + " pa, " + D +
+        "'No' end cancel,  case when Posted=1 then 'Yes' else 'No' end Posted  From paPayAccLinkHeader pa, " +
+        mapped("pDepartment") +
         " dm Where pa.CompanyID = dm.CompanyID and pa.DepartmentID=dm.DepartmentID and pa.companyid=1";
     EXPECT_EQ(module->session.listBaseQuery, base);
     EXPECT_TRUE(traced(base + " and TransDate>='2026/10/14'"));
-    auto ids = column(g, 0);
-    std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, (Strings{"2", "3", "4"}));
-    const int r = rowOf(g, "3");
-    ASSERT_GT(r, 0);
+    auto& g = module->FrmMaster().flexMaster;
+    const int r = browserRow(3);
     ASSERT_EQ(g.cols(), 7);
     EXPECT_EQ(g.textMatrix(r, 1), "");  // a Null entry number
     EXPECT_EQ(g.textMatrix(r, 2), "15/10/2026");
     EXPECT_EQ(g.textMatrix(r, 3) + "|" + g.textMatrix(r, 5) + "|" + g.textMatrix(r, 6), "Payroll|No|No");
-
-    for (int days : {0, -3}) {
-        raw->execute("update psettings set noofpreviousdays=" + std::to_string(days) + " where companyid=1");
-        ids = column(reopen().flexMaster, 0);
-        std::sort(ids.begin(), ids.end());
-        EXPECT_EQ(ids, (Strings{"1", "2", "3", "4"})) << days;
-    }
+    for (int days : {0, -3}) EXPECT_EQ(ids(days), (Strings{"1", "2", "3", "4"})) << days;
 }
 
 TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
@@ -136,23 +117,22 @@ TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
         EXPECT_EQ(items, "ID=0;Entry No=1;Entry Date=2;Type=3;Cancelled=5;Posted?=6;") << combo->name();
     }
 
-    const int cancelled = rowOf(g, "2");
     for (int c = 0; c < 7; ++c) {
-        EXPECT_EQ(g.cellBackColor(cancelled, c) == ui::RGB(255, 0, 0), c < 6) << c;
-        EXPECT_NE(g.cellBackColor(rowOf(g, "1"), c), ui::RGB(255, 0, 0));
-        EXPECT_NE(g.cellBackColor(rowOf(g, "3"), c), ui::RGB(255, 0, 0));
+        EXPECT_EQ(g.cellBackColor(browserRow(2), c) == ui::RGB(255, 0, 0), c < 6) << c;
+        EXPECT_NE(g.cellBackColor(browserRow(1), c), ui::RGB(255, 0, 0));
+        EXPECT_NE(g.cellBackColor(browserRow(3), c), ui::RGB(255, 0, 0));
     }
     EXPECT_EQ(g.col(), 3);
-    g.userSelectCell(cancelled, 1);
+    g.userSelectCell(browserRow(2), 1);
     EXPECT_EQ(buttons(f), "NE-P");
-    g.userSelectCell(rowOf(g, "1"), 1);
+    g.userSelectCell(browserRow(1), 1);
     EXPECT_EQ(buttons(f), "NEDP");
 }
 
 TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
-    const Strings numbers{"PAY-1", "PAL-7", "ZZZ", "PAL-3", "ABC-1", "PAL-5"};
-    const int ids[] = {5, 1201, 1202, 1203, 1204, 1205};
-    for (int i = 0; i < 6; ++i) add(ids[i], numbers[static_cast<size_t>(i)], "2026-10-10");
+    int id = 1200;
+    for (const char* no : {"PAL-7", "ZZZ", "PAL-3", "ABC-1", "PAL-5"}) add(++id, no, "2026-10-10");
+    add(5, "PAY-1", "2026-10-10");
     auto& f = module->FrmMaster();
     auto& g = f.flexMaster;
     auto landedOn = [&](const std::string& id) {
@@ -183,8 +163,8 @@ TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
 TEST_F(BrowserTest, RightsDecideTheButtons) {
     add(1, "E-1", "2026-10-10");
     EXPECT_EQ(buttons(module->FrmMaster()), "NEDP");
-    EXPECT_TRUE(traced("Select FunctionRights from " + mapped("puserrights") +
-                       " where companyid = 1 and userid = 1 and interfaceid = 60"));
+    EXPECT_TRUE(traced(
+        "Select FunctionRights from puserrights where companyid = 1 and userid = 1 and interfaceid = 60"));
     rights(1, "nedp");
     EXPECT_EQ(buttons(reopen()), "----");
     rights(1, "PxD");
@@ -208,28 +188,28 @@ TEST_F(BrowserTest, DeleteAsksThenRefusesPostedEntriesAndOpensTheCancellation) {
     add(8, "PAL-8", "2026-10-10");
     add(8, "CO2-8", "2026-10-10", "P", 0, 1, 2);  // posted, but another company's
     auto& f = module->FrmMaster();
-    auto& g = f.flexMaster;
-    auto deleteRow = [&](const std::string& id, int answer) {
-        g.userSelectCell(rowOf(g, id), 1);
+    auto deleteRow = [&](int id, int answer) {
+        f.flexMaster.userSelectCell(browserRow(id), 1);
         toolkit.answers.push_back(answer);
         f.CmdDelete.userClick();
     };
 
-    deleteRow("8", ui::vbNo);
+    deleteRow(8, ui::vbNo);
     ASSERT_EQ(toolkit.messages.size(), 1u);
     EXPECT_EQ(toolkit.messages[0].request.text, "Are you sure you want to delete Entry - PAL-8?");
     EXPECT_EQ(toolkit.messages[0].request.style, ui::vbYesNo + ui::vbCritical + ui::vbDefaultButton2);
     EXPECT_EQ(toolkit.messages[0].request.title, "Payroll Accounts Linking");
     EXPECT_FALSE(module->isLoaded("frmcancell"));
 
-    deleteRow("7", ui::vbYes);
+    deleteRow(7, ui::vbYes);
     ASSERT_EQ(toolkit.messages.size(), 3u);
     EXPECT_EQ(toolkit.messages[2].request.text, "Entry Posted. Cannot Delete.");
     EXPECT_EQ(toolkit.messages[2].request.style, ui::vbOKOnly + ui::vbInformation);
-    EXPECT_TRUE(traced("select count(1) from " + H + " where CompanyID=1 and TransID=7 and Posted=1 "));
+    EXPECT_TRUE(
+        traced("select count(1) from paPayAccLinkHeader where CompanyID=1 and TransID=7 and Posted=1 "));
     EXPECT_FALSE(module->isLoaded("frmcancell"));
 
-    deleteRow("8", ui::vbYes);
+    deleteRow(8, ui::vbYes);
     EXPECT_EQ(toolkit.messages.size(), 4u);
     ASSERT_NE(toolkit.topForm(), nullptr);
     EXPECT_EQ(toolkit.topForm()->name(), "frmcancell");

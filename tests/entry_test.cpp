@@ -1,62 +1,52 @@
 // The component's entry: Show opens the browser only for the exact project key.
-#include <gtest/gtest.h>
-
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
 #include "entry/qorPayrollAccounts.h"
 
 namespace {
 
-using testsupport::ModuleTest;
-
-class EntryTest : public ModuleTest {
-protected:
-    void setSession(entry::qorPayrollAccounts& c, const std::string& key) {
-        c.setAdocon(trace);
-        c.strProjectKey = key;
-        c.MsgboxTitle = "Linking";
-        c.ProcessDate = "01/11/2026";
-        c.intUserID = 3;
-        c.intCompanyID = 1;
-        c.intInterfaceID = 60;
-    }
-};
+using EntryTest = testsupport::ModuleTest;
 
 TEST_F(EntryTest, ShowOpensTheBrowserOnlyForTheExactKey) {
     module->session = {};
     entry::qorPayrollAccounts component(*module);
-    for (const char* wrong : {"ktnb/qm/wrld/417", "KTNB/QM/WRLD/417 ", "", "KTNB/QM/WRLD/41"}) {
-        setSession(component, wrong);
+    component.setAdocon(trace);
+    component.MsgboxTitle = "Linking";
+    component.ProcessDate = "01/11/2026";
+    component.intUserID = 3;
+    component.intCompanyID = 1;
+    component.intInterfaceID = 60;
+    auto show = [&](const std::string& key) {
+        component.strProjectKey = key;
         component.Show();
+    };
+    for (const char* wrong : {"ktnb/qm/wrld/417", "KTNB/QM/WRLD/417 ", "", "KTNB/QM/WRLD/41"}) {
+        show(wrong);
         EXPECT_EQ(toolkit.topForm(), nullptr) << wrong;
         EXPECT_EQ(module->session.userId, 0);
         EXPECT_FALSE(module->session.connection);
     }
 
-    setSession(component, entry::kProjectKey);
-    component.Show();
+    show(entry::kProjectKey);
     ASSERT_NE(toolkit.topForm(), nullptr);
     EXPECT_EQ(toolkit.topForm()->name(), "FrmMaster");
     EXPECT_TRUE(toolkit.topForm()->shownModal);
-    EXPECT_EQ(module->session.userId, 3);
-    EXPECT_EQ(module->session.companyId, 1);
-    EXPECT_EQ(module->session.interfaceId, 60);
-    EXPECT_EQ(module->session.msgTitle, "Linking");
-    EXPECT_EQ(module->session.processDate, "01/11/2026");
-    EXPECT_EQ(module->session.connection, trace);
+    const auto& s = module->session;
+    EXPECT_EQ(std::to_string(s.userId) + "|" + std::to_string(s.companyId) + "|" +
+                  std::to_string(s.interfaceId) + "|" + s.msgTitle + "|" + s.processDate,
+              "3|1|60|Linking|01/11/2026");
+    EXPECT_EQ(s.connection, trace);
 
     // Closing unloads the browser; a wrong key later leaves the session as it was.
     ui::Form* first = toolkit.topForm();
     first->userClose();
     EXPECT_FALSE(module->isLoaded("FrmMaster"));
-    setSession(component, "wrong");
     component.intUserID = 99;
-    component.Show();
-    EXPECT_EQ(module->session.userId, 3);
+    show("wrong");
+    EXPECT_EQ(s.userId, 3);
 
     // The next Show loads a fresh browser while the old object is still there.
-    setSession(component, entry::kProjectKey);
-    component.Show();
+    show(entry::kProjectKey);
     EXPECT_NE(toolkit.topForm(), first);
     EXPECT_EQ(module->loadedForm("frmmaster"), toolkit.topForm());
     module->collect();

@@ -1,10 +1,8 @@
 #pragma once
-// The linking screen's tests: a department of their own ("Test Lab", paid in dirhams) with
+// The linking screen's tests: a department of their own ("Test Lab", 9, paid in dirhams) with
 // runs and payments whose amounts the tests know, and helpers that drive the screen as a user.
-#include <algorithm>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
@@ -14,49 +12,51 @@
 namespace linkingtest {
 
 using common::DateTime;
+using common::NumberText;
 using linking::frmPayrollAccountsLinking;
-
-inline constexpr int kDept = 9;  // "Test Lab"
 
 class LinkingTest : public testsupport::ModuleTest {
 protected:
     void SetUp() override {
         ModuleTest::SetUp();
         raw->execute(
-            "insert into " + mapped("pDepartment") +
-            " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (1, 9, 'Test Lab', 1)");
-        // 901-905 paid in dirhams, 906 in dollars.
-        for (int e = 901; e <= 906; ++e)
+            "insert into pDepartmentMaster (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values "
+            "(1, 9, "
+            "'Test Lab', 1)");
+        for (int e = 901; e <= 906; ++e) {  // 906 is paid in dollars
+            const std::string n = std::to_string(e);
             raw->execute(
                 "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
                 "values (1, " +
-                std::to_string(e) + ", 'T" + std::to_string(e) + "', 'Tester " + std::to_string(e) +
-                "', 9, " + (e == 906 ? "2" : "1") + ")");
+                n + ", 'T" + n + "', 'Tester " + n + "', 9, " + (e == 906 ? "2)" : "1)"));
+        }
     }
 
-    // A processed payroll of the test department on the 28th of November 2026.
+    // A processed payroll of the test department, by default on the 28th of November 2026.
     void addRun(int id, int emp, double basic, double allowances, double deductions,
                 const std::string& isoDate = "2026-11-28") {
+        const std::string n = std::to_string(id);
         raw->execute(
             "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
-            "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
-            "mppNetPay, mppPosted) values (1, " +
-            std::to_string(id) + ", 'PRT/" + std::to_string(id) + "', '" + isoDate + "', 9, " +
-            std::to_string(emp) + ", " + common::NumberText(basic) + ", " + common::NumberText(allowances) +
-            ", " + common::NumberText(deductions) + ", " +
-            common::NumberText(basic + allowances - deductions) + ", 0)");
+            "mppProcessedDate, "
+            "mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, mppNetPay, mppPosted) values "
+            "(1, " +
+            n + ", 'PRT/" + n + "', '" + isoDate + "', 9, " + std::to_string(emp) + ", " + NumberText(basic) +
+            ", " + NumberText(allowances) + ", " + NumberText(deductions) + ", " +
+            NumberText(basic + allowances - deductions) + ", 0)");
     }
     // A payment of the test department with one line.
     void addPayment(int id, const std::string& type, int emp, double amount, const std::string& isoDate,
                     int currency = 1) {
+        const std::string n = std::to_string(id);
         raw->execute(
             "insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
             "phEmployeeID, phcurrencyid, phType, phPosted) values (1, " +
-            std::to_string(id) + ", 'PAY/" + std::to_string(id) + "', '" + isoDate + "', 9, " +
-            std::to_string(emp) + ", " + std::to_string(currency) + ", '" + type + "', 0)");
+            n + ", 'PAY/" + n + "', '" + isoDate + "', 9, " + std::to_string(emp) + ", " +
+            std::to_string(currency) + ", '" + type + "', 0)");
         raw->execute(
-            "insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values (1, " +
-            std::to_string(id) + ", 1, " + common::NumberText(amount) + ")");
+            "insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values (1, " + n +
+            ", 1, " + NumberText(amount) + ")");
     }
 
     browser::FrmMaster& browser() { return module->FrmMaster(); }
@@ -68,15 +68,13 @@ protected:
     }
     // Edit the entry of the browser row with that TransID, as from the Edit button.
     frmPayrollAccountsLinking& openEdit(int transId) {
-        auto& g = browser().flexMaster;
-        for (int r = 1; r < g.rows(); ++r) {
-            if (g.textMatrix(r, 0) == std::to_string(transId)) {
-                g.userSelectCell(r, 0);
-                browser().CmdEdit.userClick();
-                return shown();
-            }
+        const int row = browserRow(transId);
+        if (row < 0) {
+            ADD_FAILURE() << "entry " << transId << " not in the browser";
+            return shown();
         }
-        ADD_FAILURE() << "entry " << transId << " not in the browser";
+        browser().flexMaster.userSelectCell(row, 0);
+        browser().CmdEdit.userClick();
         return shown();
     }
     // The linking screen if it is open. An entry that failed to load leaves none, and asking
@@ -96,7 +94,33 @@ protected:
         ASSERT_TRUE(f.cboDepartment.userSelectText(department));
         f.cmdShow.userClick();
     }
+    // Three runs on 28/11/2026, two in dirhams and one in dollars, gathered on a new entry.
+    frmPayrollAccountsLinking& threeRuns() {
+        addRun(9001, 901, 1000, 200, 100);
+        addRun(9002, 902, 2000, 300, 250);
+        addRun(9003, 906, 500, 50, 20);
+        auto& f = openNew();
+        gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+        return f;
+    }
 
+    // A posting line as the screen holds one (the company amount a quarter of the Dept amount);
+    // the first line added is selected.
+    static void addLine(frmPayrollAccountsLinking& f, const std::string& account, int id, double debit,
+                        double credit, const std::string& editable, const std::string& description = "") {
+        using common::Format2;
+        auto& l = f.lvwPostingDetails;
+        const int r = l.add(std::to_string(l.count() + 1));
+        const std::string dept = Format2(debit - credit), comp = Format2((debit - credit) / 4),
+                          n = std::to_string(id), d = Format2(debit), c = Format2(credit);
+        namespace pst = linking::pst;
+        const int cols[] = {pst::DebitAccount, pst::Description, pst::DebitAccountID, pst::DebitAmount,
+                            pst::CreditAmount, pst::TotalAmount, pst::TransAmt,       pst::CompAmount,
+                            pst::DeptAmount,   pst::Editable};
+        const std::string texts[] = {account, description, n, d, c, dept, dept, comp, dept, editable};
+        for (size_t i = 0; i < std::size(cols); ++i) l.setCell(r, cols[i], texts[i]);
+        if (l.selectedIndex() == 0) l.setSelectedIndex(r);
+    }
     // The posting line of an account in a transaction currency, 0 when none.
     static int lineOf(const frmPayrollAccountsLinking& f, const std::string& account,
                       const std::string& currency) {
@@ -115,11 +139,7 @@ protected:
     // Everything the user sees in the three lists, ticks included.
     static std::string dump(const ui::ListView& l) {
         std::string s;
-        for (int r = 1; r <= l.count(); ++r) {
-            s += l.checked(r) ? "[x]" : "[ ]";
-            for (int c = 0; c < l.columnCount(); ++c) s += "|" + l.cell(r, c);
-            s += "\n";
-        }
+        for (int r = 1; r <= l.count(); ++r) s += (l.checked(r) ? "[x]|" : "[ ]|") + rowCells(l, r) + "\n";
         return s;
     }
     int count(const std::string& sql) { return scalar(sql).toInt32(); }

@@ -1,12 +1,7 @@
 // The posting list's popup menu, double-click and keys.
-#include <fstream>
-#include <sstream>
-
 #include "common/Error.h"
-#include "entry/qorPayrollAccounts.h"
 #include "journal/frmJournalDetails.h"
 #include "linking_fixture.h"
-#include "script/ScriptRunner.h"
 
 namespace {
 
@@ -14,20 +9,6 @@ namespace pst = linking::pst;
 
 class PostingMenuTest : public linkingtest::LinkingTest {
 protected:
-    // Lines of demo accounts in dirhams, with their Dept amounts and Editable flags.
-    void addLines(linking::frmPayrollAccountsLinking& f,
-                  const std::vector<std::pair<std::string, double>>& lines, const std::string& editable) {
-        module->DepartmentCurrencyID = module->CompanyCurrencyID = 1;
-        for (const auto& [account, dept] : lines) {
-            const int r = f.lvwPostingDetails.add(std::to_string(f.lvwPostingDetails.count() + 1));
-            f.lvwPostingDetails.setCell(r, pst::DebitAccount, account);
-            f.lvwPostingDetails.setCell(r, pst::DebitAmount, common::Format2(dept > 0 ? dept : 0));
-            f.lvwPostingDetails.setCell(r, pst::CreditAmount, common::Format2(dept < 0 ? -dept : 0));
-            f.lvwPostingDetails.setCell(r, pst::CompAmount, common::Format2(dept));
-            f.lvwPostingDetails.setCell(r, pst::DeptAmount, common::Format2(dept));
-            f.lvwPostingDetails.setCell(r, pst::Editable, editable.substr(r - 1, 1));
-        }
-    }
     std::string popupItems(linking::frmPayrollAccountsLinking& f, int row) {
         if (row > 0) f.lvwPostingDetails.userSelectRow(row);
         toolkit.openMenu = nullptr;
@@ -46,9 +27,10 @@ TEST_F(PostingMenuTest, MenuFollowsTheSelectedLineAndOpensTheEditor) {
     f.lvwPostingDetails.userKeyDown(ui::vbKeyReturn);
     EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
 
-    addLines(f,
-             {{"Cash in Hand", 100}, {"Salary Advances to Staff", -60}, {"Emirates Bank Current Account", 0}},
-             "NY ");
+    module->DepartmentCurrencyID = module->CompanyCurrencyID = 1;
+    addLine(f, "Cash in Hand", 3001, 100, 0, "N");
+    addLine(f, "Salary Advances to Staff", 2001, 0, 60, "Y");
+    addLine(f, "Emirates Bank Current Account", 3002, 0, 0, " ");
     EXPECT_EQ(popupItems(f, 1), "AE--C");
     EXPECT_EQ(popupItems(f, 2), "AED-C");
     EXPECT_EQ(popupItems(f, 3), "AED-C");
@@ -70,8 +52,10 @@ TEST_F(PostingMenuTest, MenuFollowsTheSelectedLineAndOpensTheEditor) {
 
 TEST_F(PostingMenuTest, DeletingAnAddedLineRenumbersAndRebalances) {
     auto& f = openNew();
-    addLines(f, {{"Cash in Hand", 100}, {"Salary Advances to Staff", 25.5}, {"Other Staff Payments", -100}},
-             "YYY");
+    module->DepartmentCurrencyID = module->CompanyCurrencyID = 1;
+    addLine(f, "Cash in Hand", 3001, 100, 0, "Y");
+    addLine(f, "Salary Advances to Staff", 2001, 25.5, 0, "Y");
+    addLine(f, "Other Staff Payments", 2006, 0, 100, "Y");
     f.txtTotDepAmount.setText("25.50");
     toolkit.answers = {ui::vbNo, ui::vbYes};
     popupItems(f, 2);
