@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,6 @@ bool exists(Connection& c, const std::string& table, const std::string& where) {
 class BulkInsert {
 public:
     BulkInsert(Connection& c, std::string head) : c_(c), head_(std::move(head)) {}
-    ~BulkInsert() = default;
     void add(const std::string& tuple) {
         buf_ += rows_ ? ",(" : "(";
         buf_ += tuple;
@@ -86,25 +86,14 @@ struct Tables {
 // made for.
 void ensureLinkTable(Connection& c) {
     if (scalarInt(c, "select count(*) from linktable") > 0) return;
-    static const std::array<std::array<const char*, 2>, 15> rows{{
-        {"pusers", "pusers"},
-        {"ptables", "ptables"},
-        {"ptablecolumns", "ptablecolumns"},
-        {"puserrights", "puserrights"},
-        {"pEmployee", "pemployee"},
-        {"pLoans", "pLoansIssue"},
-        {"pprefix", "pprefix"},
-        {"pCurrencyMaster", "pCurrencyMaster"},
-        {"pSettings", "psettings"},
-        {"aAccountMaster", "aAccountMaster"},
-        {"paPayAccLinkPostingDetails", "paPayAccLinkPostingDetails"},
-        {"paPayAccLinkDetails", "paPayAccLinkDetails"},
-        {"paPayAccLinkHeader", "paPayAccLinkHeader"},
-        {"pDepartment", "pDepartmentMaster"},
-        {"pCompanyMaster", "pCompanyMaster"},
-    }};
+    std::istringstream pairs(  // logical name, then physical name
+        "pusers pusers ptables ptables ptablecolumns ptablecolumns puserrights puserrights pEmployee "
+        "pemployee pLoans pLoansIssue pprefix pprefix pCurrencyMaster pCurrencyMaster pSettings psettings "
+        "aAccountMaster aAccountMaster paPayAccLinkPostingDetails paPayAccLinkPostingDetails "
+        "paPayAccLinkDetails paPayAccLinkDetails paPayAccLinkHeader paPayAccLinkHeader pDepartment "
+        "pDepartmentMaster pCompanyMaster pCompanyMaster");
     BulkInsert ins(c, "insert into linktable (tablename, linktablename)");
-    for (const auto& r : rows) ins.add(quote(r[0]) + "," + quote(r[1]));
+    for (std::string logical, name; pairs >> logical >> name;) ins.add(quote(logical) + "," + quote(name));
     ins.flush();
 }
 
@@ -155,27 +144,22 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
 
     if (!exists(c, "paSalaryAccountsConfig",
                 "sacCompanyID = " + company + " and sacCurrencyID = " + num(payCurrency))) {
-        struct Component {
-            const char* code;
-            const char* account;
-            int credit;
-        };
-        static const Component components[] = {{"B", "Basic Salaries", 0},
-                                               {"A", "Allowances", 0},
-                                               {"D", "Salary Deductions Payable", 1},
-                                               {"N", "Net Salaries Payable", 1}};
+        // Component code, account, credit: debits first.
+        static const std::array<std::array<const char*, 3>, 4> components{
+            {{"B", "Basic Salaries", "0"},
+             {"A", "Allowances", "0"},
+             {"D", "Salary Deductions Payable", "1"},
+             {"N", "Net Salaries Payable", "1"}}};
         int64_t id = nextAccountId(c, k);
-        for (const auto& comp : components) {
+        for (const auto& [code, account, credit] : components) {
             c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
                       company + "," + num(id) + "," +
-                      quote(std::string(comp.account) + " - CU" + num(payCurrency)) + "," + num(payCurrency) +
+                      quote(std::string(account) + " - CU" + num(payCurrency)) + "," + num(payCurrency) +
                       ")");
             c.execute(
                 "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
                 "sacSalaryaccID, sacCredit) values (" +
-                company + "," + num(payCurrency) + "," + quote(comp.code) + "," + num(id) + "," +
-                num(comp.credit) + ")");
-            ++id;
+                company + "," + num(payCurrency) + "," + quote(code) + "," + num(id++) + "," + credit + ")");
         }
     }
 
