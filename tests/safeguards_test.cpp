@@ -39,20 +39,12 @@ protected:
         LinkingTest::SetUp();
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
-    void show(frmPayrollAccountsLinking& f, const std::string& type,
-              const std::string& department = "Test Lab") {
+    void show(frmPayrollAccountsLinking& f, const std::string& type) {
         ASSERT_TRUE(f.cboType.userSelectText(type));
-        ASSERT_TRUE(f.cboDepartment.userSelectText(department));
+        ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
         f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
         f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
         f.cmdShow.userClick();
-    }
-    // The live entries that link each source, one line per source.
-    std::string livePerSource() {
-        return rows(
-            "select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader h "
-            "where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 and "
-            "d.RefTransID>9000 group by d.RefTransID order by 1");
     }
 };
 
@@ -119,7 +111,12 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
         EXPECT_EQ(second.toolkit.lastMessage()->text, "Save Changes?");
         EXPECT_FALSE(second.linkingOpen());
     }
-    EXPECT_EQ(livePerSource(), "9101|1|\n9102|1|\n9501|1|\n");
+    // Each source is linked by one live entry.
+    EXPECT_EQ(
+        rows("select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader "
+             "h where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 "
+             "and d.RefTransID>9000 group by d.RefTransID order by 1"),
+        "9101|1|\n9102|1|\n9501|1|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
 }
 

@@ -116,16 +116,12 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
         reopen();
         module->session.userId = user;
         browser::FrmMaster& master = module->FrmMaster();
-        int row = 1;
-        while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/4") ++row;
-        ASSERT_LT(row, master.flexMaster.rows());
-        master.flexMaster.userSelectCell(row, 1);
+        ASSERT_EQ(master.flexMaster.textMatrix(browserRow(4), 1), "PAL/4");
+        master.flexMaster.userSelectCell(browserRow(4), 1);
         master.cmdPrint.userClick();
         EXPECT_EQ(report::HasPrintRight(session(), 60), user == 1);
         if (user == 1) {
-            ASSERT_EQ(toolkit.previewedVouchers.size(), 1u);
-            EXPECT_EQ(toolkit.previewedVouchers[0].entryNo, "PAL/4");
-            EXPECT_EQ(toolkit.previewedVouchers[0].lines.size(), 2u);
+            EXPECT_EQ(toolkit.previewedVouchers.size(), 1u);
             EXPECT_EQ(toolkit.transcript.back(), "PRINT PREVIEW PAL/4: 2 lines");
         } else {
             EXPECT_FALSE(master.cmdPrint.enabled());
