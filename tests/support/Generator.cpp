@@ -163,23 +163,20 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
         }
     }
 
-    static const std::array<std::array<const char*, 2>, 7> settings{{{"A", "Salary Advances"},
-                                                                     {"R", "Reimbursements"},
-                                                                     {"S", "Savings"},
-                                                                     {"E", "Leave Encashments"},
-                                                                     {"H", "Holded Salaries"},
-                                                                     {"O", "Others"},
-                                                                     {"CASH", "Cash"}}};
-    for (const auto& s : settings) {
-        if (exists(c, "paPayAccLinkSettings", "CompanyID = " + company + " and SettingCode = " + quote(s[0])))
+    static const char* const settings[] = {
+        "A", "Salary Advances", "R", "Reimbursements", "S",    "Savings", "E", "Leave Encashments",
+        "H", "Holded Salaries", "O", "Others",         "CASH", "Cash"};  // code, then name
+    for (size_t i = 0; i < std::size(settings); i += 2) {
+        const std::string code = settings[i], name = settings[i + 1];
+        if (exists(c, "paPayAccLinkSettings", "CompanyID = " + company + " and SettingCode = " + quote(code)))
             continue;
         int64_t id = nextAccountId(c, k);
         c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
-                  company + "," + num(id) + "," + quote(s[1]) + "," + num(companyCurrency) + ")");
+                  company + "," + num(id) + "," + quote(name) + "," + num(companyCurrency) + ")");
         c.execute(
             "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
             "values (" +
-            company + "," + quote(s[0]) + "," + quote(s[1]) + "," + num(id) + ")");
+            company + "," + quote(code) + "," + quote(name) + "," + num(id) + ")");
     }
 
     if (!exists(c, "psettings", "companyid = " + company))
@@ -206,15 +203,10 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
 
 // The 28th of the month `back` months before October 2026, as ISO text, and its "yyyymm".
 std::pair<std::string, std::string> processingMonth(int back) {
-    int month = 10 - back % 12;
-    int year = 2026 - back / 12;
-    if (month < 1) {
-        month += 12;
-        --year;
-    }
+    const int months = 2026 * 12 + 9 - back;  // counted from January of year 0
     char iso[32], tag[32];
-    std::snprintf(iso, sizeof iso, "%04d-%02d-28", year, month);
-    std::snprintf(tag, sizeof tag, "%04d%02d", year, month);
+    std::snprintf(iso, sizeof iso, "%04d-%02d-28", months / 12, months % 12 + 1);
+    std::snprintf(tag, sizeof tag, "%04d%02d", months / 12, months % 12 + 1);
     return {iso, tag};
 }
 
