@@ -154,9 +154,11 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     again.lvwTransactions.userToggle(1);
     again.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string before =
-        rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-        rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+    const auto state = [&] {
+        return rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
+               rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+    };
+    const std::string before = state();
 
     editing.cmdOk.userClick();
     EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToEdit);
@@ -170,9 +172,7 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     stale.module.frmcancell().cmdok.userClick();
     EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToCancel);
     EXPECT_FALSE(stale.module.isLoaded("frmcancell"));
-    EXPECT_EQ(rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-                  rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101"),
-              before);
+    EXPECT_EQ(state(), before);
     EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
     EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
 

@@ -228,16 +228,6 @@ protected:
         auto& l = f.lvwTransactions;
         for (size_t k = pick(4); k > 0; --k) l.userToggle(1 + static_cast<int>(pick(l.count())));
         if (chance(40)) f.txtRemarks.userPaste(text());
-        if (chance(25) && f.lvwPostingDetails.count() > 0) {
-            f.lvwPostingDetails.userSelectRow(1 + static_cast<int>(pick(f.lvwPostingDetails.count())));
-            f.lvwPostingDetails.userDblClick();
-            if (m->isLoaded("frmJournalDetails")) {
-                auto& ed = m->frmJournalDetails();
-                ed.txtDescription.userPaste(text() + " (edited)");
-                ed.cmdOK.userClick();
-                ed.cmdCancel.userClick();
-            }
-        }
         if (chance(50)) balanceByHand(f);
         save(f, transId);
     }
