@@ -48,34 +48,14 @@ protected:
     }
 };
 
-TEST_F(SafeguardTest, PaymentEntriesFlagTheirPaymentsAndReleaseThemWhenUnticked) {
-    addPayment(9501, "A", 901, 200, "2026-11-05");
-    addPayment(9502, "A", 902, 300, "2026-11-06");
-    auto& f = openNew();
-    show(f, "Salary Advances");
-    ASSERT_EQ(f.lvwTransactionDetails.count(), 4);  // a debit and a cash credit each
-    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string flags =
-        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
-    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
-
-    // Edited: the second payment unticked, so it is free again.
-    auto& e = openEdit(6);
-    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
-    e.lvwTransactions.userToggle(2);
-    e.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(rows(flags), "9501|1|\n9502|0|\n");
-}
-
 // Two users Show the same selection and press Ok one after the other: the second is stopped
-// and keeps the screen, and each source stays linked by the first entry only.
-TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
+// and keeps the screen, and each source stays linked by the first entry only. Payments are
+// flagged by the entry that links them, and released when an edit unticks them.
+TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSaveAndPaymentsAreFlagged) {
     addRun(9101, 901, 1000, 100, 50);
     addRun(9102, 902, 1200, 100, 50);
     addPayment(9501, "A", 901, 200, "2026-11-05");
+    addPayment(9502, "A", 902, 300, "2026-11-06");
     OtherCopy second(*module, dbPath);
     for (const std::string type : {"Payroll", "Salary Advances"}) {
         SCOPED_TRACE(type);
@@ -116,8 +96,17 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
         rows("select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader "
              "h where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 "
              "and d.RefTransID>9000 group by d.RefTransID order by 1"),
-        "9101|1|\n9102|1|\n9501|1|\n");
+        "9101|1|\n9102|1|\n9501|1|\n9502|1|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
+    const std::string flags =
+        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
+    auto& e = openEdit(7);
+    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
+    e.lvwTransactions.userToggle(2);
+    e.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|0|\n");
 }
 
 // A browser (and an edit) opened before another user cancelled the entry and linked its runs

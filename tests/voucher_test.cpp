@@ -186,39 +186,30 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
 
 TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     const std::string tricky = "Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
-    raw->execute(
-        "update paPayAccLinkPostingDetails set Description='" + std::string("Wages, \"extra\" ") +
-        "\xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August' where CompanyID=1 and TransID=1 and DetailID=2");
+    raw->execute("update paPayAccLinkPostingDetails set Description='" + tricky +
+                 "' where CompanyID=1 and TransID=1 and DetailID=2");
     Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled");
     ASSERT_EQ(r.status, 0) << r.err;
     const auto records = readCsv(slurp(tmp.file("lines.csv")));
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records[0][0], "Entry No");
-    EXPECT_EQ(records[0].size(), 14u);
-
-    auto rs = raw->open(
-        "select h.TransNo, h.Cancelled, p.DetailID, p.AccountID, p.Description, p.DebitAmount, "
-        "p.CreditAmount, "
-        "p.CompAmount from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID "
-        "and "
-        "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and '2026-08-31' "
-        "order by h.TransDate, h.TransID, p.DetailID");
-    size_t row = 1, cancelledRows = 0;
-    for (; !rs->eof(); rs->moveNext(), ++row) {
-        ASSERT_LT(row, records.size());
+    // Each posting line of the range once, in order, its amounts as the ledger takes them.
+    std::string exported;
+    size_t cancelledRows = 0;
+    for (size_t row = 1; row < records.size(); ++row) {
         const auto& f = records[row];
         ASSERT_EQ(f.size(), 14u) << row;
-        EXPECT_EQ(f[0], rs->field(0).toText());
-        EXPECT_EQ(f[4], rs->field(2).toText());
-        EXPECT_EQ(f[5], rs->field(3).toText());
-        EXPECT_EQ(f[7], rs->field(4).joinText());
-        EXPECT_EQ(f[9], common::Format2(rs->field(5).toDouble()));
-        EXPECT_EQ(f[10], common::Format2(rs->field(6).toDouble()));
-        EXPECT_EQ(f[12], common::Format2(rs->field(7).toDouble()));
-        EXPECT_EQ(f[13], rs->field(1).toInt32() == 1 ? "Cancelled" : f[13]);
+        for (size_t c : {0, 4, 5, 7, 9, 10, 12}) exported += f[c] + "|";
+        exported += f[13] == "Cancelled" ? "1|\n" : "0|\n";
         cancelledRows += f[13] == "Cancelled";
     }
-    EXPECT_EQ(row, records.size());
+    EXPECT_EQ(exported,
+              rows("select h.TransNo, p.DetailID, p.AccountID, p.Description, printf('%.2f', p.DebitAmount), "
+                   "printf('%.2f', p.CreditAmount), printf('%.2f', p.CompAmount), h.Cancelled from "
+                   "paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID and "
+                   "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and "
+                   "'2026-08-31' order by h.TransDate, h.TransID, p.DetailID"));
+    EXPECT_EQ(records[0].size(), 14u);
     EXPECT_EQ(cancelledRows, 4u);
     EXPECT_EQ(records[2][7], tricky);
     EXPECT_EQ(records[2][1], "31/08/2026");
