@@ -227,8 +227,6 @@ void generate(Connection& c, const GeneratorOptions& o) {
                                   "Haddad",      "Thomas", "Nair",   "Rahman",    "Menon",
                                   "Siddiqui",    "Joseph", "Kapoor", "Iyer",      "Mathew",
                                   "Qureshi",     "Reddy",  "Saleh",  "George",    "Patel"};
-    const int nFirst = static_cast<int>(std::size(firsts));
-    const int nLast = static_cast<int>(std::size(lasts));
 
     // Employees.
     const int64_t firstEmp =
@@ -242,7 +240,8 @@ void generate(Connection& c, const GeneratorOptions& o) {
         for (int i = 0; i < o.employees; ++i) {
             int64_t id = firstEmp + i;
             std::snprintf(empNo, sizeof empNo, "G%06lld", static_cast<long long>(id));
-            std::string name = std::string(firsts[pick(nFirst)]) + " " + lasts[pick(nLast)];
+            std::string name =
+                std::string(firsts[pick(std::size(firsts))]) + " " + lasts[pick(std::size(lasts))];
             basic[static_cast<size_t>(i)] = 2000.0 + 250.0 * pick(49);
             ins.add(company + "," + num(id) + "," + quote(empNo) + "," + quote(name) + "," +
                     num(o.departmentId) + "," + num(payCurrency));
