@@ -54,27 +54,19 @@ bool exists(Connection& c, const std::string& table, const std::string& where) {
 
 // Multi-row inserts of a few hundred rows each: far fewer statements than rows, and each
 // statement stays small enough to adapt and parse quickly.
-class BulkInsert {
-public:
-    BulkInsert(Connection& c, std::string head) : c_(c), head_(std::move(head)) {}
+struct BulkInsert {
+    Connection& c;
+    std::string head, buf{};
+    int rows = 0;
     void add(const std::string& tuple) {
-        buf_ += rows_ ? ",(" : "(";
-        buf_ += tuple;
-        buf_ += ')';
-        if (++rows_ == 400) flush();
+        buf += (rows ? ",(" : "(") + tuple + ')';
+        if (++rows == 400) flush();
     }
     void flush() {
-        if (rows_ == 0) return;
-        c_.execute(head_ + " values " + buf_);
-        buf_.clear();
-        rows_ = 0;
+        if (rows > 0) c.execute(head + " values " + buf);
+        buf.clear();
+        rows = 0;
     }
-
-private:
-    Connection& c_;
-    std::string head_;
-    std::string buf_;
-    int rows_ = 0;
 };
 
 struct Tables {
@@ -92,7 +84,7 @@ void ensureLinkTable(Connection& c) {
         "aAccountMaster aAccountMaster paPayAccLinkPostingDetails paPayAccLinkPostingDetails "
         "paPayAccLinkDetails paPayAccLinkDetails paPayAccLinkHeader paPayAccLinkHeader pDepartment "
         "pDepartmentMaster pCompanyMaster pCompanyMaster");
-    BulkInsert ins(c, "insert into linktable (tablename, linktablename)");
+    BulkInsert ins{c, "insert into linktable (tablename, linktablename)"};
     for (std::string logical, name; pairs >> logical >> name;) ins.add(quote(logical) + "," + quote(name));
     ins.flush();
 }
@@ -233,9 +225,9 @@ void generate(Connection& c, const GeneratorOptions& o) {
         scalarInt(c, "select max(eEmployeeID) from pemployee where eCompanyID = " + company) + 1;
     std::vector<double> basic(static_cast<size_t>(o.employees));
     {
-        BulkInsert ins(c,
+        BulkInsert ins{c,
                        "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
-                       "eDepartmentID, ecurrencyid)");
+                       "eDepartmentID, ecurrencyid)"};
         char empNo[24];
         for (int i = 0; i < o.employees; ++i) {
             int64_t id = firstEmp + i;
@@ -258,10 +250,10 @@ void generate(Connection& c, const GeneratorOptions& o) {
     const int64_t runs = static_cast<int64_t>(o.employees) * o.months;
     std::vector<std::string> runDates;
     {
-        BulkInsert ins(c,
+        BulkInsert ins{c,
                        "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
                        "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
-                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)");
+                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)"};
         for (int j = 0; j < o.months; ++j) {
             auto [date, tag] = processingMonth(o.months - 1 - j);
             runDates.push_back(date);
@@ -307,9 +299,9 @@ void generate(Connection& c, const GeneratorOptions& o) {
         }
     }
     {
-        BulkInsert ins(c, "insert into " + t.header +
+        BulkInsert ins{c, "insert into " + t.header +
                               " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                              "Remarks, Cancelled, cancelremarks, Posted)");
+                              "Remarks, Cancelled, cancelremarks, Posted)"};
         for (int64_t k = 0; k < o.savedEntries; ++k) {
             int64_t run = k % runs;
             const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
