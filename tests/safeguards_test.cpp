@@ -1,9 +1,7 @@
 // Where the component departs from the classic behaviour to keep data whole: two copies on one
 // database never post a source twice or share an entry's keys, a stale screen undoes nothing, a
 // failed save loses no typed work, and an entry balanced by hand re-opens as it was saved.
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -210,31 +208,27 @@ TEST_F(SafeguardTest, ParallelSavesAllSucceedWithDistinctNumbers) {
     raw->execute("update pMonthlyPayRollProcessing set mppDepartmentID=10, mppEmpID=911 where mppProcessID>" +
                  std::to_string(9100 + kEach));
 
-    auto run = [&](std::string department, int* status) {
-        std::string path = tmp.file(department + ".script"), text;
+    // Each program in a folder of its own, for its script, output and log.
+    auto run = [&](const std::string& department, testsupport::ProgramResult* result) {
+        const std::string dir = tmp.file(department);
+        std::filesystem::create_directory(dir);
+        std::string text;
         for (int i = 0; i < kEach; ++i)
             text += "click cmdnew\nselect cboType Payroll\nselect cboDepartment " + department +
                     "\nset dtpFromDate 01/11/2026\nset dtpToDate 30/11/2026\nclick cmdShow\n"
                     "tick lvwTransactions 1\nclick cmdOk\n";
-        std::ofstream(path) << text;
-        const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() +
-                                "' timeout 300 '" PAYACC_BINARY_DIR "/app/payacclink' script '" + path +
-                                "' --db '" + dbPath + "' --date 15/10/2026 --user 1 --company 1 >'" + path +
-                                ".out' 2>&1";
-        const int raw = std::system(cmd.c_str());
-        *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        std::ofstream(dir + "/saves.script") << text;
+        *result = testsupport::runProgram(dir, "script saves.script --db '" + dbPath + "' --date 15/10/2026");
     };
-    int statusA = -1, statusB = -1;
-    std::thread pa(run, "Test Lab", &statusA), pb(run, "Test Lab B", &statusB);
+    testsupport::ProgramResult a, b;
+    std::thread pa(run, "Test Lab", &a), pb(run, "Test Lab B", &b);
     pa.join();
     pb.join();
-    EXPECT_EQ(statusA, 0) << testsupport::slurp(tmp.file("Test Lab.script.out"));
-    EXPECT_EQ(statusB, 0) << testsupport::slurp(tmp.file("Test Lab B.script.out"));
-
-    EXPECT_EQ(count("select count(distinct TransID) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              2 * kEach);
-    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              2 * kEach);
+    EXPECT_EQ(a.status, 0) << a.out << a.err;
+    EXPECT_EQ(b.status, 0) << b.out << b.err;
+    EXPECT_EQ(rows("select count(distinct TransID), count(distinct TransNo) from paPayAccLinkHeader where "
+                   "CompanyID=1 and TransID>5"),
+              "100|100|\n");
     EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
               2 * kEach);
 }
