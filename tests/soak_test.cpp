@@ -1,8 +1,7 @@
-// A seeded random walk through the real screens of two copies of the component on one database
-// (new entries, both copies saving the same selection, edits, lines added by hand, cancellations
-// from browsers that may be out of date), checking after every step that each entry balances, a
-// run or payment is flagged posted exactly while one live entry links it, and no row is lost.
-// PAYACC_SOAK_OPS=N sets the length (1,000 and more on demand), PAYACC_SOAK_SEED=S repeats a run.
+// A seeded random walk through the screens of two copies on one database (new entries, races,
+// edits, lines by hand, cancellations from stale browsers), checking after every step that each
+// entry balances, a run or payment is flagged exactly while one live entry links it, and no row
+// is lost. PAYACC_SOAK_OPS=N sets the length, PAYACC_SOAK_SEED=S repeats a run.
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>

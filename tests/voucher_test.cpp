@@ -2,12 +2,9 @@
 // browser's Print, and the program's print and export commands read back from their files
 // (pdftotext for the PDF, an RFC 4180 reader for the CSV).
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
@@ -83,16 +80,14 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
               "Al Noor General Trading LLC|PAL/1|31/08/2026|Payroll|Administration|AED|Posted|System "
               "Administrator");
     ASSERT_EQ(v.lines.size(), 8u);
-    EXPECT_EQ(v.lines[6].accountId, 1013);
-    EXPECT_EQ(v.lines[6].currency, "USD");
-    EXPECT_EQ(report::Amount(v.lines[7].companyAmount), "-52,563.02");
     ASSERT_EQ(v.totals.size(), 2u);
-    EXPECT_EQ(report::Amount(v.totals[0].debit), "339,600.00");
-    EXPECT_EQ(report::Amount(v.totals[0].credit), "339,600.00");
+    EXPECT_EQ(std::to_string(v.lines[6].accountId) + " " + v.lines[6].currency + " " +
+                  report::Amount(v.lines[7].companyAmount) + " " + report::Amount(v.totals[0].debit) + " " +
+                  report::Amount(v.totals[0].credit) + " " + v.sources.from,
+              "1013 USD -52,563.02 339,600.00 339,600.00 28/08/2026");
     EXPECT_TRUE(report::Balanced(v));
     EXPECT_TRUE(v.sources.payroll);
     EXPECT_GT(v.sources.count, 0);
-    EXPECT_EQ(v.sources.from, "28/08/2026");
 
     const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
     EXPECT_EQ(cancelled.status(), "Cancelled");
@@ -224,9 +219,6 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
 
 TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
     std::ofstream(tmp.file("keep.csv")) << "old";
-    fs::create_directory(tmp.file("ro"));
-    fs::permissions(tmp.file("ro"), fs::perms::owner_read | fs::perms::owner_exec);
-    const bool rootBypasses = ::access(tmp.file("ro").c_str(), W_OK) == 0;
     expectRefused(run("print --entry PAL/99 --pdf x.pdf"), "no entry 'PAL/99'");
     expectRefused(run("print --entry PAL/1 --pdf missing/x.pdf"), "cannot write 'missing/x.pdf'");
     expectRefused(run("print --entry PAL/1 --pdf x.pdf --user 3"), "no Print right");
@@ -236,13 +228,10 @@ TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
     expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv"), "cannot write");
     expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4"), "no Print right");
     expectRefused(run("export --from 1/13/2026 --to 31/08/2026"), "--from needs a date");
-    if (!rootBypasses)
-        expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv ro/z.csv"), "cannot write");
     EXPECT_EQ(slurp(tmp.file("keep.csv")), "old");
     EXPECT_FALSE(fs::exists(tmp.file("x.pdf")));
     for (const auto& e : fs::directory_iterator(tmp.path()))
         EXPECT_EQ(e.path().filename().string().find(".keep.csv."), std::string::npos) << e.path();
-    fs::permissions(tmp.file("ro"), fs::perms::owner_all);
 }
 
 }  // namespace
