@@ -1,9 +1,8 @@
 // Journal vouchers and the ledger export: the voucher read from the link tables, the
 // browser's Print, and the program's print and export commands read back from their files
-// (pdftotext for the PDF, an RFC 4180 reader for the CSV).
+// (pdftotext for the PDF, an RFC 4180 reader for the CSV). Their refusals: the host tests.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "TestSupport.h"
@@ -13,7 +12,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Result = testsupport::ProgramResult;
 using testsupport::kProgram;
 using testsupport::slurp;
@@ -63,12 +61,6 @@ protected:
         const std::string txt = tmp.file("pdf.txt");
         EXPECT_EQ(std::system(("pdftotext -layout '" + file + "' '" + txt + "'").c_str()), 0);
         return slurp(txt);
-    }
-    void expectRefused(const Result& r, const std::string& what) {
-        EXPECT_EQ(r.status, 2) << r.out << r.err;
-        EXPECT_EQ(r.err.rfind("payacclink: ", 0), 0u) << r.err;
-        EXPECT_NE(r.err.find(what), std::string::npos) << r.err;
-        EXPECT_EQ(count(r.err, "\n"), 1u) << r.err;
     }
     data::TableNames tables;
 };
@@ -215,23 +207,6 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(readCsv(r.out).size(), records.size() - cancelledRows);
     EXPECT_EQ(count(r.out, "Cancelled"), 0u);
-}
-
-TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
-    std::ofstream(tmp.file("keep.csv")) << "old";
-    expectRefused(run("print --entry PAL/99 --pdf x.pdf"), "no entry 'PAL/99'");
-    expectRefused(run("print --entry PAL/1 --pdf missing/x.pdf"), "cannot write 'missing/x.pdf'");
-    expectRefused(run("print --entry PAL/1 --pdf x.pdf --user 3"), "no Print right");
-    expectRefused(run("export --from 01/09/2026 --to 01/08/2026 --csv keep.csv"), "the range is empty");
-    expectRefused(run("export --from 01/01/2020 --to 31/01/2020 --csv keep.csv"),
-                  "no open or posted entries");
-    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv"), "cannot write");
-    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4"), "no Print right");
-    expectRefused(run("export --from 1/13/2026 --to 31/08/2026"), "--from needs a date");
-    EXPECT_EQ(slurp(tmp.file("keep.csv")), "old");
-    EXPECT_FALSE(fs::exists(tmp.file("x.pdf")));
-    for (const auto& e : fs::directory_iterator(tmp.path()))
-        EXPECT_EQ(e.path().filename().string().find(".keep.csv."), std::string::npos) << e.path();
 }
 
 }  // namespace
