@@ -279,40 +279,34 @@ void generate(Connection& c, const GeneratorOptions& o) {
     // Entry headers, numbered on from the highest number the prefix has given so far.
     const int64_t firstTrans =
         scalarInt(c, "select max(TransID) from " + t.header + " where CompanyID = " + company) + 1;
-    std::string prefix;
-    {
-        auto rs = c.open("select Prefix from pprefix where companyid = " + company +
-                         " and InterfaceID = " + num(kInterfaceId));
-        if (!rs->eof()) prefix = rs->field(0).joinText();
-    }
+    auto rs = c.open("select Prefix from pprefix where companyid = " + company +
+                     " and InterfaceID = " + num(kInterfaceId));
+    const std::string prefix = rs->eof() ? std::string() : rs->field(0).joinText();
     int64_t lastNo = 0;
-    {
-        auto rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company);
-        for (; !rs->eof(); rs->moveNext()) {
-            std::string no = rs->field(0).joinText();
-            if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
-                no.compare(0, prefix.size(), prefix) != 0)
-                continue;
-            std::string rest = no.substr(prefix.size());
-            if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-                lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
-        }
+    for (rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company); !rs->eof();
+         rs->moveNext()) {
+        std::string no = rs->field(0).joinText();
+        if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
+            no.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        std::string rest = no.substr(prefix.size());
+        if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
+            lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
     }
-    {
-        BulkInsert ins{c, "insert into " + t.header +
-                              " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                              "Remarks, Cancelled, cancelremarks, Posted)"};
-        for (int64_t k = 0; k < o.savedEntries; ++k) {
-            int64_t run = k % runs;
-            const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
-            bool active = k < runs;
-            ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
-                    quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
-                    quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
-                    (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
-        }
-        ins.flush();
+    rs.reset();
+    BulkInsert ins{c, "insert into " + t.header +
+                          " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+                          "Remarks, Cancelled, cancelremarks, Posted)"};
+    for (int64_t k = 0; k < o.savedEntries; ++k) {
+        int64_t run = k % runs;
+        const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
+        bool active = k < runs;
+        ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
+                quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
+                quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
+                (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
     }
+    ins.flush();
 
     // Details, straight from the lines that gathering shows for each run; one statement per
     // pass over the runs.
