@@ -231,8 +231,7 @@ protected:
         const int transId = std::stoi(g.textMatrix(row, 0));
         g.userSelectCell(row, 0);
         if (!b.CmdDelete.enabled()) return;
-        const bool yes = chance(85);
-        tk->answers = {yes ? ui::vbYes : ui::vbNo};
+        tk->answers = {chance(85) ? ui::vbYes : ui::vbNo};
         b.CmdDelete.userClick();
         tk->answers.clear();
         if (!m->isLoaded("frmcancell")) return;  // answered No, or posted
