@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -28,9 +29,7 @@ struct ProgramResult {
 };
 inline std::string slurp(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 // Runs the program in `dir` with `args` (shell words) after `env` (env's options and settings;
 // the error log goes to `dir` unless it names PAYACC_LOG_DIR).
@@ -65,7 +64,7 @@ protected:
         module = std::move(session->module);
     }
 
-    // Runs a query on the raw connection and returns the first column of the first row.
+    // The first column of the first row, on the raw connection.
     common::Value scalar(const std::string& sql) {
         auto rs = raw->open(sql);
         return rs->eof() ? common::Value() : rs->field(0);

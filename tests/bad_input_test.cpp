@@ -1,48 +1,22 @@
-// Hostile input: quotes, semicolons, comment markers, non-ASCII letters and 4,000-character
-// texts reach the database exactly, typed or pasted, and never as part of a statement's text.
+// Hostile input: quotes, semicolons, comment markers, non-ASCII letters and texts as long as
+// a box takes reach the database exactly, typed or pasted, and never as part of a statement's text.
 #include "linking_fixture.h"
 
 namespace linkingtest {
 namespace {
 
-// As long as a free-text box takes (255), ASCII only so that characters are bytes; no
-// blank at either end, since texts are trimmed on their way in.
-std::string longText() {
-    const std::string unit = "O'Neil said \"stop\"; -- then /* nothing */ ";
-    std::string s;
-    while (s.size() < 255) s += unit;
-    s.resize(255);
-    s.back() = 'Z';
-    return s;
-}
-
-// What every free text is tried with.
-std::vector<std::string> hostileTexts() {
-    return {"O'Brien's advance", "x', Remarks='changed', Cancelled=0 where 1=1 --",
-            "a; delete from paPayAccLinkHeader; -- \"not\" /* a comment */",
-            "Zürich – Ærøskøbing, 東京, Łódź", longText()};
-}
-
-class BadInputTest : public LinkingTest {
-protected:
-    void SetUp() override {
-        LinkingTest::SetUp();
-        raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
-    }
-
-    int newestEntry() { return count("select max(TransID) from paPayAccLinkHeader where CompanyID=1"); }
-
-    bool statementsContain(const std::string& text) const {
-        for (const auto& s : trace->statements())
-            if (s.find(text) != std::string::npos) return true;
-        return false;
-    }
-};
+class BadInputTest : public LinkingTest {};
 
 TEST_F(BadInputTest, RemarksReachTheHeaderExactlyAsTypedOrPasted) {
-    const auto texts = hostileTexts();
-    const std::string before =
-        rows("select CompanyID, TransID, Remarks, Cancelled from paPayAccLinkHeader order by 1, 2");
+    raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
+    // The long text fills a box (255), in ASCII so that characters are bytes, with no blank at
+    // either end, since texts are trimmed on their way in.
+    std::string longText;
+    while (longText.size() < 254) longText += "O'Neil said \"stop\"; -- then /* nothing */ ";
+    const std::vector<std::string> texts = {"O'Brien's advance",
+                                            "x', Remarks='changed', Cancelled=0 where 1=1 --",
+                                            "a; delete from paPayAccLinkHeader; -- \"not\" /* a comment */",
+                                            "Zürich – Ærøskøbing, 東京, Łódź", longText.substr(0, 254) + "Z"};
     for (size_t i = 0; i < texts.size(); ++i) {
         SCOPED_TRACE("text " + std::to_string(i) + (i % 2 ? ", typed" : ", pasted"));
         addRun(9100 + static_cast<int>(i), 901 + static_cast<int>(i % 5), 1000 + static_cast<double>(i), 100,
@@ -58,30 +32,14 @@ TEST_F(BadInputTest, RemarksReachTheHeaderExactlyAsTypedOrPasted) {
         trace->clear();
         f.cmdOk.userClick();
         ASSERT_FALSE(linkingOpen()) << lastMessage();
-        EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where CompanyID=1 and TransID=" +
-                         std::to_string(newestEntry()))
-                      .joinText(),
-                  texts[i]);
-        EXPECT_FALSE(statementsContain(texts[i])) << "the remarks went into a statement's text";
+        const std::string id = std::to_string(6 + i);
+        EXPECT_EQ(
+            rows("select TransID, Remarks from paPayAccLinkHeader where CompanyID=1 and TransID>=" + id),
+            id + "|" + texts[i] + "|\n")
+            << "one new entry, its remarks as given";
+        for (const auto& s : trace->statements())
+            EXPECT_EQ(s.find(texts[i]), std::string::npos) << "the remarks went into a statement's text";
     }
-    // Editing binds the remarks too.
-    const int last = newestEntry();
-    auto& f = openEdit(last);
-    f.txtRemarks.userPaste(texts[1]);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(
-        scalar("select Remarks from paPayAccLinkHeader where CompanyID=1 and TransID=" + std::to_string(last))
-            .joinText(),
-        texts[1]);
-    // Nothing else changed: the entries there were, and one new entry per text.
-    EXPECT_EQ(
-        rows("select CompanyID, TransID, Remarks, Cancelled from paPayAccLinkHeader where TransID<" +
-             std::to_string(last - static_cast<int>(texts.size()) + 1) + " or CompanyID<>1 order by 1, 2"),
-        before);
-    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1 and TransID>=" +
-                    std::to_string(last - static_cast<int>(texts.size()) + 1)),
-              static_cast<int>(texts.size()));
     EXPECT_TRUE(toolkit.errors.empty());
 }
 

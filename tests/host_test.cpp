@@ -1,15 +1,13 @@
 // The host program as a user runs it, from a folder of its own with no way back to the sources:
-// exit statuses, init (whole or nothing, bare, older builds, the demo), scripts and help.
+// exit statuses and refusals, init (whole or nothing, bare, older builds, the demo), scripts, help.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
-#include <ctime>
 #include <filesystem>
 #include <set>
 
 #include "TestSupport.h"
-#include "common/DateTime.h"
 #include "data/sqlite/SqliteConnection.h"
 
 namespace {
@@ -18,14 +16,11 @@ using testsupport::ProgramResult;
 
 class HostTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(std::filesystem::exists(testsupport::kProgram))
-            << testsupport::kProgram << " is not built";
-    }
     // The procedures and schema must come from the program itself.
     ProgramResult run(const std::string& args, const std::string& env = "") {
-        return testsupport::runProgram(tmp.path().string(), args,
-                                       "-u PAYACC_PROCEDURE_DIR -u PAYACC_DEMO_DATE " + env);
+        return testsupport::runProgram(
+            tmp.path().string(), args,
+            "-u PAYACC_PROCEDURE_DIR -u PAYACC_DEMO_DATE -u DISPLAY -u QT_QPA_PLATFORM " + env);
     }
     void write(const std::string& name, const std::string& text) {
         std::ofstream(tmp.file(name), std::ios::binary) << text;
@@ -37,11 +32,6 @@ protected:
     }
     long long count(const std::string& db, const std::string& sql) {
         return open(db)->open(sql)->field(0).toInt64();
-    }
-    std::set<std::string> files() const {
-        std::set<std::string> out;
-        for (const auto& e : std::filesystem::directory_iterator(tmp.path())) out.insert(e.path().filename());
-        return out;
     }
     testsupport::TempDir tmp;
 };
@@ -55,13 +45,16 @@ const char* const kFirstCompany =
     "insert into pusers (userid, username) values (1, 'admin');"
     "insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (1, 1, 60, 'NEDP');";
 
-TEST_F(HostTest, EachUnusableStartGivesOneLineAndStatusTwo) {
+TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     const ProgramResult killed = run("init new.db --demo", "PAYACC_TEST_KILL_INIT=before-rename");
     EXPECT_EQ(killed.status, 128 + SIGKILL) << killed.err;
-    EXPECT_EQ(files(), (std::set<std::string>{"err.txt", "out.txt"})) << "a killed init left a file behind";
+    std::set<std::string> files;
+    for (const auto& e : std::filesystem::directory_iterator(tmp.path())) files.insert(e.path().filename());
+    EXPECT_EQ(files, (std::set<std::string>{"err.txt", "out.txt"})) << "a killed init left a file behind";
 
-    ASSERT_EQ(run("init demo.db --demo").status, 0);
+    ASSERT_EQ(run("init demo.db --demo --as-of 28/10/2026").status, 0);
     write("close.txt", "close\n");
+    write("keep.csv", "old");
     write("empty.db", "");
     write("letter.db", "Dear reader, this is not a database.\n");
     open("bare.db")->execute("create table notes (x)");
@@ -88,6 +81,17 @@ TEST_F(HostTest, EachUnusableStartGivesOneLineAndStatusTwo) {
         {"script close.txt --db nosettings.db", "", "no settings row in psettings"},
         {"script close.txt --db demo.db --trace-sql close.txt/trace.txt", "", "cannot write the trace file"},
         {"script close.txt --db demo.db", "PAYACC_LOG_DIR=./missing", "cannot write the error log"},
+        // The reports: nothing is written where they refuse.
+        {"print --entry PAL/99 --pdf x.pdf --db demo.db", "", "no entry 'PAL/99'"},
+        {"print --entry PAL/1 --pdf missing/x.pdf --db demo.db", "", "cannot write 'missing/x.pdf'"},
+        {"print --entry PAL/1 --pdf x.pdf --user 3 --db demo.db", "", "no Print right"},
+        {"export --from 01/09/2026 --to 01/08/2026 --csv keep.csv --db demo.db", "", "the range is empty"},
+        {"export --from 01/01/2020 --to 31/01/2020 --csv keep.csv --db demo.db", "",
+         "no open or posted entries"},
+        {"export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv --db demo.db", "", "cannot write"},
+        {"export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4 --db demo.db", "",
+         "no Print right"},
+        {"export --from 1/13/2026 --to 31/08/2026 --db demo.db", "", "--from needs a date"},
     };
     for (const auto& c : cases) {
         const ProgramResult r = run(c.args, c.env);
@@ -96,7 +100,8 @@ TEST_F(HostTest, EachUnusableStartGivesOneLineAndStatusTwo) {
         EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << c.args << ": " << r.err;
         EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
     }
-    EXPECT_FALSE(std::filesystem::exists(tmp.file("new.db")));
+    EXPECT_FALSE(std::filesystem::exists(tmp.file("new.db")) || std::filesystem::exists(tmp.file("x.pdf")));
+    EXPECT_EQ(testsupport::slurp(tmp.file("keep.csv")), "old");
     EXPECT_EQ(std::filesystem::file_size(tmp.file("empty.db")), 0u) << "an empty file was made a database";
 
     // A script without a single expect line still fails when one of its commands does: here
@@ -164,13 +169,10 @@ TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
 }
 
 TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
-    std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    const auto today = common::DateTime::ymd(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
     ASSERT_EQ(run("init demo.db --demo").status, 0);
-    EXPECT_EQ(count("demo.db", "select count(*) from pMonthlyPayRollProcessing where mppProcessedDate > '" +
-                                   common::isoDate(today) + "'"),
+    EXPECT_EQ(count("demo.db",
+                    "select count(*) from pMonthlyPayRollProcessing where mppProcessedDate > "
+                    "date('now', 'localtime')"),
               0);
     // New, Payroll, a department and Show, on today's date as a first start has it.
     write("first.txt",
@@ -192,17 +194,13 @@ TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
 }
 
 TEST_F(HostTest, HelpPerModeAndVersion) {
-    ProgramResult version = run("--version");
-    EXPECT_EQ(version.status, 0);
+    const ProgramResult version = run("--version"), help = run("--help"), init = run("init --help");
+    EXPECT_EQ(std::vector<int>({version.status, help.status, init.status}), std::vector<int>(3, 0));
     EXPECT_EQ(version.out.rfind("payacclink ", 0), 0u) << version.out;
-    ProgramResult help = run("--help");
-    EXPECT_EQ(help.status, 0);
     for (const char* mode : {"gui", "script", "init"}) EXPECT_NE(help.out.find(mode), std::string::npos);
     EXPECT_NE(help.out.find(tmp.path().string() + "/QORPayAccLinkingError.log"), std::string::npos)
         << "says where the error log goes\n"
         << help.out;
-    ProgramResult init = run("init --help");
-    EXPECT_EQ(init.status, 0);
     EXPECT_NE(init.out.find("--as-of"), std::string::npos) << init.out;
     EXPECT_EQ(init.out.find("--trace-sql"), std::string::npos) << "only init's own options\n" << init.out;
 }

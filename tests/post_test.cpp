@@ -2,11 +2,9 @@
 // the demo database.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
@@ -22,22 +20,20 @@ const std::string kOctober = " --type Payroll --from 01/10/2026 --to 31/10/2026 
 class PostTest : public ::testing::Test {
 protected:
     using Result = testsupport::ProgramResult;
-    void SetUp() override {
-        ASSERT_TRUE(std::filesystem::exists(kProgram)) << kProgram << " is not built";
-        std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
-    }
+    void SetUp() override { std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db")); }
     Result post(const std::string& args) {
         return testsupport::runProgram(tmp.path().string(), "post --db demo.db " + args);
     }
     // Entries, detail rows, posting lines and runs flagged posted: what a run writes.
     std::string written() {
-        auto c = data::sqlite::open(tmp.file("demo.db"));
         std::string s;
         for (const char* t : {"paPayAccLinkHeader", "paPayAccLinkDetails", "paPayAccLinkPostingDetails"})
-            s += c->open(std::string("select count(*) from ") + t)->field(0).toText() + " ";
-        return s + c->open("select sum(mppPosted) from pMonthlyPayRollProcessing")->field(0).toText();
+            s += scalar(std::string("select count(*) from ") + t) + " ";
+        return s + scalar("select sum(mppPosted) from pMonthlyPayRollProcessing");
     }
-    void exec(const std::string& sql) { data::sqlite::open(tmp.file("demo.db"))->execute(sql); }
+    std::string scalar(const std::string& sql) {
+        return data::sqlite::open(tmp.file("demo.db"))->open(sql)->field(0).toText();
+    }
     testsupport::TempDir tmp;
 };
 
@@ -60,11 +56,8 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
           "Total                        5 posted         320     32      2448225.00      2448225.00  AED"})
         EXPECT_NE(run.out.find(line), std::string::npos) << line << "\n" << run.out;
     EXPECT_EQ(run.err, "");
-    auto c = data::sqlite::open(tmp.file("demo.db"));
-    EXPECT_EQ(c->open("select count(*) from paPayAccLinkHeader where Remarks = 'October payroll' and "
-                      "TransType = 'P' and TransDate = '2026-10-28'")
-                  ->field(0)
-                  .toText(),
+    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where Remarks = 'October payroll' and "
+                     "TransType = 'P' and TransDate = '2026-10-28'"),
               "5");
     const std::string after = written();
     EXPECT_NE(after, before);
@@ -84,9 +77,10 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
 TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPosted) {
     // Deductions of the rupee payroll configured as a debit: only the Pune department's
     // entry cannot balance.
-    exec(
-        "update paSalaryAccountsConfig set sacCredit = 0 where sacCompanyID = 1 and sacCurrencyID = 3 and "
-        "sacComponent = 'D'");
+    data::sqlite::open(tmp.file("demo.db"))
+        ->execute(
+            "update paSalaryAccountsConfig set sacCredit = 0 where sacCompanyID = 1 and sacCurrencyID = 3 "
+            "and sacComponent = 'D'");
     Result r = post(kOctober);
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(
@@ -141,17 +135,13 @@ TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
     ::kill(std::stoi(slurp(tmp.file("pid.txt"))), SIGKILL);
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
 
-    auto c = data::sqlite::open(tmp.file("demo.db"));
-    EXPECT_EQ(c->open("select count(*) from paPayAccLinkHeader")->field(0).toText(), "8") << "two of five";
+    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader"), "8") << "two of five";
     // Every run flagged posted is linked by a saved entry, and every linked run is flagged.
-    EXPECT_EQ(c->open("select count(*) from pMonthlyPayRollProcessing m where mppCompanyID = 1 and "
-                      "mppPosted <> exists (select 1 from paPayAccLinkDetails d join paPayAccLinkHeader h "
-                      "on h.CompanyID = d.CompanyID and h.TransID = d.TransID where h.Cancelled = 0 and "
-                      "d.CompanyID = 1 and d.RefTransID = m.mppProcessID and h.TransType = 'P')")
-                  ->field(0)
-                  .toText(),
+    EXPECT_EQ(scalar("select count(*) from pMonthlyPayRollProcessing m where mppCompanyID = 1 and "
+                     "mppPosted <> exists (select 1 from paPayAccLinkDetails d join paPayAccLinkHeader h "
+                     "on h.CompanyID = d.CompanyID and h.TransID = d.TransID where h.Cancelled = 0 and "
+                     "d.CompanyID = 1 and d.RefTransID = m.mppProcessID and h.TransType = 'P')"),
               "0");
-    c.reset();
     EXPECT_NE(written(), start);
     Result rest = post(kOctober);
     EXPECT_EQ(rest.status, 0) << rest.err;

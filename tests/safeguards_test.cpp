@@ -1,9 +1,7 @@
 // Where the component departs from the classic behaviour to keep data whole: two copies on one
 // database never post a source twice or share an entry's keys, a stale screen undoes nothing, a
 // failed save loses no typed work, and an entry balanced by hand re-opens as it was saved.
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -39,84 +37,34 @@ protected:
         LinkingTest::SetUp();
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
-    void show(frmPayrollAccountsLinking& f, const std::string& type,
-              const std::string& department = "Test Lab") {
+    void show(frmPayrollAccountsLinking& f, const std::string& type) {
         ASSERT_TRUE(f.cboType.userSelectText(type));
-        ASSERT_TRUE(f.cboDepartment.userSelectText(department));
+        ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
         f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
         f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
         f.cmdShow.userClick();
     }
-    // The live entries that link each source, one line per source.
-    std::string livePerSource() {
-        return rows(
-            "select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader h "
-            "where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 and "
-            "d.RefTransID>9000 group by d.RefTransID order by 1");
-    }
-    // A second department with a run for each of five employees of its own.
-    void addSecondDepartment(int runs) {
-        raw->execute("insert into " + mapped("pDepartment") +
-                     " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
-                     "values (1, 10, 'Test Lab B', 1)");
-        raw->execute(
-            "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
-            "values (1, 911, 'T911', 'Tester 911', 10, 1)");
-        for (int i = 1; i <= runs; ++i)
-            raw->execute(
-                "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
-                "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
-                "mppNetPay, mppPosted) values (1, " +
-                std::to_string(20000 + i) + ", 'PRB/" + std::to_string(i) +
-                "', '2026-11-28', 10, 911, 1000, 100, 50, 1050, 0)");
-    }
 };
 
-TEST_F(SafeguardTest, PaymentEntriesFlagTheirPaymentsAndReleaseThemWhenUnticked) {
-    addPayment(9501, "A", 901, 200, "2026-11-05");
-    addPayment(9502, "A", 902, 300, "2026-11-06");
-    auto& f = openNew();
-    show(f, "Salary Advances");
-    ASSERT_EQ(f.lvwTransactionDetails.count(), 4);  // a debit and a cash credit each
-    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string flags =
-        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
-    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
-
-    // Edited: the second payment unticked, so it is free again.
-    auto& e = openEdit(6);
-    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
-    e.lvwTransactions.userToggle(2);
-    e.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(rows(flags), "9501|1|\n9502|0|\n");
-}
-
 // Two users Show the same selection and press Ok one after the other: the second is stopped
-// and keeps the screen, and each source stays linked by the first entry only.
-TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
+// and keeps the screen, and each source stays linked by the first entry only. Payments are
+// flagged by the entry that links them, and released when an edit unticks them.
+TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSaveAndPaymentsAreFlagged) {
     addRun(9101, 901, 1000, 100, 50);
     addRun(9102, 902, 1200, 100, 50);
     addPayment(9501, "A", 901, 200, "2026-11-05");
-    struct Case {
-        std::string type;
-        ui::ListView& (*list)(frmPayrollAccountsLinking&);
-    };
-    const Case cases[] = {
-        {"Payroll", [](frmPayrollAccountsLinking& f) -> ui::ListView& { return f.lvwTransactions; }},
-        {"Salary Advances",
-         [](frmPayrollAccountsLinking& f) -> ui::ListView& { return f.lvwTransactionDetails; }}};
+    addPayment(9502, "A", 902, 300, "2026-11-06");
     OtherCopy second(*module, dbPath);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.type);
+    for (const std::string type : {"Payroll", "Salary Advances"}) {
+        SCOPED_TRACE(type);
         auto& mine = openNew();
         auto& theirs = second.openNew();
-        show(mine, c.type);
-        show(theirs, c.type);
-        for (auto* f : {&mine, &theirs})
-            for (int r = 1; r <= c.list(*f).count(); ++r) c.list(*f).userToggle(r);
+        show(mine, type);
+        show(theirs, type);
+        for (auto* f : {&mine, &theirs}) {
+            auto& l = type == "Payroll" ? f->lvwTransactions : f->lvwTransactionDetails;
+            for (int r = 1; r <= l.count(); ++r) l.userToggle(r);
+        }
         const std::string dump = this->dump(theirs.lvwPostingDetails);
 
         mine.cmdOk.userClick();
@@ -141,12 +89,32 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSave) {
         EXPECT_EQ(second.toolkit.lastMessage()->text, "Save Changes?");
         EXPECT_FALSE(second.linkingOpen());
     }
-    EXPECT_EQ(livePerSource(), "9101|1|\n9102|1|\n9501|1|\n");
+    // Each source is linked by one live entry.
+    EXPECT_EQ(
+        rows("select d.RefTransID, count(distinct h.TransID) from paPayAccLinkDetails d, paPayAccLinkHeader "
+             "h where d.CompanyID=h.CompanyID and d.TransID=h.TransID and h.CompanyID=1 and h.Cancelled=0 "
+             "and d.RefTransID>9000 group by d.RefTransID order by 1"),
+        "9101|1|\n9102|1|\n9501|1|\n9502|1|\n");
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
+    const std::string flags =
+        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
+    auto& e = openEdit(7);
+    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
+    e.lvwTransactions.userToggle(2);
+    e.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    EXPECT_EQ(rows(flags), "9501|1|\n9502|0|\n");
 }
 
 // A browser (and an edit) opened before another user cancelled the entry and linked its runs
 // again.
+const std::string kClosedToEdit =
+    "This entry has been cancelled or posted by another user meanwhile; close the screen to leave it as it "
+    "is.";
+const std::string kClosedToCancel =
+    "This entry has been cancelled or posted by another user meanwhile; it is left as it is.";
+
 TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     addRun(9101, 901, 1000, 100, 50);
     auto& f = openNew();
@@ -173,14 +141,14 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     again.lvwTransactions.userToggle(1);
     again.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const std::string before =
-        rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-        rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+    const auto state = [&] {
+        return rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
+               rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
+    };
+    const std::string before = state();
 
     editing.cmdOk.userClick();
-    EXPECT_EQ(stale.toolkit.lastMessage()->text,
-              "This entry has been cancelled or posted by another user meanwhile; close the screen to "
-              "leave it as it is.");
+    EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToEdit);
     stale.toolkit.answers = {ui::vbNo};
     editing.cmdClose.userClick();
     ASSERT_FALSE(stale.linkingOpen());
@@ -189,12 +157,9 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     stale.module.FrmMaster().CmdDelete.userClick();
     stale.module.frmcancell().txtreason.userType("second reason");
     stale.module.frmcancell().cmdok.userClick();
-    EXPECT_EQ(stale.toolkit.lastMessage()->text,
-              "This entry has been cancelled or posted by another user meanwhile; it is left as it is.");
+    EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToCancel);
     EXPECT_FALSE(stale.module.isLoaded("frmcancell"));
-    EXPECT_EQ(rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-                  rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101"),
-              before);
+    EXPECT_EQ(state(), before);
     EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
     EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
 
@@ -206,15 +171,14 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     auto& late = module->frmPayrollAccountsLinking();
     late.txtRemarks.userPaste("edited after posting");
     // Posted after the screen's own posted check, just as its transaction begins.
-    trace->beforeEach = [&](const data::TraceEntry& e) {
+    const auto postAtBegin = [&](const data::TraceEntry& e) {
         if (e.kind == data::TraceEntry::Kind::Begin)
             raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=7");
     };
+    trace->beforeEach = postAtBegin;
     late.cmdOk.userClick();
     trace->beforeEach = nullptr;
-    EXPECT_EQ(lastMessage(),
-              "This entry has been cancelled or posted by another user meanwhile; close the screen to "
-              "leave it as it is.");
+    EXPECT_EQ(lastMessage(), kClosedToEdit);
     toolkit.answers = {ui::vbNo};
     late.cmdClose.userClick();
     ASSERT_FALSE(linkingOpen());
@@ -223,78 +187,50 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     toolkit.answers = {ui::vbYes};
     browser().CmdDelete.userClick();
     module->frmcancell().txtreason.userType("too late");
-    trace->beforeEach = [&](const data::TraceEntry& e) {
-        if (e.kind == data::TraceEntry::Kind::Begin)
-            raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=7");
-    };
+    trace->beforeEach = postAtBegin;
     module->frmcancell().cmdok.userClick();
     trace->beforeEach = nullptr;
-    EXPECT_EQ(lastMessage(),
-              "This entry has been cancelled or posted by another user meanwhile; it is left as it is.");
+    EXPECT_EQ(lastMessage(), kClosedToCancel);
     EXPECT_EQ(rows("select Remarks, Cancelled, Posted from paPayAccLinkHeader where TransID=7"), "|0|1|\n");
 }
 
-// Saves at the same moment, each side in a department of its own: first two copies in one
-// program, then two programs. Every save goes through with a key and a number of its own.
+// Two programs save at the same moment, each in a department of its own: every save goes
+// through with a key and a number of its own.
 TEST_F(SafeguardTest, ParallelSavesAllSucceedWithDistinctNumbers) {
     constexpr int kEach = 50;
     for (int i = 1; i <= 2 * kEach; ++i) addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
-    addSecondDepartment(2 * kEach);
-    const std::string departments[] = {"Test Lab", "Test Lab B"};
+    // The second half goes to "Test Lab B" and an employee of its own.
+    raw->execute("insert into " + mapped("pDepartment") +
+                 " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (1, 10, 'Test Lab B', 1)");
+    raw->execute(
+        "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid) "
+        "values (1, 911, 'T911', 'Tester 911', 10, 1)");
+    raw->execute("update pMonthlyPayRollProcessing set mppDepartmentID=10, mppEmpID=911 where mppProcessID>" +
+                 std::to_string(9100 + kEach));
 
-    OtherCopy a(*module, dbPath), b(*module, dbPath);
-    auto saveAll = [](OtherCopy* copy, std::string department, std::vector<std::string>* failures) {
-        for (int i = 0; i < kEach; ++i) {
-            auto& f = copy->openNew();
-            f.cboType.userSelectText("Payroll");
-            f.cboDepartment.userSelectText(department);
-            f.dtpFromDate.userSet(DateTime::ymd(2026, 11, 1));
-            f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
-            f.cmdShow.userClick();
-            if (f.lvwTransactions.count() > 0) f.lvwTransactions.userToggle(1);
-            f.cmdOk.userClick();
-            if (copy->linkingOpen()) {
-                failures->push_back(copy->toolkit.lastMessage() ? copy->toolkit.lastMessage()->text : "?");
-                copy->toolkit.answers = {ui::vbNo};
-                f.cmdClose.userClick();
-            }
-            copy->module.collect();
-        }
-    };
-    std::vector<std::string> failuresA, failuresB;
-    std::thread ta(saveAll, &a, departments[0], &failuresA), tb(saveAll, &b, departments[1], &failuresB);
-    ta.join();
-    tb.join();
-    EXPECT_EQ(failuresA, std::vector<std::string>{});
-    EXPECT_EQ(failuresB, std::vector<std::string>{});
-
-    auto run = [&](std::string department, int* status) {
-        std::string path = tmp.file(department + ".script"), text;
+    // Each program in a folder of its own, for its script, output and log.
+    auto run = [&](const std::string& department, testsupport::ProgramResult* result) {
+        const std::string dir = tmp.file(department);
+        std::filesystem::create_directory(dir);
+        std::string text;
         for (int i = 0; i < kEach; ++i)
             text += "click cmdnew\nselect cboType Payroll\nselect cboDepartment " + department +
                     "\nset dtpFromDate 01/11/2026\nset dtpToDate 30/11/2026\nclick cmdShow\n"
                     "tick lvwTransactions 1\nclick cmdOk\n";
-        std::ofstream(path) << text;
-        const std::string cmd = "PAYACC_LOG_DIR='" + tmp.path().string() +
-                                "' timeout 300 '" PAYACC_BINARY_DIR "/app/payacclink' script '" + path +
-                                "' --db '" + dbPath + "' --date 15/10/2026 --user 1 --company 1 >'" + path +
-                                ".out' 2>&1";
-        const int raw = std::system(cmd.c_str());
-        *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        std::ofstream(dir + "/saves.script") << text;
+        *result = testsupport::runProgram(dir, "script saves.script --db '" + dbPath + "' --date 15/10/2026");
     };
-    int statusA = -1, statusB = -1;
-    std::thread pa(run, departments[0], &statusA), pb(run, departments[1], &statusB);
+    testsupport::ProgramResult a, b;
+    std::thread pa(run, "Test Lab", &a), pb(run, "Test Lab B", &b);
     pa.join();
     pb.join();
-    EXPECT_EQ(statusA, 0);
-    EXPECT_EQ(statusB, 0);
-
-    EXPECT_EQ(count("select count(distinct TransID) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              4 * kEach);
-    EXPECT_EQ(count("select count(distinct TransNo) from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              4 * kEach);
+    EXPECT_EQ(a.status, 0) << a.out << a.err;
+    EXPECT_EQ(b.status, 0) << b.out << b.err;
+    EXPECT_EQ(rows("select count(distinct TransID), count(distinct TransNo) from paPayAccLinkHeader where "
+                   "CompanyID=1 and TransID>5"),
+              "100|100|\n");
     EXPECT_EQ(count("select count(*) from pMonthlyPayRollProcessing where mppProcessID>9100 and mppPosted=1"),
-              4 * kEach);
+              2 * kEach);
 }
 
 // A debit gathered, its credit added by hand: re-opened, the line is still a credit of the same
@@ -363,10 +299,9 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     EXPECT_EQ(lastMessage(), "number statement failed");
     ASSERT_NE(toolkit.lastMessage(), nullptr);
     EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
-    std::ifstream log(data::errorLogPath());
-    std::string text((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("Employeeexit:"), std::string::npos) << text;
-    EXPECT_NE(text.find(":Generateexitno:N\r\n"), std::string::npos) << text;
+    std::string log = testsupport::slurp(data::errorLogPath());
+    EXPECT_NE(log.find("Employeeexit:"), std::string::npos) << log;
+    EXPECT_NE(log.find(":Generateexitno:N\r\n"), std::string::npos) << log;
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1 and TransNo=''"), 0);
 
     if (linkingOpen()) f.cmdOk.userClick();
@@ -381,10 +316,9 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     browser();
     EXPECT_TRUE(module->isLoaded("FrmMaster"));
     EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
-    std::ifstream again(data::errorLogPath());
-    text.assign(std::istreambuf_iterator<char>(again), std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("FrmMaster:"), std::string::npos) << text;
-    EXPECT_NE(text.find(":AssignTableName:N\r\n"), std::string::npos) << text;
+    log = testsupport::slurp(data::errorLogPath());
+    EXPECT_NE(log.find("FrmMaster:"), std::string::npos) << log;
+    EXPECT_NE(log.find(":AssignTableName:N\r\n"), std::string::npos) << log;
 }
 
 // One copy's browser lists while another holds its save's transaction open, and sees only what

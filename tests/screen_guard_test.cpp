@@ -1,5 +1,6 @@
 // Text boxes that edit whole characters and refuse NUL, and screens whose failed load is
 // dropped so that the next use loads them afresh, rights and all.
+#include <algorithm>
 #include <sstream>
 #include <string>
 
@@ -15,8 +16,8 @@ namespace {
 
 class ScreenGuardTest : public testsupport::ModuleTest {
 protected:
-    // Runs a script on the component as `payacclink script` does.
-    std::string script(const std::string& text, int& status) {
+    // Runs a script on the component as `payacclink script` does: its status, then its output.
+    std::pair<int, std::string> script(const std::string& text) {
         entry::qorPayrollAccounts component(*module);
         component.strProjectKey = entry::kProjectKey;
         component.MsgboxTitle = module->session.msgTitle;
@@ -28,9 +29,9 @@ protected:
         std::istringstream in(text);
         std::ostringstream out;
         script::ScriptRunner runner(toolkit, out);
-        status = runner.run(in, [&] { component.Show(); });
+        const int status = runner.run(in, [&] { component.Show(); });
         module->collect();
-        return out.str();
+        return {status, out.str()};
     }
 };
 
@@ -85,33 +86,25 @@ TEST_F(ScreenGuardTest, NulIsRefusedWithAMessageInEveryFreeTextField) {
         "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
         "Cancelled, Posted) values (1, 5, 1, 'PAL-5', '2026-10-10', 'P', 0, 0)");
     raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
-    const std::string nul("a\0b", 3);
-    int status = 0;
-    const std::string out = script(
-        "click cmdnew\n"
-        "type txtRemarks مرحبا\n"
-        "set txtRemarks " +
-            nul +
-            "\n"
-            "expect-message " +
-            ui::TextBox::kNulRefused +
-            "\n"
-            "expect txtRemarks مرحبا\n"
-            "answer No\n"
-            "close\n"
-            "row flexMaster 1\n"
-            "answer Yes\n"
-            "click CmdDelete\n"
-            "type txtreason " +
-            nul +
-            "\n"
-            "expect-message " +
-            ui::TextBox::kNulRefused +
-            "\n"
-            "expect txtreason \"\"\n"
-            "set txtreason a reason\n"
-            "click cmdok\n",
-        status);
+    // "#" stands for a NUL, typed or pasted into the remarks and the cancellation's reason.
+    std::string text = R"(click cmdnew
+type txtRemarks مرحبا
+set txtRemarks a#b
+expect-message This field cannot hold the character NUL (code 0), so the text was left as it was.
+expect txtRemarks مرحبا
+answer No
+close
+row flexMaster 1
+answer Yes
+click CmdDelete
+type txtreason a#b
+expect-message This field cannot hold the character NUL (code 0), so the text was left as it was.
+expect txtreason ""
+set txtreason a reason
+click cmdok
+)";
+    std::replace(text.begin(), text.end(), '#', '\0');
+    const auto [status, out] = script(text);
     EXPECT_EQ(status, 0) << out;
     EXPECT_EQ(scalar("select cancelremarks from paPayAccLinkHeader where TransID=5").toText(), "a reason");
     EXPECT_EQ(toolkit.messages.at(0).request.title, "Payroll Accounts Linking");
@@ -123,12 +116,11 @@ TEST_F(ScreenGuardTest, AScreenWhoseLoadFailedIsLoadedAfreshNextTime) {
     // rights were applied. The read-only user's second Show must find New disabled.
     raw->execute("delete from psettings where companyid=1");
     module->session.userId = 2;
-    int status = 0;
-    std::string out = script("", status);
-    EXPECT_NE(out.find("ERROR 94: Invalid use of Null"), std::string::npos) << out;
+    auto r = script("");
+    EXPECT_NE(r.second.find("ERROR 94: Invalid use of Null"), std::string::npos) << r.second;
     raw->execute("insert into psettings (companyid, noofpreviousdays) values (1, 0)");
-    out = script("expect cmdnew.enabled false\nexpect CmdEdit.enabled false\nclose\n", status);
-    EXPECT_EQ(status, 0) << out;
+    r = script("expect cmdnew.enabled false\nexpect CmdEdit.enabled false\nclose\n");
+    EXPECT_EQ(r.first, 0) << r.second;
 
     // The linking screen: without its settings view the load fails; once the view is back,
     // New loads the screen again, with its settings check and its department list.
@@ -136,13 +128,12 @@ TEST_F(ScreenGuardTest, AScreenWhoseLoadFailedIsLoadedAfreshNextTime) {
     const std::string view =
         scalar("select sql from sqlite_master where name='vwPayAccLinkSettings'").toText();
     raw->execute("drop view vwPayAccLinkSettings");
-    out = script("click cmdnew\nclose\n", status);
-    EXPECT_EQ(status, 1) << out;
+    r = script("click cmdnew\nclose\n");
+    EXPECT_EQ(r.first, 1) << r.second;
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
     raw->execute(view);
-    out = script("click cmdnew\nexpect cmdOk.enabled true\nselect cboDepartment Engineering Centre Pune\n",
-                 status);
-    EXPECT_EQ(status, 0) << out;
+    r = script("click cmdnew\nexpect cmdOk.enabled true\nselect cboDepartment Engineering Centre Pune\n");
+    EXPECT_EQ(r.first, 0) << r.second;
 }
 
 }  // namespace

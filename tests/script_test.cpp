@@ -5,7 +5,6 @@
 #include <sstream>
 #include <string>
 
-#include "TestSupport.h"
 #include "common/Error.h"
 #include "script/ScriptRunner.h"
 #include "ui/Form.h"
@@ -22,8 +21,6 @@ public:
     }
     TextBox& txtNote = add<TextBox>("txtNote");
     CommandButton& cmdDone = add<CommandButton>("cmdDone", "&Done");
-    bool unloadRan = false;
-    void Form_Unload(int&) override { unloadRan = true; }
 };
 
 class MainForm : public Form {
@@ -50,11 +47,6 @@ public:
             txtName.setText(a == vbYes ? "yes" : "no");
         };
         cmdFail.Click = [] { throw common::Error(5, "frmMain", "Invalid procedure call or argument"); };
-        cmdSql.Click = [this] {
-            if (connection)
-                connection->open("select 1 as one", data::CursorType::ForwardOnly, data::LockType::ReadOnly);
-        };
-        lvwItems.ItemCheck = [this](int row) { lastChecked = row; };
     }
     TextBox& txtName = add<TextBox>("txtName");
     ComboBox& cboType = add<ComboBox>("cboType", nullptr, ComboBox::Style::DropDownList);
@@ -65,40 +57,34 @@ public:
     CommandButton& cmdOpen = add<CommandButton>("cmdOpen", "&Open");
     CommandButton& cmdAsk = add<CommandButton>("cmdAsk", "&Ask");
     CommandButton& cmdFail = add<CommandButton>("cmdFail", "&Fail");
-    CommandButton& cmdSql = add<CommandButton>("cmdSql", "&Sql");
     CommandButton& cmdDisabled = add<CommandButton>("cmdDisabled", "&Never");
     bool afterChild = false;
     bool unloadRan = false;
-    int lastChecked = 0;
-    data::ConnectionPtr connection;
     void Form_Unload(int&) override { unloadRan = true; }
 };
 
 struct Outcome {
     int status;
     std::string out;
+    bool afterChild, unloadRan;
+    std::string name;
 };
 
-class ScriptTest : public ::testing::Test {
-protected:
-    ScriptTest() {
-        tk.formLoaded(main);
-        tk.formLoaded(child);
-    }
-    Outcome run(const std::string& script, data::TraceConnection* trace = nullptr) {
-        std::istringstream in(script);
-        std::ostringstream out;
-        script::ScriptRunner runner(tk, out);
-        runner.setTrace(trace);
-        int status = runner.run(in, [&] { tk.showModal(main); });
-        return {status, out.str()};
-    }
+// Runs a script on a fresh main form, as the host shows it.
+Outcome run(const std::string& script) {
     HeadlessToolkit tk;
-    ChildForm child{tk};
-    MainForm main{tk, child};
-};
+    ChildForm child(tk);
+    MainForm main(tk, child);
+    tk.formLoaded(main);
+    tk.formLoaded(child);
+    std::istringstream in(script);
+    std::ostringstream out;
+    script::ScriptRunner runner(tk, out);
+    const int status = runner.run(in, [&] { tk.showModal(main); });
+    return {status, out.str(), main.afterChild, main.unloadRan, main.txtName.text()};
+}
 
-TEST_F(ScriptTest, ModalFormsTakeTheLinesUntilTheyUnload) {
+TEST(ScriptTest, ModalFormsTakeTheLinesUntilTheyUnload) {
     Outcome r = run(R"(# a comment, then a blank line
 
 expect frmMain "Main form"
@@ -130,11 +116,11 @@ close
               "ERROR 5: Invalid procedure call or argument\n"
               "UNLOAD frmMain\n"
               "FAIL line 18: the command raised an error that no handler caught\n");
-    EXPECT_TRUE(main.afterChild);
-    EXPECT_TRUE(main.unloadRan);
+    EXPECT_TRUE(r.afterChild);
+    EXPECT_TRUE(r.unloadRan);
 }
 
-TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
+TEST(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     struct Case {
         std::string script;
         std::string lastLine;
@@ -159,24 +145,16 @@ TEST_F(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
          "FAIL line 2: unknown command 'click" + std::string(75, 'k') + "...'"},
     };
     for (const Case& c : cases) {
-        HeadlessToolkit fresh;
-        ChildForm ch(fresh);
-        MainForm m(fresh, ch);
-        fresh.formLoaded(m);
-        std::istringstream in(c.script);
-        std::ostringstream out;
-        script::ScriptRunner runner(fresh, out);
-        EXPECT_EQ(runner.run(in, [&] { fresh.showModal(m); }), 1) << c.script;
-        std::string text = out.str();
-        ASSERT_FALSE(text.empty());
-        std::string last = text.substr(text.rfind('\n', text.size() - 2) + 1);
-        EXPECT_EQ(last, c.lastLine + "\n") << c.script;
-        EXPECT_FALSE(m.afterChild) << "nothing runs after the failing line: " << c.script;
+        const Outcome r = run(c.script);
+        EXPECT_EQ(r.status, 1) << c.script;
+        ASSERT_FALSE(r.out.empty());
+        EXPECT_EQ(r.out.substr(r.out.rfind('\n', r.out.size() - 2) + 1), c.lastLine + "\n") << c.script;
+        EXPECT_FALSE(r.afterChild) << "nothing runs after the failing line: " << c.script;
     }
     // A malformed script runs nothing at all.
     Outcome r = run("set txtName Alice\nfrobnicate\n");
     EXPECT_EQ(r.out, "FAIL line 2: unknown command 'frobnicate'\n");
-    EXPECT_EQ(main.txtName.text(), "");
+    EXPECT_EQ(r.name, "");
 }
 
 }  // namespace

@@ -1,13 +1,9 @@
 // Journal vouchers and the ledger export: the voucher read from the link tables, the
 // browser's Print, and the program's print and export commands read back from their files
-// (pdftotext for the PDF, an RFC 4180 reader for the CSV).
+// (pdftotext for the PDF, an RFC 4180 reader for the CSV). Their refusals: the host tests.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
@@ -16,7 +12,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Result = testsupport::ProgramResult;
 using testsupport::kProgram;
 using testsupport::slurp;
@@ -27,40 +22,27 @@ size_t count(const std::string& hay, const std::string& needle) {
     return n;
 }
 
-// RFC 4180 records: quoted fields may hold commas, doubled quotes and line breaks.
+// RFC 4180 records: quoted fields may hold commas, doubled quotes and line breaks; records
+// end with CRLF.
 std::vector<std::vector<std::string>> readCsv(const std::string& text) {
-    std::vector<std::vector<std::string>> records(1);
+    std::vector<std::vector<std::string>> records;
+    std::vector<std::string> record;
     std::string field;
-    bool quoted = false, fieldStarted = false;
+    bool quoted = false;
     for (size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        if (quoted) {
-            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
-                field += '"';
-                ++i;
-            } else if (c == '"') {
-                quoted = false;
-            } else {
-                field += c;
-            }
-        } else if (c == '"' && !fieldStarted) {
-            quoted = fieldStarted = true;
-        } else if (c == ',') {
-            records.back().push_back(field);
+        if (quoted && text.compare(i, 2, "\"\"") == 0) {
+            field += text[i++];
+        } else if (c == '"' && (quoted || field.empty())) {
+            quoted = !quoted;
+        } else if (!quoted && (c == ',' || text.compare(i, 2, "\r\n") == 0)) {
+            record.push_back(field);
             field.clear();
-            fieldStarted = false;
-        } else if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
-            records.back().push_back(field);
-            field.clear();
-            fieldStarted = false;
-            records.emplace_back();
-            ++i;
+            if (c == '\r') records.push_back(record), record.clear(), ++i;
         } else {
             field += c;
-            fieldStarted = true;
         }
     }
-    if (records.back().empty()) records.pop_back();
     return records;
 }
 
@@ -80,36 +62,24 @@ protected:
         EXPECT_EQ(std::system(("pdftotext -layout '" + file + "' '" + txt + "'").c_str()), 0);
         return slurp(txt);
     }
-    void expectRefused(const Result& r, const std::string& what) {
-        EXPECT_EQ(r.status, 2) << r.out << r.err;
-        EXPECT_EQ(r.err.rfind("payacclink: ", 0), 0u) << r.err;
-        EXPECT_NE(r.err.find(what), std::string::npos) << r.err;
-        EXPECT_EQ(count(r.err, "\n"), 1u) << r.err;
-    }
     data::TableNames tables;
 };
 
 TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
     const report::Voucher v = report::LoadVoucher(session(), 1, "01/11/2026 09:30");
-    EXPECT_EQ(v.companyName, "Al Noor General Trading LLC");
-    EXPECT_EQ(v.entryNo, "PAL/1");
-    EXPECT_EQ(v.date, "31/08/2026");
-    EXPECT_EQ(v.typeName, "Payroll");
-    EXPECT_EQ(v.department, "Administration");
-    EXPECT_EQ(v.departmentCurrency, "AED");
-    EXPECT_EQ(v.status(), "Posted");
+    EXPECT_EQ(v.companyName + "|" + v.entryNo + "|" + v.date + "|" + v.typeName + "|" + v.department + "|" +
+                  v.departmentCurrency + "|" + v.status() + "|" + v.preparedBy,
+              "Al Noor General Trading LLC|PAL/1|31/08/2026|Payroll|Administration|AED|Posted|System "
+              "Administrator");
     ASSERT_EQ(v.lines.size(), 8u);
-    EXPECT_EQ(v.lines[6].accountId, 1013);
-    EXPECT_EQ(v.lines[6].currency, "USD");
-    EXPECT_EQ(report::Amount(v.lines[7].companyAmount), "-52,563.02");
     ASSERT_EQ(v.totals.size(), 2u);
-    EXPECT_EQ(report::Amount(v.totals[0].debit), "339,600.00");
-    EXPECT_EQ(report::Amount(v.totals[0].credit), "339,600.00");
+    EXPECT_EQ(std::to_string(v.lines[6].accountId) + " " + v.lines[6].currency + " " +
+                  report::Amount(v.lines[7].companyAmount) + " " + report::Amount(v.totals[0].debit) + " " +
+                  report::Amount(v.totals[0].credit) + " " + v.sources.from,
+              "1013 USD -52,563.02 339,600.00 339,600.00 28/08/2026");
     EXPECT_TRUE(report::Balanced(v));
     EXPECT_TRUE(v.sources.payroll);
     EXPECT_GT(v.sources.count, 0);
-    EXPECT_EQ(v.sources.from, "28/08/2026");
-    EXPECT_EQ(v.preparedBy, "System Administrator");
 
     const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
     EXPECT_EQ(cancelled.status(), "Cancelled");
@@ -133,16 +103,12 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
         reopen();
         module->session.userId = user;
         browser::FrmMaster& master = module->FrmMaster();
-        int row = 1;
-        while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/4") ++row;
-        ASSERT_LT(row, master.flexMaster.rows());
-        master.flexMaster.userSelectCell(row, 1);
+        ASSERT_EQ(master.flexMaster.textMatrix(browserRow(4), 1), "PAL/4");
+        master.flexMaster.userSelectCell(browserRow(4), 1);
         master.cmdPrint.userClick();
         EXPECT_EQ(report::HasPrintRight(session(), 60), user == 1);
         if (user == 1) {
-            ASSERT_EQ(toolkit.previewedVouchers.size(), 1u);
-            EXPECT_EQ(toolkit.previewedVouchers[0].entryNo, "PAL/4");
-            EXPECT_EQ(toolkit.previewedVouchers[0].lines.size(), 2u);
+            EXPECT_EQ(toolkit.previewedVouchers.size(), 1u);
             EXPECT_EQ(toolkit.transcript.back(), "PRINT PREVIEW PAL/4: 2 lines");
         } else {
             EXPECT_FALSE(master.cmdPrint.enabled());
@@ -176,19 +142,14 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
     raw->execute(
         "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
         "Remarks, Cancelled) values (1, 60, 3, 'PAL/60', '2026-10-31', 'O', 'Long entry', 0)");
-    raw->beginTrans();
-    for (int i = 1; i <= 2000; ++i) {
-        const bool debit = i % 2 == 1;
-        const std::string amount = common::Format2(100 + i);
-        raw->execute(
-            "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
-            "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
-            "CompAmount) values (1, 60, " +
-            std::to_string(i) + ", 3, " + (debit ? "2001" : "3001") + ", 'Account', 'Line " +
-            std::to_string(i) + "', 'AED', 'AED', " + (debit ? amount : "0") + ", " +
-            (debit ? "0" : common::Format2(100 + i - 1)) + ", 0, 0)");
-    }
-    raw->commitTrans();
+    // 2,000 lines: debits of 100 + i on the odd ones, each balanced by the next.
+    raw->execute(
+        "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
+        "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
+        "CompAmount) with recursive n(i) as (select 1 union all select i + 1 from n where i < 2000) "
+        "select 1, 60, i, 3, 3001 - 1000 * (i % 2), 'Account', 'Line ' || i, 'AED', 'AED', (100 + i) * (i % "
+        "2), "
+        "(99 + i) * (1 - i % 2), 0, 0 from n");
     r = run("print --entry PAL/60 --pdf long.pdf");
     ASSERT_EQ(r.status, 0) << r.err;
     text = pdfText(tmp.file("long.pdf"));
@@ -212,39 +173,30 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
 
 TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     const std::string tricky = "Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
-    raw->execute(
-        "update paPayAccLinkPostingDetails set Description='" + std::string("Wages, \"extra\" ") +
-        "\xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August' where CompanyID=1 and TransID=1 and DetailID=2");
+    raw->execute("update paPayAccLinkPostingDetails set Description='" + tricky +
+                 "' where CompanyID=1 and TransID=1 and DetailID=2");
     Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled");
     ASSERT_EQ(r.status, 0) << r.err;
     const auto records = readCsv(slurp(tmp.file("lines.csv")));
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records[0][0], "Entry No");
-    EXPECT_EQ(records[0].size(), 14u);
-
-    auto rs = raw->open(
-        "select h.TransNo, h.Cancelled, p.DetailID, p.AccountID, p.Description, p.DebitAmount, "
-        "p.CreditAmount, "
-        "p.CompAmount from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID "
-        "and "
-        "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and '2026-08-31' "
-        "order by h.TransDate, h.TransID, p.DetailID");
-    size_t row = 1, cancelledRows = 0;
-    for (; !rs->eof(); rs->moveNext(), ++row) {
-        ASSERT_LT(row, records.size());
+    // Each posting line of the range once, in order, its amounts as the ledger takes them.
+    std::string exported;
+    size_t cancelledRows = 0;
+    for (size_t row = 1; row < records.size(); ++row) {
         const auto& f = records[row];
         ASSERT_EQ(f.size(), 14u) << row;
-        EXPECT_EQ(f[0], rs->field(0).toText());
-        EXPECT_EQ(f[4], rs->field(2).toText());
-        EXPECT_EQ(f[5], rs->field(3).toText());
-        EXPECT_EQ(f[7], rs->field(4).joinText());
-        EXPECT_EQ(f[9], common::Format2(rs->field(5).toDouble()));
-        EXPECT_EQ(f[10], common::Format2(rs->field(6).toDouble()));
-        EXPECT_EQ(f[12], common::Format2(rs->field(7).toDouble()));
-        EXPECT_EQ(f[13], rs->field(1).toInt32() == 1 ? "Cancelled" : f[13]);
+        for (size_t c : {0, 4, 5, 7, 9, 10, 12}) exported += f[c] + "|";
+        exported += f[13] == "Cancelled" ? "1|\n" : "0|\n";
         cancelledRows += f[13] == "Cancelled";
     }
-    EXPECT_EQ(row, records.size());
+    EXPECT_EQ(exported,
+              rows("select h.TransNo, p.DetailID, p.AccountID, p.Description, printf('%.2f', p.DebitAmount), "
+                   "printf('%.2f', p.CreditAmount), printf('%.2f', p.CompAmount), h.Cancelled from "
+                   "paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID and "
+                   "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and "
+                   "'2026-08-31' order by h.TransDate, h.TransID, p.DetailID"));
+    EXPECT_EQ(records[0].size(), 14u);
     EXPECT_EQ(cancelledRows, 4u);
     EXPECT_EQ(records[2][7], tricky);
     EXPECT_EQ(records[2][1], "31/08/2026");
@@ -255,29 +207,6 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(readCsv(r.out).size(), records.size() - cancelledRows);
     EXPECT_EQ(count(r.out, "Cancelled"), 0u);
-}
-
-TEST_F(VoucherTest, BadInputEndsWithOneLineAndWritesNothing) {
-    std::ofstream(tmp.file("keep.csv")) << "old";
-    fs::create_directory(tmp.file("ro"));
-    fs::permissions(tmp.file("ro"), fs::perms::owner_read | fs::perms::owner_exec);
-    const bool rootBypasses = ::access(tmp.file("ro").c_str(), W_OK) == 0;
-    expectRefused(run("print --entry PAL/99 --pdf x.pdf"), "no entry 'PAL/99'");
-    expectRefused(run("print --entry PAL/1 --pdf missing/x.pdf"), "cannot write 'missing/x.pdf'");
-    expectRefused(run("print --entry PAL/1 --pdf x.pdf --user 3"), "no Print right");
-    expectRefused(run("export --from 01/09/2026 --to 01/08/2026 --csv keep.csv"), "the range is empty");
-    expectRefused(run("export --from 01/01/2020 --to 31/01/2020 --csv keep.csv"),
-                  "no open or posted entries");
-    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv"), "cannot write");
-    expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4"), "no Print right");
-    expectRefused(run("export --from 1/13/2026 --to 31/08/2026"), "--from needs a date");
-    if (!rootBypasses)
-        expectRefused(run("export --from 01/08/2026 --to 31/08/2026 --csv ro/z.csv"), "cannot write");
-    EXPECT_EQ(slurp(tmp.file("keep.csv")), "old");
-    EXPECT_FALSE(fs::exists(tmp.file("x.pdf")));
-    for (const auto& e : fs::directory_iterator(tmp.path()))
-        EXPECT_EQ(e.path().filename().string().find(".keep.csv."), std::string::npos) << e.path();
-    fs::permissions(tmp.file("ro"), fs::perms::owner_all);
 }
 
 }  // namespace

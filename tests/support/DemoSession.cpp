@@ -1,23 +1,17 @@
 #include "support/DemoSession.h"
 
-#include <unistd.h>
-
+#include <cstdlib>
 #include <map>
+#include <stdexcept>
 
 #include "data/sqlite/SqliteConnection.h"
 
 namespace testsupport {
 
 TempDir::TempDir() {
-    auto base = std::filesystem::temp_directory_path();
-    static int counter = 0;
-    for (;;) {
-        auto p = base / ("payacc-test-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-        if (std::filesystem::create_directory(p)) {
-            path_ = p;
-            break;
-        }
-    }
+    std::string name = (std::filesystem::temp_directory_path() / "payacc-test-XXXXXX").string();
+    if (!::mkdtemp(name.data())) throw std::runtime_error("cannot make a temporary folder in " + name);
+    path_ = name;
 }
 
 TempDir::~TempDir() {

@@ -1,8 +1,7 @@
 #pragma once
-// The one set-up of a user's session shared by the tests and the benchmarks: template
-// databases made once per process, a copy per session, a traced connection and a module whose
-// session is what the host would give (user 1 with every right, company 1, the linking
-// interface, process date 15/10/2026).
+// A user's session shared by the tests and the benchmarks: template databases made once per
+// process, a copy per session, a traced connection and a module with the host's session (user 1
+// with every right, company 1, the linking interface, process date 15/10/2026).
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -35,12 +34,10 @@ private:
     std::filesystem::path path_;
 };
 
-// Makes a database at `path`: schema and procedures, the demo data (dated from kDemoDay) when
-// `demo`, then `fill`.
+// Makes a database at `path`: schema, procedures, the demo data (from kDemoDay) if `demo`, `fill`.
 void makeDb(const std::string& path, bool demo, const std::function<void(data::Connection&)>& fill = {});
 
-// A database made once per process under `name`: schema and procedures, the demo data when
-// `demo`, then `fill` (the large data generator, say). Sessions that write take a copy.
+// makeDb's database, made once per process under `name`; sessions that write take a copy.
 const std::string& templateDb(const std::string& name, bool demo,
                               const std::function<void(data::Connection&)>& fill = {});
 inline const std::string& demoTemplate() { return templateDb("demo", true); }
@@ -48,8 +45,8 @@ inline const std::string& demoTemplate() { return templateDb("demo", true); }
 // Copies a database file (a template) to `to` and returns `to`.
 std::string copyDb(const std::string& from, const std::string& to);
 
-// One user's session on a database: the connection, its statement trace (benchmarks go
-// without, so that the trace does not weigh in the timings) and the module.
+// One user's session on a database: the connection, its trace (benchmarks go without, so that
+// it does not weigh in the timings) and the module.
 struct DemoSession {
     DemoSession(ui::Toolkit& toolkit, const std::string& dbPath, bool traced = true);
     ~DemoSession();

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -53,28 +54,19 @@ bool exists(Connection& c, const std::string& table, const std::string& where) {
 
 // Multi-row inserts of a few hundred rows each: far fewer statements than rows, and each
 // statement stays small enough to adapt and parse quickly.
-class BulkInsert {
-public:
-    BulkInsert(Connection& c, std::string head) : c_(c), head_(std::move(head)) {}
-    ~BulkInsert() = default;
+struct BulkInsert {
+    Connection& c;
+    std::string head, buf{};
+    int rows = 0;
     void add(const std::string& tuple) {
-        buf_ += rows_ ? ",(" : "(";
-        buf_ += tuple;
-        buf_ += ')';
-        if (++rows_ == 400) flush();
+        buf += (rows ? ",(" : "(") + tuple + ')';
+        if (++rows == 400) flush();
     }
     void flush() {
-        if (rows_ == 0) return;
-        c_.execute(head_ + " values " + buf_);
-        buf_.clear();
-        rows_ = 0;
+        if (rows > 0) c.execute(head + " values " + buf);
+        buf.clear();
+        rows = 0;
     }
-
-private:
-    Connection& c_;
-    std::string head_;
-    std::string buf_;
-    int rows_ = 0;
 };
 
 struct Tables {
@@ -86,25 +78,14 @@ struct Tables {
 // made for.
 void ensureLinkTable(Connection& c) {
     if (scalarInt(c, "select count(*) from linktable") > 0) return;
-    static const std::array<std::array<const char*, 2>, 15> rows{{
-        {"pusers", "pusers"},
-        {"ptables", "ptables"},
-        {"ptablecolumns", "ptablecolumns"},
-        {"puserrights", "puserrights"},
-        {"pEmployee", "pemployee"},
-        {"pLoans", "pLoansIssue"},
-        {"pprefix", "pprefix"},
-        {"pCurrencyMaster", "pCurrencyMaster"},
-        {"pSettings", "psettings"},
-        {"aAccountMaster", "aAccountMaster"},
-        {"paPayAccLinkPostingDetails", "paPayAccLinkPostingDetails"},
-        {"paPayAccLinkDetails", "paPayAccLinkDetails"},
-        {"paPayAccLinkHeader", "paPayAccLinkHeader"},
-        {"pDepartment", "pDepartmentMaster"},
-        {"pCompanyMaster", "pCompanyMaster"},
-    }};
-    BulkInsert ins(c, "insert into linktable (tablename, linktablename)");
-    for (const auto& r : rows) ins.add(quote(r[0]) + "," + quote(r[1]));
+    std::istringstream pairs(  // logical name, then physical name
+        "pusers pusers ptables ptables ptablecolumns ptablecolumns puserrights puserrights pEmployee "
+        "pemployee pLoans pLoansIssue pprefix pprefix pCurrencyMaster pCurrencyMaster pSettings psettings "
+        "aAccountMaster aAccountMaster paPayAccLinkPostingDetails paPayAccLinkPostingDetails "
+        "paPayAccLinkDetails paPayAccLinkDetails paPayAccLinkHeader paPayAccLinkHeader pDepartment "
+        "pDepartmentMaster pCompanyMaster pCompanyMaster");
+    BulkInsert ins{c, "insert into linktable (tablename, linktablename)"};
+    for (std::string logical, name; pairs >> logical >> name;) ins.add(quote(logical) + "," + quote(name));
     ins.flush();
 }
 
@@ -155,47 +136,39 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
 
     if (!exists(c, "paSalaryAccountsConfig",
                 "sacCompanyID = " + company + " and sacCurrencyID = " + num(payCurrency))) {
-        struct Component {
-            const char* code;
-            const char* account;
-            int credit;
-        };
-        static const Component components[] = {{"B", "Basic Salaries", 0},
-                                               {"A", "Allowances", 0},
-                                               {"D", "Salary Deductions Payable", 1},
-                                               {"N", "Net Salaries Payable", 1}};
+        // Component code, account, credit: debits first.
+        static const std::array<std::array<const char*, 3>, 4> components{
+            {{"B", "Basic Salaries", "0"},
+             {"A", "Allowances", "0"},
+             {"D", "Salary Deductions Payable", "1"},
+             {"N", "Net Salaries Payable", "1"}}};
         int64_t id = nextAccountId(c, k);
-        for (const auto& comp : components) {
+        for (const auto& [code, account, credit] : components) {
             c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
                       company + "," + num(id) + "," +
-                      quote(std::string(comp.account) + " - CU" + num(payCurrency)) + "," + num(payCurrency) +
+                      quote(std::string(account) + " - CU" + num(payCurrency)) + "," + num(payCurrency) +
                       ")");
             c.execute(
                 "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
                 "sacSalaryaccID, sacCredit) values (" +
-                company + "," + num(payCurrency) + "," + quote(comp.code) + "," + num(id) + "," +
-                num(comp.credit) + ")");
-            ++id;
+                company + "," + num(payCurrency) + "," + quote(code) + "," + num(id++) + "," + credit + ")");
         }
     }
 
-    static const std::array<std::array<const char*, 2>, 7> settings{{{"A", "Salary Advances"},
-                                                                     {"R", "Reimbursements"},
-                                                                     {"S", "Savings"},
-                                                                     {"E", "Leave Encashments"},
-                                                                     {"H", "Holded Salaries"},
-                                                                     {"O", "Others"},
-                                                                     {"CASH", "Cash"}}};
-    for (const auto& s : settings) {
-        if (exists(c, "paPayAccLinkSettings", "CompanyID = " + company + " and SettingCode = " + quote(s[0])))
+    static const char* const settings[] = {
+        "A", "Salary Advances", "R", "Reimbursements", "S",    "Savings", "E", "Leave Encashments",
+        "H", "Holded Salaries", "O", "Others",         "CASH", "Cash"};  // code, then name
+    for (size_t i = 0; i < std::size(settings); i += 2) {
+        const std::string code = settings[i], name = settings[i + 1];
+        if (exists(c, "paPayAccLinkSettings", "CompanyID = " + company + " and SettingCode = " + quote(code)))
             continue;
         int64_t id = nextAccountId(c, k);
         c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
-                  company + "," + num(id) + "," + quote(s[1]) + "," + num(companyCurrency) + ")");
+                  company + "," + num(id) + "," + quote(name) + "," + num(companyCurrency) + ")");
         c.execute(
             "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
             "values (" +
-            company + "," + quote(s[0]) + "," + quote(s[1]) + "," + num(id) + ")");
+            company + "," + quote(code) + "," + quote(name) + "," + num(id) + ")");
     }
 
     if (!exists(c, "psettings", "companyid = " + company))
@@ -222,15 +195,10 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
 
 // The 28th of the month `back` months before October 2026, as ISO text, and its "yyyymm".
 std::pair<std::string, std::string> processingMonth(int back) {
-    int month = 10 - back % 12;
-    int year = 2026 - back / 12;
-    if (month < 1) {
-        month += 12;
-        --year;
-    }
+    const int months = 2026 * 12 + 9 - back;  // counted from January of year 0
     char iso[32], tag[32];
-    std::snprintf(iso, sizeof iso, "%04d-%02d-28", year, month);
-    std::snprintf(tag, sizeof tag, "%04d%02d", year, month);
+    std::snprintf(iso, sizeof iso, "%04d-%02d-28", months / 12, months % 12 + 1);
+    std::snprintf(tag, sizeof tag, "%04d%02d", months / 12, months % 12 + 1);
     return {iso, tag};
 }
 
@@ -251,22 +219,21 @@ void generate(Connection& c, const GeneratorOptions& o) {
                                   "Haddad",      "Thomas", "Nair",   "Rahman",    "Menon",
                                   "Siddiqui",    "Joseph", "Kapoor", "Iyer",      "Mathew",
                                   "Qureshi",     "Reddy",  "Saleh",  "George",    "Patel"};
-    const int nFirst = static_cast<int>(std::size(firsts));
-    const int nLast = static_cast<int>(std::size(lasts));
 
     // Employees.
     const int64_t firstEmp =
         scalarInt(c, "select max(eEmployeeID) from pemployee where eCompanyID = " + company) + 1;
     std::vector<double> basic(static_cast<size_t>(o.employees));
     {
-        BulkInsert ins(c,
+        BulkInsert ins{c,
                        "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
-                       "eDepartmentID, ecurrencyid)");
+                       "eDepartmentID, ecurrencyid)"};
         char empNo[24];
         for (int i = 0; i < o.employees; ++i) {
             int64_t id = firstEmp + i;
             std::snprintf(empNo, sizeof empNo, "G%06lld", static_cast<long long>(id));
-            std::string name = std::string(firsts[pick(nFirst)]) + " " + lasts[pick(nLast)];
+            std::string name =
+                std::string(firsts[pick(std::size(firsts))]) + " " + lasts[pick(std::size(lasts))];
             basic[static_cast<size_t>(i)] = 2000.0 + 250.0 * pick(49);
             ins.add(company + "," + num(id) + "," + quote(empNo) + "," + quote(name) + "," +
                     num(o.departmentId) + "," + num(payCurrency));
@@ -283,10 +250,10 @@ void generate(Connection& c, const GeneratorOptions& o) {
     const int64_t runs = static_cast<int64_t>(o.employees) * o.months;
     std::vector<std::string> runDates;
     {
-        BulkInsert ins(c,
+        BulkInsert ins{c,
                        "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
                        "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
-                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)");
+                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)"};
         for (int j = 0; j < o.months; ++j) {
             auto [date, tag] = processingMonth(o.months - 1 - j);
             runDates.push_back(date);
@@ -312,40 +279,34 @@ void generate(Connection& c, const GeneratorOptions& o) {
     // Entry headers, numbered on from the highest number the prefix has given so far.
     const int64_t firstTrans =
         scalarInt(c, "select max(TransID) from " + t.header + " where CompanyID = " + company) + 1;
-    std::string prefix;
-    {
-        auto rs = c.open("select Prefix from pprefix where companyid = " + company +
-                         " and InterfaceID = " + num(kInterfaceId));
-        if (!rs->eof()) prefix = rs->field(0).joinText();
-    }
+    auto rs = c.open("select Prefix from pprefix where companyid = " + company +
+                     " and InterfaceID = " + num(kInterfaceId));
+    const std::string prefix = rs->eof() ? std::string() : rs->field(0).joinText();
     int64_t lastNo = 0;
-    {
-        auto rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company);
-        for (; !rs->eof(); rs->moveNext()) {
-            std::string no = rs->field(0).joinText();
-            if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
-                no.compare(0, prefix.size(), prefix) != 0)
-                continue;
-            std::string rest = no.substr(prefix.size());
-            if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-                lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
-        }
+    for (rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company); !rs->eof();
+         rs->moveNext()) {
+        std::string no = rs->field(0).joinText();
+        if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
+            no.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        std::string rest = no.substr(prefix.size());
+        if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
+            lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
     }
-    {
-        BulkInsert ins(c, "insert into " + t.header +
-                              " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                              "Remarks, Cancelled, cancelremarks, Posted)");
-        for (int64_t k = 0; k < o.savedEntries; ++k) {
-            int64_t run = k % runs;
-            const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
-            bool active = k < runs;
-            ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
-                    quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
-                    quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
-                    (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
-        }
-        ins.flush();
+    rs.reset();
+    BulkInsert ins{c, "insert into " + t.header +
+                          " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+                          "Remarks, Cancelled, cancelremarks, Posted)"};
+    for (int64_t k = 0; k < o.savedEntries; ++k) {
+        int64_t run = k % runs;
+        const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
+        bool active = k < runs;
+        ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
+                quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
+                quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
+                (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
     }
+    ins.flush();
 
     // Details, straight from the lines that gathering shows for each run; one statement per
     // pass over the runs.
