@@ -26,10 +26,9 @@ inline std::string sqliteDriverPath() {
     return found.empty() ? "/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so" : found;
 }
 
-// ODBCSYSINI points the driver manager at the registry. The driver manager reads it, and
-// its trace setting, once per process, so the registry is written before any test runs and
-// the trace is on throughout; the stored-procedure test reads it to see what reached the
-// driver.
+// ODBCSYSINI points the driver manager at the registry. The driver manager reads it, and its
+// trace setting, once per process, so it is written before any test runs and the trace (which
+// tests read to see what reached the driver) is on throughout.
 class Registry {
 public:
     static Registry& get() {
