@@ -3,9 +3,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "common/DateTime.h"

@@ -6,11 +6,8 @@
 #include <functional>
 
 #include "TestSupport.h"
-#include "common/Conv.h"
 #include "common/Error.h"
-#include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
-#include "data/sqlite/TsqlAdapter.h"
 
 using common::DateTime;
 using common::Value;
@@ -137,20 +134,18 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
 TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {
     db->execute("create table pLoanApplication (laCompanyID integer, laLoanAppID integer)");
     db->execute("create table pLoansIssue (liCompanyID integer, liLoanAppID integer)");
-    std::string outer = errorText([&] {
-        db->open("select count(*) from pLoanApplication a,pLoansIssue b where a.laCompanyID*=b.liCompanyID");
-    });
-    EXPECT_NE(outer.find("'*='"), std::string::npos) << outer;
-    EXPECT_NE(outer.find("not supported"), std::string::npos) << outer;
-    EXPECT_NE(errorText([&] { db->open("select a from t where a =* b"); }).find("'=*'"), std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select convert(varchar, 1)"); }).find("convert(varchar"),
-              std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select top 1 TransID from paPayAccLinkHeader"); }).find("TOP"),
-              std::string::npos);
-    EXPECT_NE(errorText([&] {
-                  db->open("select dateadd(d, 1, TransDate) from paPayAccLinkHeader");
-              }).find("dateadd"),
-              std::string::npos);
+    for (auto [sql, named] :
+         {std::pair{
+              "select count(*) from pLoanApplication a,pLoansIssue b where a.laCompanyID*=b.liCompanyID",
+              "'*='"},
+          {"select a from t where a =* b", "'=*'"},
+          {"select convert(varchar, 1)", "convert(varchar"},
+          {"select top 1 TransID from paPayAccLinkHeader", "TOP"},
+          {"select dateadd(d, 1, TransDate) from paPayAccLinkHeader", "dateadd"}}) {
+        std::string text = errorText([&] { db->open(sql); });
+        EXPECT_NE(text.find(named), std::string::npos) << text;
+        EXPECT_NE(text.find("not supported"), std::string::npos) << text;
+    }
 }
 
 TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
@@ -260,13 +255,15 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
     EXPECT_TRUE(cmd->parameter(5).isNull());
 
     // Failures as the server words them.
-    EXPECT_EQ(errorText([&] { db->open("exec spNope 1"); }), "Could not find stored procedure 'spNope'.");
-    EXPECT_EQ(errorText([&] { db->command("spNope", data::CommandType::StoredProc)->refreshParameters(); }),
-              "Could not find stored procedure 'spNope'.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'20040201','20040229','A',1,2"); }),
-              "Procedure or function spPayTotals has too many arguments specified.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'20040201'"); }),
-              "Procedure or function 'spPayTotals' expects parameter '@ToDate', which was not supplied.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); }),
-              "Error converting data type varchar to datetime.");
+    const std::pair<std::function<void()>, std::string> failures[] = {
+        {[&] { db->open("exec spNope 1"); }, "Could not find stored procedure 'spNope'."},
+        {[&] { db->command("spNope", data::CommandType::StoredProc)->refreshParameters(); },
+         "Could not find stored procedure 'spNope'."},
+        {[&] { db->open("exec spPayTotals 1,'20040201','20040229','A',1,2"); },
+         "Procedure or function spPayTotals has too many arguments specified."},
+        {[&] { db->open("exec spPayTotals 1,'20040201'"); },
+         "Procedure or function 'spPayTotals' expects parameter '@ToDate', which was not supplied."},
+        {[&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); },
+         "Error converting data type varchar to datetime."}};
+    for (const auto& [f, text] : failures) EXPECT_EQ(errorText(f), text);
 }

@@ -142,23 +142,16 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
     db->execute("insert into t values (1, 2.5, 3.25, 'Basic', 'first', '2026-10-15', '2026-10-15 08:30:05')");
     db->execute("insert into t values (2, null, null, null, null, null, null)");
 
+    const std::vector<std::vector<Value>> rows{
+        {Value(1), Value(2.5), Value(3.25), Value("Basic"), Value("first"),
+         Value(DateTime::ymd(2026, 10, 15)), Value(DateTime{2026, 10, 15, 8, 30, 5})},
+        {Value(2), Value(), Value(), Value(), Value(), Value(), Value()}};
+    // Every cursor type reads alike; fields are found by name in any case.
     for (auto cursor : {CursorType::ForwardOnly, CursorType::Static, CursorType::Keyset}) {
         auto rs = db->open("select id, amount, price, name, memo, day, stamp from t order by id", cursor);
-        ASSERT_EQ(rs->fieldCount(), 7);
+        EXPECT_EQ(rs->rows(), rows);
         EXPECT_EQ(rs->fieldName(3), "name");
-        ASSERT_FALSE(rs->eof());
-        EXPECT_EQ(rs->field("ID"), Value(1));
-        EXPECT_EQ(rs->field(1), Value(2.5));
-        EXPECT_EQ(rs->field("price"), Value(3.25));
         EXPECT_EQ(rs->field("Name"), Value("Basic"));
-        EXPECT_EQ(rs->field(4), Value("first"));
-        EXPECT_EQ(rs->field("day"), Value(DateTime::ymd(2026, 10, 15)));
-        EXPECT_EQ(rs->field("stamp"), Value(DateTime{2026, 10, 15, 8, 30, 5}));
-        rs->moveNext();
-        ASSERT_FALSE(rs->eof());
-        for (int i = 1; i < 7; ++i) EXPECT_TRUE(rs->field(i).isNull()) << rs->fieldName(i);
-        rs->moveNext();
-        EXPECT_TRUE(rs->eof());
     }
 
     // Aggregates come back typed as well, and an empty result is at its end.
@@ -289,11 +282,8 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     // Autocommit is back on: this insert is seen by another connection without a commit.
     db->execute("insert into t values (4)");
     auto other = data::odbc::open(connectionString());
-    auto rs = other->open("select id from t order by id");
-    ASSERT_EQ(rs->rows().size(), 2u);
-    EXPECT_EQ(rs->rows()[0][0], Value(3));
-    EXPECT_EQ(rs->rows()[1][0], Value(4));
-    rs.reset();
+    EXPECT_EQ(other->open("select id from t order by id")->rows(),
+              (std::vector<std::vector<Value>>{{Value(3)}, {Value(4)}}));
 
     // Committing with none open, or opening a second, is refused.
     databaseError([&] { db->commitTrans(); });

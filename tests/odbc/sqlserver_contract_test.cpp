@@ -4,8 +4,6 @@
 // text boxes against the lengths of the columns they are saved to.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -17,12 +15,9 @@
 #include "common/Conv.h"
 #include "data/TableNames.h"
 #include "data/sqlite/ProcedureCatalog.h"
-#include "data/sqlite/SqliteConnection.h"
-#include "entry/Module.h"
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
-#include "ui/Headless.h"
 
 namespace {
 
@@ -130,19 +125,6 @@ TEST_F(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersP
         for (const auto& f : fields)
             EXPECT_TRUE(server.at(name).columns.count(common::LCase(f))) << name << ": " << f;
     }
-
-    // The exchange rate: the positions set are the inputs, the one read back is the output.
-    const std::string rateReader =
-        functionBody(readSource("src/data/ErrorLog.cpp"), "double GetExchangeRate");
-    const auto& rate = server.at("spGetExchangeRate").parameters;
-    static const std::regex set(R"re(setParameter\((\d+))re"), get(R"re(\bparameter\((\d+)\))re");
-    int sets = 0, gets = 0;
-    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), set), end; m != end; ++m, ++sets)
-        EXPECT_FALSE(rate.at(std::stoul((*m)[1]) - 1).output);  // position 0 is the return value
-    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), get), end; m != end; ++m, ++gets)
-        EXPECT_TRUE(rate.at(std::stoul((*m)[1]) - 1).output);
-    EXPECT_EQ(sets, 3);
-    EXPECT_EQ(gets, 1);
 }
 
 // Each free-text box takes no more characters than its column holds on SQL Server, and the
