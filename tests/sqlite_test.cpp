@@ -35,10 +35,10 @@ protected:
         db = data::sqlite::open(tmp.file("t.db"), options);
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
-            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text collate "
-            "nocase, "
-            "Remarks text collate nocase, Cancelled integer default 0, cancelremarks text collate nocase, "
-            "Posted integer default 0, primary key (CompanyID, TransID))");
+            "DepartmentID "
+            "integer, TransNo text collate nocase, TransDate date, TransType text collate nocase, Remarks "
+            "text "
+            "collate nocase, Cancelled integer default 0, primary key (CompanyID, TransID))");
         db->execute(
             "create table pay (CompanyID integer, PayDate datetime, Kind text collate nocase, Amount real)");
     }
@@ -165,20 +165,18 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     ASSERT_EQ(d.type(), Value::Type::Date);
     EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
 
-    // Literals compared with a date column, in every suite form and on either side.
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader pa where pa.TransDate>='2004/02/15'"),
-              Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where '15/Feb/2004' <= TransDate"), Value(2));
-    EXPECT_EQ(
-        scalar("select count(*) from paPayAccLinkHeader where TransDate between '20040214' and '20040215'"),
-        Value(2));
-    EXPECT_EQ(
-        scalar("select count(*) from paPayAccLinkHeader where TransDate in ('14/02/2004', '01/Mar/2004')"),
-        Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where TransDate = '2004-02-14'"), Value(1));
-    // A text column keeps a date-like literal as it is.
+    // Literals compared with a date column, in every suite form and on either side; a text
+    // column keeps a date-like literal as it is.
     db->execute("update paPayAccLinkHeader set Remarks='2004/02/14' where TransID=1");
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where Remarks='2004/02/14'"), Value(1));
+    for (auto [where, count] : {std::pair{"pa.TransDate>='2004/02/15'", 2},
+                                {"'15/Feb/2004' <= TransDate", 2},
+                                {"TransDate between '20040214' and '20040215'", 2},
+                                {"TransDate in ('14/02/2004', '01/Mar/2004')", 2},
+                                {"TransDate = '2004-02-14'", 1},
+                                {"Remarks='2004/02/14'", 1}})
+        EXPECT_EQ(scalar(std::string("select count(*) from paPayAccLinkHeader pa where ") + where),
+                  Value(count))
+            << where;
 
     // The update binds the date value itself; the time of day is kept only when there is one.
     auto upd =
@@ -193,14 +191,12 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
               Value(DateTime{2004, 2, 20, 10, 30, 0}));
 
     // The latest date in a month, or the literal when none: both come back as dates.
-    EXPECT_EQ(
-        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 2 "
-               "and year(TransDate) = 2004"),
-        Value(DateTime{2004, 2, 20, 10, 30, 0}));
-    EXPECT_EQ(
-        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 4 "
-               "and year(TransDate) = 2004"),
-        Value(DateTime::ymd(2004, 4, 15)));
+    for (auto [month, latest] :
+         {std::pair{2, Value(DateTime{2004, 2, 20, 10, 30, 0})}, {4, Value(DateTime::ymd(2004, 4, 15))}})
+        EXPECT_EQ(scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where "
+                         "month(TransDate) = " +
+                         std::to_string(month) + " and year(TransDate) = 2004"),
+                  latest);
 }
 
 TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
@@ -214,10 +210,10 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
                    "select count(*) as Cnt, sum(Amount) as Total\n"
                    "from pay where CompanyID = @companyid and PayDate between @FromDate and @ToDate\n"
                    "  and Kind = @Type\n");
-    db->execute("insert into pay values (1, '2004-02-01', 'A', 10)");
-    db->execute("insert into pay values (1, '2004-02-29', 'a', 5)");
-    db->execute("insert into pay values (1, '2004-03-01', 'A', 100)");
-    db->execute("insert into pay values (2, '2004-02-10', 'A', 1000)");
+    db->execute(
+        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), (1, '2004-03-01', "
+        "'A', 100), "
+        "(2, '2004-02-10', 'A', 1000)");
 
     // "exec" statements, as the screens send them.
     auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");

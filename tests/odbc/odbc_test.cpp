@@ -310,9 +310,12 @@ TEST_F(OdbcTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryCharacter) {
         insert->refreshParameters();
         const size_t traced = traceText().size();
         const std::vector<std::string> names{kArabic, kHindi, kEmoji, std::string(5000, 'x')};
-        for (size_t i = 0; i < names.size(); ++i)
-            insert->execute({Value(static_cast<int>(i)), Value(1.25), Value(names[i]),
-                             Value(DateTime{2026, 10, 28, 9, 30, 0}), Value()});
+        std::vector<std::vector<Value>> rows;
+        for (size_t i = 0; i < names.size(); ++i) {
+            rows.push_back({Value(static_cast<int>(i)), Value(1.25), Value(names[i]),
+                            Value(DateTime{2026, 10, 28, 9, 30, 0}), Value()});
+            insert->execute(rows.back());
+        }
 
         std::vector<std::string> bound = boundTypes(traceText(), traced);
         ASSERT_GE(bound.size(), 5u);
@@ -330,13 +333,7 @@ TEST_F(OdbcTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryCharacter) {
             EXPECT_EQ(bound[3 * 5 + 2], as(SQL_C_WCHAR, SQL_WLONGVARCHAR));
         }
 
-        auto rs = db->open("select id, name, day, note from t order by id");
-        ASSERT_EQ(rs->rows().size(), names.size());
-        for (size_t i = 0; i < names.size(); ++i) {
-            EXPECT_EQ(rs->rows()[i][1], Value(names[i])) << i;
-            EXPECT_TRUE(rs->rows()[i][3].isNull());
-        }
-        EXPECT_EQ(rs->rows()[0][2].toDate(), (DateTime{2026, 10, 28, 9, 30, 0}));
+        EXPECT_EQ(db->open("select * from t order by id")->rows(), rows);
 
         // Found again by a parameter and by a literal.
         auto find = db->command("select id from t where name = ?", CommandType::Text);
