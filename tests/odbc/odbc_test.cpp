@@ -191,29 +191,21 @@ TEST(OdbcDemo, TheSchemaReadsAsOnTheEmbeddedBackend) {
 
 TEST(OdbcOpen, FailuresCarryTheDriverText) {
     testsupport::TempDir tmp;
-
-    std::string missingLib =
-        databaseError([] { data::odbc::open("DRIVER=/nonexistent/libnothing.so;Database=x"); });
-    EXPECT_NE(missingLib.find("/nonexistent/libnothing.so"), std::string::npos) << missingLib;
-
-    std::string unregistered = databaseError([] { data::odbc::open("DRIVER={No Such Driver};Database=x"); });
-    EXPECT_NE(unregistered.find("No Such Driver"), std::string::npos) << unregistered;
-
-    std::string garbage = databaseError([] { data::odbc::open("this is no connection string"); });
-    EXPECT_NE(garbage.find("Data source name not found"), std::string::npos) << garbage;
-
-    // The driver itself refuses: a database in a folder that does not exist.
-    std::string unreachable =
-        databaseError([&] { data::odbc::open(Registry::connectionString(tmp.file("missing/dir/x.db"))); });
-    EXPECT_NE(unreachable.find("[SQLite]"), std::string::npos) << unreachable;
-
-    // SQL Server's driver, when installed, with no server listening on the port.
-    if (std::string tds = driverPath("libtdsodbc.so"); !tds.empty()) {
-        std::string noServer = databaseError([&] {
-            data::odbc::open("DRIVER=" + tds +
-                             ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4");
-        });
-        EXPECT_NE(noServer.find("[FreeTDS][SQL Server]Unable to connect"), std::string::npos) << noServer;
+    // Connection strings and what their failure names: the driver manager's refusals, the
+    // driver's own (a database in a folder that does not exist) and, when its driver is
+    // installed, SQL Server's with no server listening on the port.
+    std::vector<std::pair<std::string, std::string>> cases{
+        {"DRIVER=/nonexistent/libnothing.so;Database=x", "/nonexistent/libnothing.so"},
+        {"DRIVER={No Such Driver};Database=x", "No Such Driver"},
+        {"this is no connection string", "Data source name not found"},
+        {Registry::connectionString(tmp.file("missing/dir/x.db")), "[SQLite]"}};
+    if (std::string tds = driverPath("libtdsodbc.so"); !tds.empty())
+        cases.push_back(
+            {"DRIVER=" + tds + ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4",
+             "[FreeTDS][SQL Server]Unable to connect"});
+    for (const auto& [connection, named] : cases) {
+        std::string text = databaseError([&] { data::odbc::open(connection); });
+        EXPECT_NE(text.find(named), std::string::npos) << text;
     }
 
     // The same registered driver connects once the database can be made.
