@@ -35,10 +35,8 @@ protected:
         db = data::sqlite::open(tmp.file("t.db"), options);
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
-            "DepartmentID "
-            "integer, TransNo text collate nocase, TransDate date, TransType text collate nocase, Remarks "
-            "text "
-            "collate nocase, Cancelled integer default 0, primary key (CompanyID, TransID))");
+            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text, "
+            "Remarks text collate nocase, Cancelled integer default 0, primary key (CompanyID, TransID))");
         db->execute(
             "create table pay (CompanyID integer, PayDate datetime, Kind text collate nocase, Amount real)");
     }
@@ -71,7 +69,6 @@ protected:
 }  // namespace
 
 TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
-    // Text inside literals and comments is left alone; a blank text converts to 0.
     const std::pair<std::string, Value> cases[] = {
         {"len('ab  ')", Value(2)},
         {"len('  ab')", Value(4)},
@@ -94,7 +91,8 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
         {"convert( int , ' -7 ')", Value(-7)},
         {"CONVERT(INT, 12.9)", Value(12)},
         {"convert(int, null)", Value()},
-        {"convert(int, '  ')", Value(0)},
+        {"convert(int, '  ')", Value(0)},  // a blank text converts to 0
+        // Text inside literals and comments is left alone.
         {"'isnull(len(right(x' -- convert(varchar, 1) *=\n", Value("isnull(len(right(x")},
         {"N'it''s'", Value("it's")},
         {"'PAL/' + '7'", Value("PAL/7")},
