@@ -3,9 +3,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "common/DateTime.h"
@@ -15,41 +12,15 @@
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
 
-using testsupport::TempDir;
-
-namespace {
-
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const common::Error& e) {
-        return e.number();
-    }
-    return 0;
-}
-
-class DataTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        data::sqlite::OpenOptions o;
-        o.create = true;
-        db = data::sqlite::open(tmp.file("data.db"), o);
-        db->execute("create table tblUsers (userid integer, username text collate nocase)");
-        db->execute("insert into tblUsers values (1, 'admin')");
-        db->execute("insert into tblUsers values (2, null)");
-        trace = std::make_shared<data::TraceConnection>(db);
-        data::setComponentFolder(tmp.path().string());
-    }
-    void TearDown() override { data::setComponentFolder(""); }
-
-    TempDir tmp;
-    data::ConnectionPtr db;
-    std::shared_ptr<data::TraceConnection> trace;
-};
-
-}  // namespace
-
-TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
+TEST(DataTest, ErrorLogWritesNineFieldLines) {
+    testsupport::TempDir tmp;
+    data::sqlite::OpenOptions o;
+    o.create = true;
+    auto db = data::sqlite::open(tmp.file("data.db"), o);
+    db->execute("create table tblUsers (userid integer, username text collate nocase)");
+    db->execute("insert into tblUsers values (1, 'admin'), (2, null)");
+    auto trace = std::make_shared<data::TraceConnection>(db);
+    data::setComponentFolder(tmp.path().string());
     data::TableNames names;
     names.pusers = "tblUsers";
     const std::string path = data::errorLogPath();
@@ -95,7 +66,12 @@ TEST_F(DataTest, ErrorLogWritesNineFieldLines) {
     EXPECT_EQ(pos, text.size());
 
     // A failing user lookup raises and writes nothing.
-    data::TableNames unmapped;
-    EXPECT_EQ(errorNumber([&] { data::writeErrorLog(*db, unmapped, e); }), common::err::Database);
+    try {
+        data::writeErrorLog(*db, data::TableNames{}, e);
+        ADD_FAILURE() << "no error raised";
+    } catch (const common::Error& error) {
+        EXPECT_EQ(error.number(), common::err::Database);
+    }
     EXPECT_EQ(testsupport::slurp(path), text);
+    data::setComponentFolder("");
 }

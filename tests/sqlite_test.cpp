@@ -6,11 +6,8 @@
 #include <functional>
 
 #include "TestSupport.h"
-#include "common/Conv.h"
 #include "common/Error.h"
-#include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
-#include "data/sqlite/TsqlAdapter.h"
 
 using common::DateTime;
 using common::Value;
@@ -38,10 +35,8 @@ protected:
         db = data::sqlite::open(tmp.file("t.db"), options);
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
-            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text collate "
-            "nocase, "
-            "Remarks text collate nocase, Cancelled integer default 0, cancelremarks text collate nocase, "
-            "Posted integer default 0, primary key (CompanyID, TransID))");
+            "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text, "
+            "Remarks text collate nocase, Cancelled integer default 0, primary key (CompanyID, TransID))");
         db->execute(
             "create table pay (CompanyID integer, PayDate datetime, Kind text collate nocase, Amount real)");
     }
@@ -74,28 +69,52 @@ protected:
 }  // namespace
 
 TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
-    EXPECT_EQ(scalar("select len('ab  ')"), Value(2));
-    EXPECT_EQ(scalar("select len('  ab')"), Value(4));
-    EXPECT_TRUE(scalar("select len(null)").isNull());
-    EXPECT_EQ(scalar("select LEN('Ünï')"), Value(3));
-    EXPECT_EQ(scalar("select right('X10', 2)"), Value("10"));
-    EXPECT_EQ(scalar("select right('abc', -1)"), Value(""));
-    EXPECT_EQ(scalar("select Right('a  ', 2)"), Value("  "));
-    EXPECT_EQ(scalar("select left('abc', 2)"), Value("ab"));
-    EXPECT_EQ(scalar("select isnumeric('1e5')"), Value(1));
-    EXPECT_EQ(scalar("select isnumeric('X1')"), Value(0));
-    EXPECT_EQ(scalar("select isnumeric(' 1,000.50 ')"), Value(1));
-    EXPECT_EQ(scalar("select isnumeric('1.5.1')"), Value(0));
-    EXPECT_EQ(scalar("select isnumeric(null)"), Value(0));
-    EXPECT_EQ(scalar("select isnumeric(12)"), Value(1));
-    EXPECT_EQ(scalar("select isnull(null, 5)"), Value(5));
-    EXPECT_EQ(scalar("select month('2004-02-14')"), Value(2));
-    EXPECT_EQ(scalar("select year('14/Feb/2004')"), Value(2004));
-    EXPECT_EQ(scalar("select convert(int, '42')"), Value(42));
-    EXPECT_EQ(scalar("select convert( int , ' -7 ')"), Value(-7));
-    EXPECT_EQ(scalar("select CONVERT(INT, 12.9)"), Value(12));
-    EXPECT_TRUE(scalar("select convert(int, null)").isNull());
-    EXPECT_EQ(scalar("select convert(int, '  ')"), Value(0));  // a blank text converts to 0
+    const std::pair<std::string, Value> cases[] = {
+        {"len('ab  ')", Value(2)},
+        {"len('  ab')", Value(4)},
+        {"len(null)", Value()},
+        {"LEN('Ünï')", Value(3)},
+        {"right('X10', 2)", Value("10")},
+        {"right('abc', -1)", Value("")},
+        {"Right('a  ', 2)", Value("  ")},
+        {"left('abc', 2)", Value("ab")},
+        {"isnumeric('1e5')", Value(1)},
+        {"isnumeric('X1')", Value(0)},
+        {"isnumeric(' 1,000.50 ')", Value(1)},
+        {"isnumeric('1.5.1')", Value(0)},
+        {"isnumeric(null)", Value(0)},
+        {"isnumeric(12)", Value(1)},
+        {"isnull(null, 5)", Value(5)},
+        {"month('2004-02-14')", Value(2)},
+        {"year('14/Feb/2004')", Value(2004)},
+        {"convert(int, '42')", Value(42)},
+        {"convert( int , ' -7 ')", Value(-7)},
+        {"CONVERT(INT, 12.9)", Value(12)},
+        {"convert(int, null)", Value()},
+        {"convert(int, '  ')", Value(0)},  // a blank text converts to 0
+        // Text inside literals and comments is left alone.
+        {"'isnull(len(right(x' -- convert(varchar, 1) *=\n", Value("isnull(len(right(x")},
+        {"N'it''s'", Value("it's")},
+        {"'PAL/' + '7'", Value("PAL/7")},
+        {"count(*) from (select 1 as a) where a !< 1 and a !> 1", Value(1)},
+        {"count(*) from (select 2 as a) where a !< 1", Value(1)},
+        // The guarded numbering statement's T-SQL: try_convert gives Null where convert fails,
+        // and LIKE keeps its character classes without telling case apart.
+        {"try_convert(int, '12')", Value(12)},
+        {"try_convert(int, ' -7 ')", Value(-7)},
+        {"try_convert(int, '2147483647')", Value(2147483647)},
+        {"try_convert(int, '1.5')", Value()},
+        {"try_convert(int, '1e5')", Value()},
+        {"try_convert(int, '1,000')", Value()},
+        {"try_convert(int, '3000000000')", Value()},
+        {"case when '12x' like '[0-9]%' then 1 else 0 end", Value(1)},
+        {"case when 'x12' like '[0-9]%' then 1 else 0 end", Value(0)},
+        {"case when 'Bcd' like '[a-c]C_' then 1 else 0 end", Value(1)},
+        {"case when 'dcd' like '[a-c]%' then 1 else 0 end", Value(0)},
+        {"case when 'a*b' like '[a]*%' then 1 else 0 end", Value(1)},
+        {"case when 'axb' like '[a]*%' then 1 else 0 end", Value(0)}};
+    for (const auto& [expression, expected] : cases)
+        EXPECT_EQ(scalar("select " + expression), expected) << expression;
     // A failed conversion is an error naming the value, never 0.
     EXPECT_EQ(errorText([&] { scalar("select convert(int, 'A1')"); }),
               "Conversion failed when converting the varchar value 'A1' to data type int.");
@@ -105,33 +124,6 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
               "The conversion of the varchar value '99999999999' overflowed an int column.");
     EXPECT_EQ(errorText([&] { scalar("select month('not a date')"); }),
               "Conversion failed when converting date and/or time from character string.");
-    // Text inside literals and comments is left alone.
-    EXPECT_EQ(scalar("select 'isnull(len(right(x' -- convert(varchar, 1) *=\n"), Value("isnull(len(right(x"));
-    EXPECT_EQ(scalar("select N'it''s'"), Value("it's"));
-    EXPECT_EQ(scalar("select 'PAL/' + '7'"), Value("PAL/7"));
-    EXPECT_EQ(scalar("select count(*) from (select 1 as a) where a !< 1 and a !> 1"), Value(1));
-    EXPECT_EQ(scalar("select count(*) from (select 2 as a) where a !< 1"), Value(1));
-    // The guarded numbering statement's T-SQL: try_convert gives Null where convert fails, and
-    // LIKE keeps its character classes without telling case apart.
-    const std::pair<std::string, Value> guarded[] = {{"try_convert(int, '12')", Value(12)},
-                                                     {"try_convert(int, ' -7 ')", Value(-7)},
-                                                     {"try_convert(int, '2147483647')", Value(2147483647)},
-                                                     {"try_convert(int, '1.5')", Value()},
-                                                     {"try_convert(int, '1e5')", Value()},
-                                                     {"try_convert(int, '1,000')", Value()},
-                                                     {"try_convert(int, '3000000000')", Value()},
-                                                     {"'12x' like '[0-9]%'", Value(1)},
-                                                     {"'x12' like '[0-9]%'", Value(0)},
-                                                     {"'Bcd' like '[a-c]C_'", Value(1)},
-                                                     {"'dcd' like '[a-c]%'", Value(0)},
-                                                     {"'a*b' like '[a]*%'", Value(1)},
-                                                     {"'axb' like '[a]*%'", Value(0)}};
-    for (const auto& [expression, expected] : guarded)
-        EXPECT_EQ(scalar(expression.find(" like ") == std::string::npos
-                             ? "select " + expression
-                             : "select case when " + expression + " then 1 else 0 end"),
-                  expected)
-            << expression;
     // The server compares text without regard to case also where one side is an expression.
     header(1, "X9", "01/Feb/2004");
     EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where substring(TransNo,1,1)='x'"), Value(1));
@@ -140,20 +132,18 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
 TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {
     db->execute("create table pLoanApplication (laCompanyID integer, laLoanAppID integer)");
     db->execute("create table pLoansIssue (liCompanyID integer, liLoanAppID integer)");
-    std::string outer = errorText([&] {
-        db->open("select count(*) from pLoanApplication a,pLoansIssue b where a.laCompanyID*=b.liCompanyID");
-    });
-    EXPECT_NE(outer.find("'*='"), std::string::npos) << outer;
-    EXPECT_NE(outer.find("not supported"), std::string::npos) << outer;
-    EXPECT_NE(errorText([&] { db->open("select a from t where a =* b"); }).find("'=*'"), std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select convert(varchar, 1)"); }).find("convert(varchar"),
-              std::string::npos);
-    EXPECT_NE(errorText([&] { db->open("select top 1 TransID from paPayAccLinkHeader"); }).find("TOP"),
-              std::string::npos);
-    EXPECT_NE(errorText([&] {
-                  db->open("select dateadd(d, 1, TransDate) from paPayAccLinkHeader");
-              }).find("dateadd"),
-              std::string::npos);
+    for (auto [sql, named] :
+         {std::pair{
+              "select count(*) from pLoanApplication a,pLoansIssue b where a.laCompanyID*=b.liCompanyID",
+              "'*='"},
+          {"select a from t where a =* b", "'=*'"},
+          {"select convert(varchar, 1)", "convert(varchar"},
+          {"select top 1 TransID from paPayAccLinkHeader", "TOP"},
+          {"select dateadd(d, 1, TransDate) from paPayAccLinkHeader", "dateadd"}}) {
+        std::string text = errorText([&] { db->open(sql); });
+        EXPECT_NE(text.find(named), std::string::npos) << text;
+        EXPECT_NE(text.find("not supported"), std::string::npos) << text;
+    }
 }
 
 TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
@@ -173,20 +163,18 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     ASSERT_EQ(d.type(), Value::Type::Date);
     EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
 
-    // Literals compared with a date column, in every suite form and on either side.
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader pa where pa.TransDate>='2004/02/15'"),
-              Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where '15/Feb/2004' <= TransDate"), Value(2));
-    EXPECT_EQ(
-        scalar("select count(*) from paPayAccLinkHeader where TransDate between '20040214' and '20040215'"),
-        Value(2));
-    EXPECT_EQ(
-        scalar("select count(*) from paPayAccLinkHeader where TransDate in ('14/02/2004', '01/Mar/2004')"),
-        Value(2));
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where TransDate = '2004-02-14'"), Value(1));
-    // A text column keeps a date-like literal as it is.
+    // Literals compared with a date column, in every suite form and on either side; a text
+    // column keeps a date-like literal as it is.
     db->execute("update paPayAccLinkHeader set Remarks='2004/02/14' where TransID=1");
-    EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where Remarks='2004/02/14'"), Value(1));
+    for (auto [where, count] : {std::pair{"pa.TransDate>='2004/02/15'", 2},
+                                {"'15/Feb/2004' <= TransDate", 2},
+                                {"TransDate between '20040214' and '20040215'", 2},
+                                {"TransDate in ('14/02/2004', '01/Mar/2004')", 2},
+                                {"TransDate = '2004-02-14'", 1},
+                                {"Remarks='2004/02/14'", 1}})
+        EXPECT_EQ(scalar(std::string("select count(*) from paPayAccLinkHeader pa where ") + where),
+                  Value(count))
+            << where;
 
     // The update binds the date value itself; the time of day is kept only when there is one.
     auto upd =
@@ -201,14 +189,12 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
               Value(DateTime{2004, 2, 20, 10, 30, 0}));
 
     // The latest date in a month, or the literal when none: both come back as dates.
-    EXPECT_EQ(
-        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 2 "
-               "and year(TransDate) = 2004"),
-        Value(DateTime{2004, 2, 20, 10, 30, 0}));
-    EXPECT_EQ(
-        scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where month(TransDate) = 4 "
-               "and year(TransDate) = 2004"),
-        Value(DateTime::ymd(2004, 4, 15)));
+    for (auto [month, latest] :
+         {std::pair{2, Value(DateTime{2004, 2, 20, 10, 30, 0})}, {4, Value(DateTime::ymd(2004, 4, 15))}})
+        EXPECT_EQ(scalar("Select isnull(max(TransDate), '20040415') from paPayAccLinkHeader where "
+                         "month(TransDate) = " +
+                         std::to_string(month) + " and year(TransDate) = 2004"),
+                  latest);
 }
 
 TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
@@ -222,10 +208,10 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
                    "select count(*) as Cnt, sum(Amount) as Total\n"
                    "from pay where CompanyID = @companyid and PayDate between @FromDate and @ToDate\n"
                    "  and Kind = @Type\n");
-    db->execute("insert into pay values (1, '2004-02-01', 'A', 10)");
-    db->execute("insert into pay values (1, '2004-02-29', 'a', 5)");
-    db->execute("insert into pay values (1, '2004-03-01', 'A', 100)");
-    db->execute("insert into pay values (2, '2004-02-10', 'A', 1000)");
+    db->execute(
+        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), (1, '2004-03-01', "
+        "'A', 100), "
+        "(2, '2004-02-10', 'A', 1000)");
 
     // "exec" statements, as the screens send them.
     auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");
@@ -263,13 +249,15 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
     EXPECT_TRUE(cmd->parameter(5).isNull());
 
     // Failures as the server words them.
-    EXPECT_EQ(errorText([&] { db->open("exec spNope 1"); }), "Could not find stored procedure 'spNope'.");
-    EXPECT_EQ(errorText([&] { db->command("spNope", data::CommandType::StoredProc)->refreshParameters(); }),
-              "Could not find stored procedure 'spNope'.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'20040201','20040229','A',1,2"); }),
-              "Procedure or function spPayTotals has too many arguments specified.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'20040201'"); }),
-              "Procedure or function 'spPayTotals' expects parameter '@ToDate', which was not supplied.");
-    EXPECT_EQ(errorText([&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); }),
-              "Error converting data type varchar to datetime.");
+    const std::pair<std::function<void()>, std::string> failures[] = {
+        {[&] { db->open("exec spNope 1"); }, "Could not find stored procedure 'spNope'."},
+        {[&] { db->command("spNope", data::CommandType::StoredProc)->refreshParameters(); },
+         "Could not find stored procedure 'spNope'."},
+        {[&] { db->open("exec spPayTotals 1,'20040201','20040229','A',1,2"); },
+         "Procedure or function spPayTotals has too many arguments specified."},
+        {[&] { db->open("exec spPayTotals 1,'20040201'"); },
+         "Procedure or function 'spPayTotals' expects parameter '@ToDate', which was not supplied."},
+        {[&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); },
+         "Error converting data type varchar to datetime."}};
+    for (const auto& [f, text] : failures) EXPECT_EQ(errorText(f), text);
 }

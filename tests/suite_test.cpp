@@ -1,18 +1,11 @@
 // The suite library's keystroke check of amount boxes.
 #include <gtest/gtest.h>
 
-#include "TestSupport.h"
 #include "suite/CommonModule.h"
 #include "ui/Form.h"
+#include "ui/Headless.h"
 
 namespace {
-
-using testsupport::ModuleTest;
-
-class SuiteTest : public ModuleTest {
-protected:
-    suite::clsCommonGen gen;
-};
 
 class ComboForm : public ui::Form {
 public:
@@ -20,7 +13,9 @@ public:
     ui::TextBox& txtAmount = add<ui::TextBox>("txtAmount");
 };
 
-TEST_F(SuiteTest, TextValidateNumLetsThroughAmountsOnly) {
+TEST(SuiteTest, TextValidateNumLetsThroughAmountsOnly) {
+    ui::HeadlessToolkit toolkit;
+    suite::clsCommonGen gen;
     ComboForm f(toolkit);
     auto& box = f.txtAmount;
     auto key = [&](const std::string& text, char k, int selStart = -1, int selLength = 0) {

@@ -4,8 +4,6 @@
 // text boxes against the lengths of the columns they are saved to.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -17,14 +15,13 @@
 #include "common/Conv.h"
 #include "data/TableNames.h"
 #include "data/sqlite/ProcedureCatalog.h"
-#include "data/sqlite/SqliteConnection.h"
-#include "entry/Module.h"
 #include "journal/frmJournalDetails.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
-#include "ui/Headless.h"
 
 namespace {
+
+using SqlServerContract = testsupport::ModuleTest;
 
 std::string readSource(const std::string& relative) {
     std::string text = testsupport::slurp(std::string(PAYACC_SOURCE_DIR) + "/" + relative);
@@ -93,7 +90,7 @@ std::set<std::string> fieldsRead(const std::string& body) {
     return out;
 }
 
-TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPass) {
+TEST_F(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPass) {
     const auto server = serverProcedures();
     data::sqlite::ProcedureCatalog embedded(std::string(PAYACC_SOURCE_DIR) + "/db/sqlite/procedures");
     ASSERT_EQ(server.size(), 6u);
@@ -128,65 +125,36 @@ TEST(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersPas
         for (const auto& f : fields)
             EXPECT_TRUE(server.at(name).columns.count(common::LCase(f))) << name << ": " << f;
     }
-
-    // The exchange rate: the positions set are the inputs, the one read back is the output.
-    const std::string rateReader =
-        functionBody(readSource("src/data/ErrorLog.cpp"), "double GetExchangeRate");
-    const auto& rate = server.at("spGetExchangeRate").parameters;
-    static const std::regex set(R"re(setParameter\((\d+))re"), get(R"re(\bparameter\((\d+)\))re");
-    int sets = 0, gets = 0;
-    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), set), end; m != end; ++m, ++sets)
-        EXPECT_FALSE(rate.at(std::stoul((*m)[1]) - 1).output);  // position 0 is the return value
-    for (std::sregex_iterator m(rateReader.begin(), rateReader.end(), get), end; m != end; ++m, ++gets)
-        EXPECT_TRUE(rate.at(std::stoul((*m)[1]) - 1).output);
-    EXPECT_EQ(sets, 3);
-    EXPECT_EQ(gets, 1);
 }
 
 // Each free-text box takes no more characters than its column holds on SQL Server, and the
 // embedded schema holds the same.
-TEST(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
+TEST_F(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
     const std::string schema = readSource("db/sqlserver/schema.sql");
-    auto serverLength = [&](const std::string& table, const std::string& column) {
-        auto at = schema.find("CREATE TABLE " + table + " (");
-        std::smatch m;
-        std::string rest = schema.substr(at, schema.find(");", at) - at);
-        EXPECT_TRUE(std::regex_search(rest, m, std::regex("\\n\\s*" + column + "\\s+nvarchar\\((\\d+)\\)")))
-            << table << "." << column;
-        return m.empty() ? 0 : std::stoi(m[1]);
-    };
-
-    testsupport::TempDir tmp;
-    std::string path = tmp.file("demo.db");
-    std::filesystem::copy_file(testsupport::demoTemplate(), path);
-    auto db = data::sqlite::open(path);
-    ui::HeadlessToolkit toolkit;
-    entry::Module module(toolkit);
-    module.session.connection = db;
-    module.session.companyId = 1;
-    module.session.userId = 1;
-    module.session.interfaceId = 60;
-    module.session.processDate = "15/10/2026";
-    data::AssignTableName(*db, module.session.tables);
-
+    data::AssignTableName(*raw, module->session.tables);
     struct Box {
         const ui::TextBox& box;
         std::string table, column, insert;
     };
     const std::vector<Box> boxes{
-        {module.frmPayrollAccountsLinking().txtRemarks, "paPayAccLinkHeader", "Remarks",
+        {module->frmPayrollAccountsLinking().txtRemarks, "paPayAccLinkHeader", "Remarks",
          "insert into paPayAccLinkHeader (CompanyID, TransID, Remarks) values (9, 1, ?)"},
-        {module.frmcancell().txtreason, "paPayAccLinkHeader", "cancelremarks",
+        {module->frmcancell().txtreason, "paPayAccLinkHeader", "cancelremarks",
          "insert into paPayAccLinkHeader (CompanyID, TransID, cancelremarks) values (9, 2, ?)"},
-        {module.frmJournalDetails().txtDescription, "paPayAccLinkPostingDetails", "Description",
+        {module->frmJournalDetails().txtDescription, "paPayAccLinkPostingDetails", "Description",
          "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, Description) values (9, 1, "
          "1, ?)"},
     };
     for (const auto& b : boxes) {
         SCOPED_TRACE(b.column);
-        const int length = serverLength(b.table, b.column);
+        const size_t at = schema.find("CREATE TABLE " + b.table + " (");
+        const std::string table = schema.substr(at, schema.find(");", at) - at);
+        std::smatch m;
+        ASSERT_TRUE(
+            std::regex_search(table, m, std::regex("\\n\\s*" + b.column + "\\s+nvarchar\\((\\d+)\\)")));
+        const int length = std::stoi(m[1]);
         EXPECT_EQ(b.box.maxLength, length);
-        auto insert = db->command(b.insert, data::CommandType::Text);
+        auto insert = raw->command(b.insert, data::CommandType::Text);
         EXPECT_ANY_THROW(insert->execute({common::Value(std::string(static_cast<size_t>(length) + 1, 'x'))}));
         EXPECT_NO_THROW(insert->execute({common::Value(std::string(static_cast<size_t>(length), 'x'))}));
     }
