@@ -112,7 +112,7 @@ TEST_F(JournalTest, CommitChecksComeInOrder) {
     };
     EXPECT_EQ(press(), "Invalid account head or not selected");
     EXPECT_TRUE(ed.cboAccountID.hasFocus());
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbInformation);
     ASSERT_TRUE(ed.cboAccountID.userSelectText("Wages Control"));
     ed.txtDescription.userType("   ");
     EXPECT_EQ(press(), "Description not entered");

@@ -9,7 +9,7 @@ using EditTest = LinkingTest;
 TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
     auto& posted = openEdit(1);
     ASSERT_EQ(lastMessage(), "Record posted. Can't Edit.");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbInformation);
     EXPECT_FALSE(posted.cmdOk.enabled());
     EXPECT_FALSE(posted.fraPostingDetails.enabled());
     EXPECT_FALSE(posted.fraTransactionDetails.enabled());

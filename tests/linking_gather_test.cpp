@@ -137,7 +137,7 @@ TEST_F(GatherTest, SelectAllCountsRowsAlreadyTickedOnceAndAsksBeforeDroppingThem
     f.chkSelectAll.userClick();
     ASSERT_EQ(toolkit.messages.size(), 1u);
     EXPECT_EQ(lastMessage(), "All the selected details will be lost. Do you want to continye?");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbYesNo + ui::vbQuestion + ui::vbDefaultButton2);
     EXPECT_EQ(f.chkSelectAll.value(), 1);
     EXPECT_EQ(dump(f.lvwPostingDetails), before);
     EXPECT_FALSE(f.SelectingAll);
@@ -163,7 +163,7 @@ TEST_F(GatherTest, ShowNeedsATypeAndADepartmentAndPaymentsGoStraightToTheDetailL
     EXPECT_EQ(f.dtpTransDate.value(), DateTime::ymd(2026, 10, 15));
     f.cmdShow.userClick();
     EXPECT_EQ(lastMessage(), "Select a type.");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbInformation);
     EXPECT_EQ(f.activeControl(), &f.cboType);
     f.cboType.userSelectText("Payroll");
     f.cmdShow.userClick();

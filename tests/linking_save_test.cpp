@@ -68,8 +68,7 @@ TEST_F(SaveTest, ChecksComeInOrderWithTheirMessagesAndFocus) {
         toolkit.messages.clear();
         f.cmdOk.userClick();
         EXPECT_EQ(toolkit.messages.size(), 1u);
-        return toolkit.messages.empty() ? ""
-                                        : lastMessage() + " " + std::to_string(toolkit.lastMessage()->style);
+        return toolkit.messages.empty() ? "" : lastMessage() + " " + std::to_string(lastBox(toolkit).style);
     };
     const std::string info = " " + std::to_string(ui::vbOKOnly + ui::vbInformation);
 
@@ -206,7 +205,7 @@ TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     toolkit.answers.push_back(ui::vbNo);
     f.cmdClose.userClick();
     EXPECT_EQ(lastMessage(), "Save Changes?");
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbYesNo + ui::vbInformation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbYesNo + ui::vbInformation);
     EXPECT_FALSE(linkingOpen());
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader"), 6);
 }

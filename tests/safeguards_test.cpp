@@ -76,17 +76,17 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSaveAndPaymentsAreFlagg
         theirs.cmdOk.userClick();
         ASSERT_TRUE(second.linkingOpen());
         ASSERT_TRUE(second.toolkit.lastMessage());
-        EXPECT_EQ(second.toolkit.lastMessage()->text,
+        EXPECT_EQ(lastBox(second.toolkit).text,
                   "Entry " + number +
                       " has linked some of the ticked transactions since they were listed; press Show "
                       "again to list the ones still open.");
-        EXPECT_EQ(second.toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbInformation);
+        EXPECT_EQ(lastBox(second.toolkit).style, ui::vbOKOnly + ui::vbInformation);
         EXPECT_EQ(this->dump(theirs.lvwPostingDetails), dump);
         EXPECT_EQ(theirs.txtTransNo.text(), "");
         // The screen is as unsaved as before: closing it asks.
         second.toolkit.answers = {ui::vbNo};
         theirs.cmdClose.userClick();
-        EXPECT_EQ(second.toolkit.lastMessage()->text, "Save Changes?");
+        EXPECT_EQ(lastBox(second.toolkit).text, "Save Changes?");
         EXPECT_FALSE(second.linkingOpen());
     }
     // Each source is linked by one live entry.
@@ -148,7 +148,7 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     const std::string before = state();
 
     editing.cmdOk.userClick();
-    EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToEdit);
+    EXPECT_EQ(lastBox(stale.toolkit).text, kClosedToEdit);
     stale.toolkit.answers = {ui::vbNo};
     editing.cmdClose.userClick();
     ASSERT_FALSE(stale.linkingOpen());
@@ -157,7 +157,7 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     stale.module.FrmMaster().CmdDelete.userClick();
     stale.module.frmcancell().txtreason.userType("second reason");
     stale.module.frmcancell().cmdok.userClick();
-    EXPECT_EQ(stale.toolkit.lastMessage()->text, kClosedToCancel);
+    EXPECT_EQ(lastBox(stale.toolkit).text, kClosedToCancel);
     EXPECT_FALSE(stale.module.isLoaded("frmcancell"));
     EXPECT_EQ(state(), before);
     EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
@@ -298,7 +298,7 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     trace->beforeEach = nullptr;
     EXPECT_EQ(lastMessage(), "number statement failed");
     ASSERT_NE(toolkit.lastMessage(), nullptr);
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbExclamation);
     std::string log = testsupport::slurp(data::errorLogPath());
     EXPECT_NE(log.find("Employeeexit:"), std::string::npos) << log;
     EXPECT_NE(log.find(":Generateexitno:N\r\n"), std::string::npos) << log;
@@ -315,7 +315,7 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     module->session.connection = trace;
     browser();
     EXPECT_TRUE(module->isLoaded("FrmMaster"));
-    EXPECT_EQ(toolkit.lastMessage()->style, ui::vbOKOnly + ui::vbExclamation);
+    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbExclamation);
     log = testsupport::slurp(data::errorLogPath());
     EXPECT_NE(log.find("FrmMaster:"), std::string::npos) << log;
     EXPECT_NE(log.find(":AssignTableName:N\r\n"), std::string::npos) << log;
