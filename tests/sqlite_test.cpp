@@ -140,7 +140,7 @@ TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {
           {"select convert(varchar, 1)", "convert(varchar"},
           {"select top 1 TransID from paPayAccLinkHeader", "TOP"},
           {"select dateadd(d, 1, TransDate) from paPayAccLinkHeader", "dateadd"}}) {
-        std::string text = errorText([&] { db->open(sql); });
+        std::string text = errorText([&, s = sql] { db->open(s); });
         EXPECT_NE(text.find(named), std::string::npos) << text;
         EXPECT_NE(text.find("not supported"), std::string::npos) << text;
     }

@@ -1,5 +1,6 @@
 #include "browser/PostAllDepartments.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -82,15 +83,21 @@ int countSources(linking::frmPayrollAccountsLinking& f) {
     return static_cast<int>(ids.size());
 }
 
-// printf into a string.
-template <class... A>
-void appendf(std::string& out, const char* format, A... args) {
-    const int n = std::snprintf(nullptr, 0, format, args...);
-    if (n <= 0) return;
-    const size_t at = out.size();
-    out.resize(at + static_cast<size_t>(n) + 1);
-    std::snprintf(out.data() + at, static_cast<size_t>(n) + 1, format, args...);
-    out.pop_back();
+// printf into a string; the attribute lets the compiler check each format against its values.
+__attribute__((format(printf, 2, 3))) void appendf(std::string& out, const char* format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    std::va_list again;
+    va_copy(again, args);
+    const int n = std::vsnprintf(nullptr, 0, format, args);
+    va_end(args);
+    if (n > 0) {
+        const size_t at = out.size();
+        out.resize(at + static_cast<size_t>(n) + 1);
+        std::vsnprintf(out.data() + at, static_cast<size_t>(n) + 1, format, again);
+        out.pop_back();
+    }
+    va_end(again);
 }
 
 std::string amount(double v) {

@@ -204,7 +204,7 @@ TEST(OdbcOpen, FailuresCarryTheDriverText) {
             {"DRIVER=" + tds + ";SERVER=127.0.0.1;PORT=1;DATABASE=payroll;UID=sa;PWD=x;TDS_Version=7.4",
              "[FreeTDS][SQL Server]Unable to connect"});
     for (const auto& [connection, named] : cases) {
-        std::string text = databaseError([&] { data::odbc::open(connection); });
+        std::string text = databaseError([&c = connection] { data::odbc::open(c); });
         EXPECT_NE(text.find(named), std::string::npos) << text;
     }
 
