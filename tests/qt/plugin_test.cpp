@@ -1,5 +1,7 @@
 // The component loaded from its shared library as a host loads it: by file name, through the
 // C factory, with the library's own Qt toolkit.
+#include "entry/Plugin.h"
+
 #include <dlfcn.h>
 
 #include <QTableView>
@@ -13,7 +15,8 @@
 namespace guitest {
 namespace {
 
-struct Handle;
+// The header's own handle type: a call through a pointer of another type is undefined.
+using Handle = QORPayAccLinkingHandle;
 using SetText = void(Handle*, const char*);
 using SetNumber = void(Handle*, int32_t);
 
