@@ -27,7 +27,14 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/payacclink.desktop
         DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/payacclink.svg
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/payacclink.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# Manual pages go in compressed, without a time stamp, so two builds give the same package.
+find_program(PAYACC_GZIP gzip REQUIRED)
+set(PAYACC_MANPAGE ${PROJECT_BINARY_DIR}/payacclink.1.gz)
+add_custom_command(OUTPUT ${PAYACC_MANPAGE}
+                   COMMAND ${PAYACC_GZIP} -9 -n -c ${PROJECT_SOURCE_DIR}/packaging/payacclink.1 > ${PAYACC_MANPAGE}
+                   DEPENDS ${PROJECT_SOURCE_DIR}/packaging/payacclink.1 VERBATIM)
+add_custom_target(payacc_manpage ALL DEPENDS ${PAYACC_MANPAGE})
+install(FILES ${PAYACC_MANPAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/scripts/examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 # The same database for SQL Server, and the embedded procedures as a starting point for an
