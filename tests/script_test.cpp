@@ -47,9 +47,11 @@ public:
             txtName.setText(a == vbYes ? "yes" : "no");
         };
         cmdFail.Click = [] { throw common::Error(5, "frmMain", "Invalid procedure call or argument"); };
+        cboNote.Change = [this] { noteChanges += cboNote.text() + "|"; };
     }
     TextBox& txtName = add<TextBox>("txtName");
     ComboBox& cboType = add<ComboBox>("cboType", nullptr, ComboBox::Style::DropDownList);
+    ComboBox& cboNote = add<ComboBox>("cboNote");
     CheckBox& chkFlag = add<CheckBox>("chkFlag", "Flag");
     ListView& lvwItems = add<ListView>("lvwItems");
     FlexGrid& grid = add<FlexGrid>("grid");
@@ -60,6 +62,7 @@ public:
     CommandButton& cmdDisabled = add<CommandButton>("cmdDisabled", "&Never");
     bool afterChild = false;
     bool unloadRan = false;
+    std::string noteChanges;
     void Form_Unload(int&) override { unloadRan = true; }
 };
 
@@ -67,7 +70,7 @@ struct Outcome {
     int status;
     std::string out;
     bool afterChild, unloadRan;
-    std::string name;
+    std::string name, noteChanges;
 };
 
 // Runs a script on a fresh main form, as the host shows it.
@@ -81,7 +84,7 @@ Outcome run(const std::string& script) {
     std::ostringstream out;
     script::ScriptRunner runner(tk, out);
     const int status = runner.run(in, [&] { tk.showModal(main); });
-    return {status, out.str(), main.afterChild, main.unloadRan, main.txtName.text()};
+    return {status, out.str(), main.afterChild, main.unloadRan, main.txtName.text(), main.noteChanges};
 }
 
 TEST(ScriptTest, ModalFormsTakeTheLinesUntilTheyUnload) {
@@ -92,6 +95,7 @@ set txtName Alice
 expect txtName Alice
 select cboType Savings
 expect cboType.listindex 1
+type cboNote Zoë😀
 check chkFlag 1
 click cmdOpen
 expect frmMain.txtName Alice
@@ -115,9 +119,11 @@ close
               "MSGBOX \"Test\" \"Continue?\" [Yes/No] -> Yes\n"
               "ERROR 5: Invalid procedure call or argument\n"
               "UNLOAD frmMain\n"
-              "FAIL line 18: the command raised an error that no handler caught\n");
+              "FAIL line 19: the command raised an error that no handler caught\n");
     EXPECT_TRUE(r.afterChild);
     EXPECT_TRUE(r.unloadRan);
+    // An editable combo takes typed text a whole character at a time.
+    EXPECT_EQ(r.noteChanges, "Z|Zo|Zoë|Zoë😀|");
 }
 
 TEST(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {

@@ -138,6 +138,22 @@ bool previewKeyPress(Form& f, int16_t& k) {
     if (f.keyPreview) f.Form_KeyPress(k);
     return k != 0;
 }
+// A code beyond ASCII stands for that character (the classic KeyAscii of a code page).
+std::string characterOf(int16_t keyAscii) {
+    const auto code = static_cast<char32_t>(static_cast<uint16_t>(keyAscii));
+    return code < 0x80 ? std::string(1, static_cast<char>(code)) : common::utf8Encode(code);
+}
+// Text typed a key per character: the key's code (a '?' beyond 16 bits, as the classic
+// KeyAscii has it) and the whole character, whatever its length in UTF-8.
+template <class TypeKey>
+void typeEach(const std::string& text, TypeKey&& typeKey) {
+    const std::string valid = common::validUtf8(text);
+    for (size_t pos = 0; pos < valid.size();) {
+        const size_t at = pos;
+        const char32_t c = common::utf8Next(valid, pos);
+        typeKey(static_cast<int16_t>(c < 0x8000 ? c : U'?'), valid.substr(at, pos - at));
+    }
+}
 }  // namespace
 
 // ---------------------------------------------------------------------------------------
@@ -213,11 +229,7 @@ bool TextBox::refuseNul(const std::string& text) {
     return true;
 }
 
-void TextBox::userKey(int16_t keyAscii) {
-    // A code beyond ASCII stands for that character (the classic KeyAscii of a code page).
-    const auto code = static_cast<char32_t>(static_cast<uint16_t>(keyAscii));
-    typeKey(keyAscii, code < 0x80 ? std::string(1, static_cast<char>(code)) : common::utf8Encode(code));
-}
+void TextBox::userKey(int16_t keyAscii) { typeKey(keyAscii, characterOf(keyAscii)); }
 
 void TextBox::typeKey(int16_t keyAscii, const std::string& character) {
     if (!reachable()) return;
@@ -264,13 +276,7 @@ void TextBox::typeKey(int16_t keyAscii, const std::string& character) {
 
 void TextBox::userType(const std::string& text) {
     if (reachable() && refuseNul(text)) return;
-    const std::string valid = common::validUtf8(text);
-    for (size_t pos = 0; pos < valid.size();) {
-        const size_t at = pos;
-        const char32_t c = common::utf8Next(valid, pos);
-        const auto keyAscii = static_cast<int16_t>(c < 0x8000 ? c : U'?');
-        typeKey(keyAscii, valid.substr(at, pos - at));
-    }
+    typeEach(text, [this](int16_t keyAscii, const std::string& character) { typeKey(keyAscii, character); });
 }
 
 void TextBox::userPaste(const std::string& text) {
@@ -409,9 +415,15 @@ bool ComboBox::userSelectText(const std::string& text) {
     return true;
 }
 
-void ComboBox::userKey(int16_t keyAscii) {
+void ComboBox::userKey(int16_t keyAscii) { typeKey(keyAscii, characterOf(keyAscii)); }
+
+void ComboBox::userType(const std::string& text) {
+    typeEach(text, [this](int16_t keyAscii, const std::string& character) { typeKey(keyAscii, character); });
+}
+
+void ComboBox::typeKey(int16_t keyAscii, const std::string& character) {
     if (!reachable()) return;
-    userEvent([this, keyAscii] {
+    userEvent([this, keyAscii, &character] {
         takeFocus(*this);
         int16_t shift = 0;
         int16_t code = keyCodeOf(keyAscii, shift);
@@ -439,15 +451,12 @@ void ComboBox::userKey(int16_t keyAscii) {
             }
             return;
         }
-        // Keys up to 255 arrive a byte at a time (a script types UTF-8 text byte by byte);
-        // Backspace takes off the whole last character, never half of one.
+        // Backspace takes off the whole last character; a key KeyPress changed types its own.
         std::string next = text_;
         if (k == vbKeyBack) {
             if (!next.empty()) next.resize(common::utf8Offset(next, common::utf8Length(next) - 1));
-        } else if (static_cast<uint16_t>(k) <= 0xFF) {
-            next.push_back(static_cast<char>(k));
         } else {
-            next += common::utf8Encode(static_cast<uint16_t>(k));
+            next += k == keyAscii ? character : characterOf(k);
         }
         if (next == text_) return;
         text_ = std::move(next);

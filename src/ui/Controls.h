@@ -221,8 +221,11 @@ public:
     void userSelect(int index);
     bool userSelectText(const std::string& text);  // false when no such item
     void userKey(int16_t keyAscii);
+    void userType(const std::string& text);  // a key per character, as a keyboard types it
 
 private:
+    void typeKey(int16_t keyAscii, const std::string& character);
+
     struct Item {
         std::string text;
         int64_t data = 0;

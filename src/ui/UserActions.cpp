@@ -211,7 +211,7 @@ void UserActions::type(const ScriptLine& line) {
     if (auto* text = dynamic_cast<TextBox*>(&c))
         text->userType(line.text);
     else if (auto* combo = dynamic_cast<ComboBox*>(&c))
-        for (char ch : line.text) combo->userKey(static_cast<int16_t>(static_cast<unsigned char>(ch)));
+        combo->userType(line.text);
     else
         fail(name + " (" + c.typeName() + ") takes no typing");
 }
