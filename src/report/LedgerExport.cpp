@@ -11,24 +11,14 @@
 #include <stdexcept>
 
 #include "common/Conv.h"
-#include "common/TransactionTypes.h"
+#include "report/Fields.h"
 
 namespace report {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string text(const common::Value& v) { return common::Trim(v.joinText()); }
-double number(const common::Value& v) { return v.isNull() ? 0.0 : v.toDouble(); }
-
-std::string typeName(const std::string& code) {
-    for (const auto& t : common::kTransactionTypes)
-        if (common::EqualsNoCase(code, t.code)) return t.name;
-    return code;
-}
-
-}  // namespace
+using fields::number;
+using fields::text;
+using fields::typeName;
 
 std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& from,
                                       const common::DateTime& to, bool includeCancelled) {

@@ -7,17 +7,18 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
-#include "common/TransactionTypes.h"
+#include "report/Fields.h"
 
 namespace report {
 
 namespace {
 
+using fields::number;
+using fields::text;
+using fields::typeName;
+
 // Reading a record that is not there, as the suite's data access reports it.
 constexpr int kNoCurrentRecord = 3021;
-
-std::string text(const common::Value& v) { return common::Trim(v.joinText()); }
-double number(const common::Value& v) { return v.isNull() ? 0.0 : v.toDouble(); }
 
 // A date column, or an aggregate over one that some backends hand back as text.
 std::string dateText(const common::Value& v) {
@@ -25,12 +26,6 @@ std::string dateText(const common::Value& v) {
     if (const common::DateTime* d = v.asDate()) return common::formatDate(*d, "dd/MM/yyyy");
     const std::optional<common::DateTime> d = common::parseDate(text(v));
     return d ? common::formatDate(*d, "dd/MM/yyyy") : text(v);
-}
-
-std::string typeName(const std::string& code) {
-    for (const auto& t : common::kTransactionTypes)
-        if (common::EqualsNoCase(code, t.code)) return t.name;
-    return code;
 }
 
 void readHeader(const Session& s, int32_t transId, Voucher& v) {
