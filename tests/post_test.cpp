@@ -118,7 +118,6 @@ TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPos
 
 TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
     // Where a complete run ends.
-    const std::string start = written();
     ASSERT_EQ(post(kOctober).status, 0);
     const std::string complete = written();
     std::filesystem::remove(tmp.file("demo.db"));
@@ -142,7 +141,6 @@ TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
                      "on h.CompanyID = d.CompanyID and h.TransID = d.TransID where h.Cancelled = 0 and "
                      "d.CompanyID = 1 and d.RefTransID = m.mppProcessID and h.TransType = 'P')"),
               "0");
-    EXPECT_NE(written(), start);
     Result rest = post(kOctober);
     EXPECT_EQ(rest.status, 0) << rest.err;
     EXPECT_NE(rest.out.find("3 posted, 2 with nothing to post"), std::string::npos) << rest.out;
