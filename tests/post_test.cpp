@@ -42,8 +42,7 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
     Result dry = post(kOctober + " --dry-run");
     ASSERT_EQ(dry.status, 0) << dry.err;
     EXPECT_EQ(written(), before);
-    EXPECT_NE(dry.out.find("Basic Salaries - INR"), std::string::npos) << "the posting lines are shown\n"
-                                                                       << dry.out;
+    EXPECT_NE(dry.out.find("Basic Salaries - INR"), std::string::npos) << dry.out;  // its posting lines
     EXPECT_NE(dry.out.find("5 would post"), std::string::npos) << dry.out;
 
     Result run = post(kOctober + " --remarks 'October payroll'");
@@ -60,7 +59,6 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
                      "TransType = 'P' and TransDate = '2026-10-28'"),
               "5");
     const std::string after = written();
-    EXPECT_NE(after, before);
 
     Result again = post(kOctober);
     EXPECT_EQ(again.status, 0);
