@@ -1,16 +1,10 @@
 // The script runner on two small forms of the tests' own: commands, nesting of modal forms,
-// the transcript, dumps and how a script fails; and the fuzz targets' checks on every seed of
-// the fuzz corpus.
+// the transcript, dumps and how a script fails.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <sstream>
 #include <string>
 
-#include "../fuzz/DateCheck.h"
-#include "../fuzz/ScriptCheck.h"
-#include "../fuzz/TsqlCheck.h"
-#include "../fuzz/ValCheck.h"
 #include "TestSupport.h"
 #include "common/Error.h"
 #include "script/ScriptRunner.h"
@@ -168,29 +162,6 @@ TEST(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
     Outcome r = run("set txtName Alice\nfrobnicate\n");
     EXPECT_EQ(r.out, "FAIL line 2: unknown command 'frobnicate'\n");
     EXPECT_EQ(r.name, "");
-}
-
-TEST(FuzzSeeds, EverySeedKeepsItsTargetsInvariants) {
-    const struct {
-        const char* target;
-        void (*check)(std::string_view);
-    } targets[] = {{"val_fuzz", fuzzcheck::checkValInput},
-                   {"date_fuzz", fuzzcheck::checkDateInput},
-                   {"tsql_adapter_fuzz", fuzzcheck::checkTsqlInput},
-                   {"script_fuzz", fuzzcheck::checkScriptInput}};
-    for (const auto& t : targets) {
-        int seeds = 0;
-        for (const auto& entry : std::filesystem::directory_iterator(std::string(PAYACC_SOURCE_DIR) +
-                                                                     "/fuzz/corpus/" + t.target)) {
-            try {
-                t.check(testsupport::slurp(entry.path().string()));
-            } catch (const std::exception& e) {  // a fuzzcheck::Violation, or anything else
-                ADD_FAILURE() << entry.path() << ": " << e.what();
-            }
-            ++seeds;
-        }
-        EXPECT_GE(seeds, 3) << t.target << " has lost its seeds";
-    }
 }
 
 }  // namespace
