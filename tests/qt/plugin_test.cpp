@@ -53,14 +53,11 @@ TEST_F(GuiTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     // The browser shows until the host's user closes it.
     int gridRows = -1;
     QString title;
-    whenReady([] { return visible("FrmMaster") != nullptr; },
-              [&] {
-                  QWidget* browser = visible("FrmMaster");
-                  title = browser->windowTitle();
-                  if (auto* grid = browser->findChild<QTableView*>("flexMaster"))
-                      gridRows = grid->model()->rowCount();
-                  QTest::mouseClick(browser->findChild<QPushButton*>("CmdClose"), Qt::LeftButton);
-              });
+    whenShown("FrmMaster", [&](QWidget& browser) {
+        title = browser.windowTitle();
+        if (auto* grid = browser.findChild<QTableView*>("flexMaster")) gridRows = grid->model()->rowCount();
+        QTest::mouseClick(browser.findChild<QPushButton*>("CmdClose"), Qt::LeftButton);
+    });
     QObject watchdog;  // its timer goes with it
     QTimer::singleShot(30000, &watchdog, [] {
         if (QWidget* browser = visible("FrmMaster")) {
