@@ -62,21 +62,17 @@ public:
     ui::FlexGrid& flexBig = add<ui::FlexGrid>("flexBig");
 };
 
-template <class W>
-W* addTo(QWidget& root, const char* name) {
-    auto* w = new W(&root);
-    w->setObjectName(name);
-    root.layout()->addWidget(w);
-    return w;
-}
-
 TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     BigForm form(toolkit);
     QWidget root;
-    new QVBoxLayout(&root);
-    auto* label = addTo<QLabel>(root, "lblTitle");
-    auto* tree = addTo<QTreeView>(root, "lvwBig");
-    auto* table = addTo<QTableView>(root, "flexBig");
+    auto* layout = new QVBoxLayout(&root);
+    auto add = [layout](auto* w, const char* name) {
+        w->setObjectName(name), layout->addWidget(w);
+        return w;
+    };
+    auto* label = add(new QLabel, "lblTitle");
+    auto* tree = add(new QTreeView, "lvwBig");
+    auto* table = add(new QTableView, "flexBig");
     qtui::Binder binder(form, &root);
     // A label without a buddy would show the ampersand itself.
     EXPECT_EQ(label->text().toStdString(), "Entries");

@@ -125,26 +125,18 @@ protected:
     void showModal(ui::Form& form, const std::function<void(qtui::FormDialog&)>& drive) {
         bool driven = false;
         QTimer::singleShot(0, [&] {
-            qtui::FormDialog* dialog = toolkit.windowOf(form);
-            if (dialog == nullptr) {
-                ADD_FAILURE() << "the form is not shown";
-                return;
-            }
-            driven = true;
-            drive(*dialog);
+            if (qtui::FormDialog* dialog = toolkit.windowOf(form)) driven = true, drive(*dialog);
         });
-        QTimer watchdog;
-        watchdog.setSingleShot(true);
-        QObject::connect(&watchdog, &QTimer::timeout, [&] {
+        QObject watchdog;  // its timer goes with it
+        QTimer::singleShot(30000, &watchdog, [&] {
             if (toolkit.windowOf(form) == nullptr) return;
             ADD_FAILURE() << "the form stayed open";
             if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
             while (QMessageBox* box = visible<QMessageBox>()) box->done(0);
             while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
-        watchdog.start(30000);
         module->showModal(form);
-        EXPECT_TRUE(driven);
+        EXPECT_TRUE(driven) << "the form is not shown";
     }
 
     template <class W>
