@@ -123,15 +123,13 @@ TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     EXPECT_FALSE(grid->index(1, 1).data(Qt::BackgroundRole).isValid());
 
     // The current cell follows the model, and the user's move reaches it as RowColChange.
-    int rowColChanges = 0;
-    form.flexBig.RowColChange = [&] { ++rowColChanges; };
     form.flexBig.setRow(5);
     EXPECT_EQ(table->currentIndex().row(), 4);
-    const int beforeUser = rowColChanges;
+    int rowColChanges = 0;
+    form.flexBig.RowColChange = [&] { ++rowColChanges; };
     table->setCurrentIndex(grid->index(9, 2));
-    EXPECT_EQ(form.flexBig.row(), 10);
-    EXPECT_EQ(form.flexBig.col(), 2);
-    EXPECT_EQ(rowColChanges, beforeUser + 1);
+    EXPECT_TRUE(form.flexBig.row() == 10 && form.flexBig.col() == 2);
+    EXPECT_EQ(rowColChanges, 1);
 
     // An error that the handler does not catch stops at the event and is shown.
     form.flexBig.DblClick = [] { common::raise(5, "BigForm", "Invalid procedure call or argument"); };

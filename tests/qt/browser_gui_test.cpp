@@ -32,15 +32,13 @@ TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
         int row = 1;
         while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/2") ++row;
         master.flexMaster.userSelectCell(row, 1);
-        auto preview = [] { return qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget()); };
-        whenReady([&] { return preview() != nullptr; },
-                  [&] {
-                      previewTitle = preview()->windowTitle();
-                      auto* view = preview()->findChild<QPrintPreviewWidget*>();
-                      waitFor([&] { return view != nullptr && view->pageCount() > 0; });
-                      previewPages = view != nullptr ? view->pageCount() : 0;
-                      preview()->reject();
-                  });
+        whenShown<QPrintPreviewDialog>({}, [&](QPrintPreviewDialog& preview) {
+            previewTitle = preview.windowTitle();
+            auto* view = preview.findChild<QPrintPreviewWidget*>();
+            waitFor([&] { return view != nullptr && view->pageCount() > 0; });
+            previewPages = view != nullptr ? view->pageCount() : 0;
+            preview.reject();
+        });
         QTest::mouseClick(widget<QPushButton>(window, "cmdPrint"), Qt::LeftButton);
 
         whenShown("PostAllDepartments", [](QWidget& d) {

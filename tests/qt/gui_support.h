@@ -70,9 +70,10 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
     poll->start(10);
 }
 
-// Runs action on the named top-level window once it shows.
-inline void whenShown(const QString& name, const std::function<void(QWidget&)>& action) {
-    whenReady([name] { return visible(name) != nullptr; }, [name, action] { action(*visible(name)); });
+// Runs action on the top-level window of that class (and name) once it shows.
+template <class W = QWidget, class Action>
+void whenShown(const QString& name, Action action) {
+    whenReady([name] { return visible<W>(name) != nullptr; }, [name, action] { action(*visible<W>(name)); });
 }
 
 // What a message box showed.

@@ -13,8 +13,6 @@ namespace {
 
 // The header's own handle type: a call through a pointer of another type is undefined.
 using Handle = QORPayAccLinkingHandle;
-using SetText = void(Handle*, const char*);
-using SetNumber = void(Handle*, int32_t);
 
 template <class F>
 F* symbol(void* lib, const std::string& name) {
@@ -46,9 +44,9 @@ TEST_F(GuiTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     for (auto [name, text] : {std::pair{"SetProjectKey", "KTNB/QM/WRLD/417"},
                               {"SetMsgboxTitle", "Host Title"},
                               {"SetProcessDate", "15/10/2026"}})
-        if (auto set = symbol<SetText>(lib, name)) set(h, text);
+        if (auto set = symbol<void(Handle*, const char*)>(lib, name)) set(h, text);
     for (auto [name, number] : {std::pair{"SetUserID", 1}, {"SetCompanyID", 1}, {"SetInterfaceID", 60}})
-        if (auto set = symbol<SetNumber>(lib, name)) set(h, number);
+        if (auto set = symbol<void(Handle*, int32_t)>(lib, name)) set(h, number);
 
     // The browser shows until the host's user closes it.
     int gridRows = -1;
