@@ -22,7 +22,6 @@
 #include "gui_support.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "qt/ItemLook.h"
-#include "qt/ItemModels.h"
 #include "qt/PostingTotals.h"
 #include "qt/Presentation.h"
 #include "qt/WindowFit.h"
