@@ -25,42 +25,33 @@ TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
         // The option buttons show their models, also when the user's click changes them.
         auto* ascending = widget<QRadioButton>(window, "optAscend");
         auto* descending = widget<QRadioButton>(window, "optDescend");
-        EXPECT_TRUE(ascending->isChecked());
-        EXPECT_FALSE(descending->isChecked());
+        EXPECT_TRUE(ascending->isChecked() && !descending->isChecked());
         QTest::mouseClick(descending, Qt::LeftButton);
-        EXPECT_TRUE(master.optDescend.value());
-        EXPECT_TRUE(descending->isChecked());
-        EXPECT_FALSE(ascending->isChecked());
+        EXPECT_TRUE(master.optDescend.value() && descending->isChecked() && !ascending->isChecked());
 
         int row = 1;
         while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/2") ++row;
         master.flexMaster.userSelectCell(row, 1);
-        auto preview = [] { return qobject_cast<QPrintPreviewDialog*>(QApplication::activeModalWidget()); };
-        whenReady([&] { return preview() != nullptr; },
-                  [&] {
-                      previewTitle = preview()->windowTitle();
-                      auto* view = preview()->findChild<QPrintPreviewWidget*>();
-                      waitFor([&] { return view != nullptr && view->pageCount() > 0; });
-                      previewPages = view != nullptr ? view->pageCount() : 0;
-                      preview()->reject();
-                  });
+        whenShown<QPrintPreviewDialog>({}, [&](QPrintPreviewDialog& preview) {
+            previewTitle = preview.windowTitle();
+            auto* view = preview.findChild<QPrintPreviewWidget*>();
+            waitFor([&] { return view != nullptr && view->pageCount() > 0; });
+            previewPages = view != nullptr ? view->pageCount() : 0;
+            preview.reject();
+        });
         QTest::mouseClick(widget<QPushButton>(window, "cmdPrint"), Qt::LeftButton);
 
-        whenReady([] { return visible("PostAllDepartments") != nullptr; },
-                  [] {
-                      QWidget* d = visible("PostAllDepartments");
-                      d->findChild<QComboBox*>("type")->setCurrentText("Payroll");
-                      d->findChild<QDateEdit*>("from")->setDate(QDate(2026, 10, 1));
-                      d->findChild<QDateEdit*>("to")->setDate(QDate(2026, 10, 31));
-                      d->findChild<QLineEdit*>("remarks")->setText("October payroll");
-                      d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
-                  });
-        whenReady([] { return visible("PostAllSummary") != nullptr; },
-                  [&] {
-                      QWidget* d = visible("PostAllSummary");
-                      summary = d->findChild<QPlainTextEdit*>()->toPlainText();
-                      d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
-                  });
+        whenShown("PostAllDepartments", [](QWidget& d) {
+            d.findChild<QComboBox*>("type")->setCurrentText("Payroll");
+            d.findChild<QDateEdit*>("from")->setDate(QDate(2026, 10, 1));
+            d.findChild<QDateEdit*>("to")->setDate(QDate(2026, 10, 31));
+            d.findChild<QLineEdit*>("remarks")->setText("October payroll");
+            d.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+        });
+        whenShown("PostAllSummary", [&](QWidget& d) {
+            summary = d.findChild<QPlainTextEdit*>()->toPlainText();
+            d.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
+        });
         widget<QPushButton>(window, "cmdPostAll")->click();
         widget<QPushButton>(window, "CmdClose")->click();
     });
@@ -71,7 +62,10 @@ TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
     EXPECT_EQ(master.flexMaster.rows(), rowsBefore + 5) << "the browser lists the new entries";
 
     // A user without the New and Print rights can neither post nor print.
-    reopenAs(4);
+    module.reset();
+    session->reopen(toolkit);
+    module = std::move(session->module);
+    module->session.userId = 4;
     showModal(module->FrmMaster(), [&](qtui::FormDialog& window) {
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPostAll")->isEnabled());
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPrint")->isEnabled());

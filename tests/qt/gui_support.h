@@ -1,6 +1,6 @@
 #pragma once
-// GUI test fixture: the one QApplication of the binary (offscreen), a fresh demo database and
-// a module whose screens are shown through the Qt toolkit.
+// GUI test fixture: the binary's one QApplication (offscreen), a fresh demo database and a module
+// whose screens are shown through the Qt toolkit.
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -22,17 +22,14 @@
 
 namespace guitest {
 
-inline QApplication& app() {
+inline void startApp() {
     static int argc = 1;
     static char name[] = "payacc_gui_tests";
     static char* argv[] = {name, nullptr};
-    static QApplication* instance = [] {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-        auto* a = new QApplication(argc, argv);
-        QApplication::setQuitOnLastWindowClosed(false);
-        return a;
-    }();
-    return *instance;
+    if (qApp != nullptr) return;
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    new QApplication(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
 }
 
 // Waits (running the event loop) until the condition holds; false after the timeout.
@@ -57,16 +54,13 @@ W* visible(const QString& name = {}) {
 }
 
 // Answers not yet given: a box that never came up fails the test at its end.
-inline std::vector<QPointer<QTimer>>& pendingAnswers() {
-    static std::vector<QPointer<QTimer>> pending;
-    return pending;
-}
+inline std::vector<QPointer<QTimer>> pendingAnswers;
 
 // Runs action once the condition holds (polled from the event loop, so also inside the
 // nested loop of a menu or a modal window that the test's own action opened).
 inline void whenReady(const std::function<bool()>& condition, const std::function<void()>& action) {
     auto* poll = new QTimer(qApp);
-    pendingAnswers().push_back(poll);
+    pendingAnswers.push_back(poll);
     QObject::connect(poll, &QTimer::timeout, [poll, condition, action] {
         if (!condition()) return;
         poll->stop();
@@ -74,6 +68,12 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
         action();
     });
     poll->start(10);
+}
+
+// Runs action on the top-level window of that class (and name) once it shows.
+template <class W = QWidget, class Action>
+void whenShown(const QString& name, Action action) {
+    whenReady([name] { return visible<W>(name) != nullptr; }, [name, action] { action(*visible<W>(name)); });
 }
 
 // What a message box showed.
@@ -100,7 +100,7 @@ inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nu
 class GuiTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        app();
+        startApp();
         data::setComponentFolder(tmp.path().string());
         // Column choices go to this test's own folder, never to the user's settings.
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
@@ -111,22 +111,14 @@ protected:
         module = std::move(session->module);
     }
     void TearDown() override {
-        for (auto& poll : pendingAnswers()) {
+        for (auto& poll : pendingAnswers) {
             if (poll == nullptr || !poll->isActive()) continue;
             ADD_FAILURE() << "an expected message box or window never came up";
             delete poll.data();
         }
-        pendingAnswers().clear();
+        pendingAnswers.clear();
         module.reset();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-
-    // A fresh module on the same database for another user.
-    void reopenAs(int32_t userId) {
-        module.reset();
-        session->reopen(toolkit);
-        module = std::move(session->module);
-        module->session.userId = userId;
     }
 
     // Shows the form modally through the module; drive runs inside the form's loop and
@@ -134,27 +126,18 @@ protected:
     void showModal(ui::Form& form, const std::function<void(qtui::FormDialog&)>& drive) {
         bool driven = false;
         QTimer::singleShot(0, [&] {
-            qtui::FormDialog* dialog = toolkit.windowOf(form);
-            if (dialog == nullptr) {
-                ADD_FAILURE() << "the form is not shown";
-                return;
-            }
-            driven = true;
-            drive(*dialog);
+            if (qtui::FormDialog* dialog = toolkit.windowOf(form)) driven = true, drive(*dialog);
         });
-        QTimer watchdog;
-        watchdog.setSingleShot(true);
-        QObject::connect(&watchdog, &QTimer::timeout, [&] {
+        QObject watchdog;  // its timer goes with it
+        QTimer::singleShot(30000, &watchdog, [&] {
             if (toolkit.windowOf(form) == nullptr) return;
             ADD_FAILURE() << "the form stayed open";
-            // Let go of everything the test left open, innermost first.
             if (QWidget* popup = QApplication::activePopupWidget()) popup->close();
             while (QMessageBox* box = visible<QMessageBox>()) box->done(0);
             while (qtui::FormDialog* top = toolkit.topWindow()) top->markUnloaded();
         });
-        watchdog.start(30000);
         module->showModal(form);
-        EXPECT_TRUE(driven);
+        EXPECT_TRUE(driven) << "the form is not shown";
     }
 
     template <class W>

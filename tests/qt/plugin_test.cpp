@@ -8,17 +8,11 @@
 
 #include "gui_support.h"
 
-#ifndef PAYACC_PLUGIN_FILE
-#error "the build gives the shared library's path"
-#endif
-
 namespace guitest {
 namespace {
 
 // The header's own handle type: a call through a pointer of another type is undefined.
 using Handle = QORPayAccLinkingHandle;
-using SetText = void(Handle*, const char*);
-using SetNumber = void(Handle*, int32_t);
 
 template <class F>
 F* symbol(void* lib, const std::string& name) {
@@ -27,10 +21,7 @@ F* symbol(void* lib, const std::string& name) {
     return f;
 }
 
-TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
-    app();
-    testsupport::TempDir tmp;
-    const std::string db = testsupport::copyDb(testsupport::demoTemplate(), tmp.file("host.db"));
+TEST_F(GuiTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     void* lib = dlopen(PAYACC_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(lib, nullptr) << dlerror();
     auto createToolkit = symbol<ui::Toolkit*()>(lib, "CreateQtToolkit");
@@ -40,35 +31,30 @@ TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     auto openDatabase = symbol<int32_t(Handle*, const char*)>(lib, "OpenDatabase");
     auto show = symbol<int32_t(Handle*)>(lib, "Show");
     auto lastError = symbol<const char*(Handle*)>(lib, "LastError");
-    ASSERT_FALSE(testing::Test::HasFailure());
+    ASSERT_FALSE(HasFailure());
 
-    ui::Toolkit* toolkit = createToolkit();
-    ASSERT_NE(toolkit, nullptr);
+    ui::Toolkit* hostToolkit = createToolkit();
+    ASSERT_NE(hostToolkit, nullptr);
     EXPECT_EQ(create(nullptr), nullptr);
-    Handle* h = create(toolkit);
+    Handle* h = create(hostToolkit);
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(openDatabase(h, tmp.file("missing/none.db").c_str()), -1);
     EXPECT_STRNE(lastError(h), "");
-    ASSERT_EQ(openDatabase(h, db.c_str()), 0);
+    ASSERT_EQ(openDatabase(h, session->dbPath.c_str()), 0);
     for (auto [name, text] : {std::pair{"SetProjectKey", "KTNB/QM/WRLD/417"},
                               {"SetMsgboxTitle", "Host Title"},
                               {"SetProcessDate", "15/10/2026"}})
-        if (auto set = symbol<SetText>(lib, name)) set(h, text);
+        if (auto set = symbol<void(Handle*, const char*)>(lib, name)) set(h, text);
     for (auto [name, number] : {std::pair{"SetUserID", 1}, {"SetCompanyID", 1}, {"SetInterfaceID", 60}})
-        if (auto set = symbol<SetNumber>(lib, name)) set(h, number);
+        if (auto set = symbol<void(Handle*, int32_t)>(lib, name)) set(h, number);
 
     // The browser shows until the host's user closes it.
     int gridRows = -1;
     QString title;
-    QTimer::singleShot(0, [&] {
-        QWidget* browser = visible("FrmMaster");
-        if (browser == nullptr) {
-            ADD_FAILURE() << "no browser window";
-            return;
-        }
-        title = browser->windowTitle();
-        if (auto* grid = browser->findChild<QTableView*>("flexMaster")) gridRows = grid->model()->rowCount();
-        QTest::mouseClick(browser->findChild<QPushButton*>("CmdClose"), Qt::LeftButton);
+    whenShown("FrmMaster", [&](QWidget& browser) {
+        title = browser.windowTitle();
+        if (auto* grid = browser.findChild<QTableView*>("flexMaster")) gridRows = grid->model()->rowCount();
+        QTest::mouseClick(browser.findChild<QPushButton*>("CmdClose"), Qt::LeftButton);
     });
     QObject watchdog;  // its timer goes with it
     QTimer::singleShot(30000, &watchdog, [] {
@@ -83,7 +69,7 @@ TEST(PluginTest, HostLoadsTheLibraryAndShowsTheBrowserUntilItsUserClosesIt) {
     EXPECT_EQ(visible("FrmMaster"), nullptr);
 
     destroy(h);
-    destroyToolkit(toolkit);
+    destroyToolkit(hostToolkit);
     dlclose(lib);
 }
 
