@@ -30,9 +30,7 @@ class SqliteTest : public ::testing::Test {
 protected:
     void SetUp() override {
         std::filesystem::create_directory(tmp.path() / "procedures");
-        options.create = true;
-        options.procedureDir = tmp.file("procedures");
-        db = data::sqlite::open(tmp.file("t.db"), options);
+        db = data::sqlite::open(tmp.file("t.db"), {.procedureDir = tmp.file("procedures"), .create = true});
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
             "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text, "
@@ -62,7 +60,6 @@ protected:
     }
 
     TempDir tmp;
-    data::sqlite::OpenOptions options;
     data::ConnectionPtr db;
 };
 
