@@ -47,8 +47,7 @@ protected:
     void header(int id, const std::string& no, const std::string& date, int company = 1) {
         auto cmd = db->command(
             " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
+            "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
             data::CommandType::Text);
         cmd->refreshParameters();
         cmd->execute(
@@ -140,7 +139,6 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     for (auto [id, stored] : {std::pair{1, "2004.02.14"}, {2, "2004.02.15"}, {3, "2004.03.01"}})
         EXPECT_EQ(raw(id), Value(stored));
 
-    // Read back as dates.
     Value d = scalar("select TransDate from paPayAccLinkHeader where TransID=1");
     ASSERT_EQ(d.type(), Value::Type::Date);
     EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
@@ -191,17 +189,16 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
                    "from pay where CompanyID = @companyid and PayDate between @FromDate and @ToDate\n"
                    "  and Kind = @Type\n");
     db->execute(
-        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), (1, '2004-03-01', "
-        "'A', 100), "
-        "(2, '2004-02-10', 'A', 1000)");
+        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), "
+        "(1, '2004-03-01', 'A', 100), (2, '2004-02-10', 'A', 1000)");
 
     // "exec" statements, as the screens send them.
     auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");
     EXPECT_EQ(rs->field("Cnt"), Value(2));
     EXPECT_EQ(rs->field("Total"), Value(15.0));
     rs = db->open(
-        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', @ToDate = '2004/02/29', @Type = "
-        "'A'");
+        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', "
+        "@ToDate = '2004/02/29', @Type = 'A'");
     EXPECT_EQ(rs->field("Total"), Value(1000.0));
 
     // A stored-procedure command: the return value first, then the declared parameters.

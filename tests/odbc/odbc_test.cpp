@@ -1,5 +1,4 @@
-// The ODBC backend against the SQLite ODBC driver (no server needed), and what SQL Server
-// through FreeTDS needs of it.
+// The ODBC backend on the SQLite ODBC driver (no server needed), and what FreeTDS needs of it.
 #include <gtest/gtest.h>
 #include <sql.h>
 #include <sqlext.h>
@@ -141,8 +140,7 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
     EXPECT_TRUE(db->open("select * from t where id = 99", CursorType::Static)->eof());
 }
 
-// Every demo table reads through the driver as through the embedded backend (reals compared as
-// shown: the driver passes them through 15-digit text).
+// Every demo table reads as on the embedded backend (reals as shown: the driver passes 15 digits).
 TEST(OdbcDemo, TheSchemaReadsAsOnTheEmbeddedBackend) {
     testsupport::TempDir tmp;
     const std::string path = testsupport::copyDb(testsupport::demoTemplate(), tmp.file("demo.db"));
@@ -238,8 +236,7 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     EXPECT_FALSE(db->inTransaction());
     EXPECT_EQ(scalar("select count(*) from t"), Value(0));
 
-    // A failing statement (as the save's classic numbering statement may be) leaves the
-    // transaction open and its work in place.
+    // A failing statement (the save's numbering may fail) leaves the transaction and its work open.
     db->beginTrans();
     db->execute("insert into t values (3)");
     databaseError([&] { db->execute("insert into nowhere values (1)"); });
