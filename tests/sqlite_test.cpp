@@ -30,9 +30,7 @@ class SqliteTest : public ::testing::Test {
 protected:
     void SetUp() override {
         std::filesystem::create_directory(tmp.path() / "procedures");
-        options.create = true;
-        options.procedureDir = tmp.file("procedures");
-        db = data::sqlite::open(tmp.file("t.db"), options);
+        db = data::sqlite::open(tmp.file("t.db"), {.procedureDir = tmp.file("procedures"), .create = true});
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
             "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text, "
@@ -49,8 +47,7 @@ protected:
     void header(int id, const std::string& no, const std::string& date, int company = 1) {
         auto cmd = db->command(
             " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
+            "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ",
             data::CommandType::Text);
         cmd->refreshParameters();
         cmd->execute(
@@ -62,64 +59,49 @@ protected:
     }
 
     TempDir tmp;
-    data::sqlite::OpenOptions options;
     data::ConnectionPtr db;
 };
 
 }  // namespace
 
 TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
-    const std::pair<std::string, Value> cases[] = {
-        {"len('ab  ')", Value(2)},
-        {"len('  ab')", Value(4)},
-        {"len(null)", Value()},
-        {"LEN('Ünï')", Value(3)},
-        {"right('X10', 2)", Value("10")},
-        {"right('abc', -1)", Value("")},
-        {"Right('a  ', 2)", Value("  ")},
-        {"left('abc', 2)", Value("ab")},
-        {"isnumeric('1e5')", Value(1)},
-        {"isnumeric('X1')", Value(0)},
-        {"isnumeric(' 1,000.50 ')", Value(1)},
-        {"isnumeric('1.5.1')", Value(0)},
-        {"isnumeric(null)", Value(0)},
-        {"isnumeric(12)", Value(1)},
-        {"isnull(null, 5)", Value(5)},
-        {"month('2004-02-14')", Value(2)},
-        {"year('14/Feb/2004')", Value(2004)},
-        {"convert(int, '42')", Value(42)},
-        {"convert( int , ' -7 ')", Value(-7)},
-        {"CONVERT(INT, 12.9)", Value(12)},
-        {"convert(int, null)", Value()},
-        {"convert(int, '  ')", Value(0)},  // a blank text converts to 0
-        // Text inside literals and comments is left alone.
-        {"'isnull(len(right(x' -- convert(varchar, 1) *=\n", Value("isnull(len(right(x")},
-        {"N'it''s'", Value("it's")},
-        {"'PAL/' + '7'", Value("PAL/7")},
-        {"count(*) from (select 1 as a) where a !< 1 and a !> 1", Value(1)},
-        {"count(*) from (select 2 as a) where a !< 1", Value(1)},
-        // The guarded numbering statement's T-SQL: try_convert gives Null where convert fails,
-        // and LIKE keeps its character classes without telling case apart.
-        {"try_convert(int, '12')", Value(12)},
-        {"try_convert(int, ' -7 ')", Value(-7)},
-        {"try_convert(int, '2147483647')", Value(2147483647)},
-        {"try_convert(int, '1.5')", Value()},
-        {"try_convert(int, '1e5')", Value()},
-        {"try_convert(int, '1,000')", Value()},
-        {"try_convert(int, '3000000000')", Value()},
-        {"case when '12x' like '[0-9]%' then 1 else 0 end", Value(1)},
-        {"case when 'x12' like '[0-9]%' then 1 else 0 end", Value(0)},
-        {"case when 'Bcd' like '[a-c]C_' then 1 else 0 end", Value(1)},
-        {"case when 'dcd' like '[a-c]%' then 1 else 0 end", Value(0)},
-        {"case when 'a*b' like '[a]*%' then 1 else 0 end", Value(1)},
-        {"case when 'axb' like '[a]*%' then 1 else 0 end", Value(0)}};
-    for (const auto& [expression, expected] : cases)
-        EXPECT_EQ(scalar("select " + expression), expected) << expression;
+    auto select = [&](const std::string& expression) { return scalar("select " + expression); };
+    std::vector<std::pair<const char*, int>> numbers{
+        {"len('ab  ')", 2},        {"len('  ab')", 4},         {"LEN('Ünï')", 3},
+        {"isnumeric('1e5')", 1},   {"isnumeric('X1')", 0},     {"isnumeric(' 1,000.50 ')", 1},
+        {"isnumeric('1.5.1')", 0}, {"isnumeric(null)", 0},     {"isnumeric(12)", 1},
+        {"isnull(null, 5)", 5},    {"month('2004-02-14')", 2}, {"year('14/Feb/2004')", 2004}};
+    const std::vector<std::pair<const char*, int>> conversions{
+        {"convert(int, '42')", 42}, {"convert( int , ' -7 ')", -7}, {"CONVERT(INT, 12.9)", 12},
+        {"convert(int, '  ')", 0},  {"try_convert(int, '12')", 12}, {"try_convert(int, ' -7 ')", -7}};
+    numbers.insert(numbers.end(), conversions.begin(), conversions.end());
+    numbers.emplace_back("try_convert(int, '2147483647')", 2147483647);
+    for (const auto& [expression, expected] : numbers)
+        EXPECT_EQ(select(expression), Value(expected)) << expression;
+    // try_convert gives Null where convert fails.
+    for (const char* null :
+         {"len(null)", "convert(int, null)", "try_convert(int, '1.5')", "try_convert(int, '1e5')",
+          "try_convert(int, '1,000')", "try_convert(int, '3000000000')"})
+        EXPECT_EQ(select(null), Value()) << null;
+    // Text inside literals and comments is left alone.
+    const std::vector<std::pair<const char*, const char*>> texts{
+        {"right('X10', 2)", "10"}, {"right('abc', -1)", ""}, {"Right('a  ', 2)", "  "},
+        {"left('abc', 2)", "ab"},  {"N'it''s'", "it's"},     {"'PAL/' + '7'", "PAL/7"}};
+    for (const auto& [expression, expected] : texts)
+        EXPECT_EQ(select(expression), Value(expected)) << expression;
+    EXPECT_EQ(scalar("select 'isnull(len(right(x' -- convert(varchar, 1) *=\n"), Value("isnull(len(right(x"));
+    // !< and !> keep their meaning; LIKE keeps its character classes without telling case apart.
+    const std::vector<std::pair<const char*, int>> conditions{
+        {"'12x' like '[0-9]%'", 1}, {"'x12' like '[0-9]%'", 0}, {"'Bcd' like '[a-c]C_'", 1},
+        {"'dcd' like '[a-c]%'", 0}, {"'a*b' like '[a]*%'", 1},  {"'axb' like '[a]*%'", 0},
+        {"a !< 1 and a !> 2", 1},   {"a !< 3 or a !> 1", 0}};
+    for (auto [c, count] : conditions)
+        EXPECT_EQ(select("count(*) from (select 2 as a) where " + std::string(c)), Value(count)) << c;
     // A failed conversion is an error naming the value, never 0.
-    EXPECT_EQ(errorText([&] { scalar("select convert(int, 'A1')"); }),
-              "Conversion failed when converting the varchar value 'A1' to data type int.");
-    EXPECT_EQ(errorText([&] { scalar("select convert(int, '1.5')"); }),
-              "Conversion failed when converting the varchar value '1.5' to data type int.");
+    for (const char* value : {"A1", "1.5"})
+        EXPECT_EQ(errorText([&] { select(std::string("convert(int, '") + value + "')"); }),
+                  std::string("Conversion failed when converting the varchar value '") + value +
+                      "' to data type int.");
     EXPECT_EQ(errorText([&] { scalar("select convert(int, '99999999999')"); }),
               "The conversion of the varchar value '99999999999' overflowed an int column.");
     EXPECT_EQ(errorText([&] { scalar("select month('not a date')"); }),
@@ -154,11 +136,9 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
         return scalar("select replace(TransDate, '-', '.') from paPayAccLinkHeader where TransID=" +
                       std::to_string(id));
     };
-    EXPECT_EQ(raw(1), Value("2004.02.14"));
-    EXPECT_EQ(raw(2), Value("2004.02.15"));
-    EXPECT_EQ(raw(3), Value("2004.03.01"));
+    for (auto [id, stored] : {std::pair{1, "2004.02.14"}, {2, "2004.02.15"}, {3, "2004.03.01"}})
+        EXPECT_EQ(raw(id), Value(stored));
 
-    // Read back as dates.
     Value d = scalar("select TransDate from paPayAccLinkHeader where TransID=1");
     ASSERT_EQ(d.type(), Value::Type::Date);
     EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
@@ -209,17 +189,16 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
                    "from pay where CompanyID = @companyid and PayDate between @FromDate and @ToDate\n"
                    "  and Kind = @Type\n");
     db->execute(
-        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), (1, '2004-03-01', "
-        "'A', 100), "
-        "(2, '2004-02-10', 'A', 1000)");
+        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), "
+        "(1, '2004-03-01', 'A', 100), (2, '2004-02-10', 'A', 1000)");
 
     // "exec" statements, as the screens send them.
     auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");
     EXPECT_EQ(rs->field("Cnt"), Value(2));
     EXPECT_EQ(rs->field("Total"), Value(15.0));
     rs = db->open(
-        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', @ToDate = '2004/02/29', @Type = "
-        "'A'");
+        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', "
+        "@ToDate = '2004/02/29', @Type = 'A'");
     EXPECT_EQ(rs->field("Total"), Value(1000.0));
 
     // A stored-procedure command: the return value first, then the declared parameters.

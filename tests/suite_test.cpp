@@ -35,11 +35,8 @@ TEST(SuiteTest, TextValidateNumLetsThroughAmountsOnly) {
     EXPECT_EQ(key("1234", '.', 1), 0) << "the point would leave three decimals";
     EXPECT_EQ(key("0.00", '7', 0, 4), '7') << "the selection is replaced";
     EXPECT_EQ(key("12345678901234567890", '1'), 0) << "past twenty characters";
-    EXPECT_EQ(key("12", 'a'), 0);
-    EXPECT_EQ(key("12", '-'), 0);
-    EXPECT_EQ(key("12", ' '), 0);
-    EXPECT_EQ(key("12.50", static_cast<char>(ui::vbKeyBack)), ui::vbKeyBack);
-    EXPECT_EQ(key("12.50", static_cast<char>(ui::vbKeyReturn)), ui::vbKeyReturn);
+    for (char k : {'a', '-', ' '}) EXPECT_EQ(key("12", k), 0) << k;
+    for (int k : {ui::vbKeyBack, ui::vbKeyReturn}) EXPECT_EQ(key("12.50", static_cast<char>(k)), k);
 
     // As the amount box uses it: typed keys that fail the filter never reach the text.
     box.KeyPress = [&](int16_t& k) { gen.TextValidateNum(box, k, 20, 2); };

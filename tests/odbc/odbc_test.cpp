@@ -1,7 +1,4 @@
-// The ODBC backend against the SQLite ODBC driver (no server needed), and what SQL Server
-// through FreeTDS needs of it: parameters bound by their values where the driver cannot
-// describe them, the statement forms SQL Server reads alike in every language, and
-// transactions that always end in autocommit.
+// The ODBC backend on the SQLite ODBC driver (no server needed), and what FreeTDS needs of it.
 #include <gtest/gtest.h>
 #include <sql.h>
 #include <sqlext.h>
@@ -41,10 +38,8 @@ std::string driverPath(const std::string& library) {
     return {};
 }
 
-// The SQLite ODBC driver registered under a name of the tests' own, in an odbcinst.ini the
-// tests write themselves (no system configuration needed), which ODBCSYSINI points at. The
-// driver manager reads it, and its trace setting, once per process, so it is written before
-// any test runs and the trace (which tests read to see what reached the driver) is on throughout.
+// The SQLite ODBC driver registered in an odbcinst.ini of the tests' own (ODBCSYSINI). The driver
+// manager reads it once per process, so it is written before any test runs, with the trace on.
 class Registry {
 public:
     static Registry& get() {
@@ -52,7 +47,6 @@ public:
         return r;
     }
     std::string traceFile() const { return dir_.file("trace.log"); }
-    // A connection string for a database file through the registered driver.
     static std::string connectionString(const std::string& database) {
         get();
         return "DRIVER={PayaccSQLite};Database=" + database;
@@ -85,36 +79,25 @@ std::string traceText() { return testsupport::slurp(Registry::get().traceFile())
 // "C-type SQL-type" (their numbers) of each SQLBindParameter call in the trace after offset `from`.
 std::vector<std::string> boundTypes(const std::string& trace, size_t from) {
     std::vector<std::string> out;
-    std::istringstream in(trace.substr(from));
-    std::string line, cType;
-    bool inBind = false;
-    auto after = [](const std::string& l, const std::string& key) {
-        auto at = l.find(key);
-        return at == std::string::npos ? std::string() : l.substr(at + key.size());
-    };
-    auto code = [](const std::string& v) { return v.substr(0, v.find(' ')); };
-    while (std::getline(in, line)) {
-        if (line.find("[SQLBindParameter.c]") != std::string::npos) inBind = true;
-        if (!inBind) continue;
-        if (auto v = after(line, "C Type = "); !v.empty()) cType = code(v);
-        if (auto v = after(line, "SQL Type = "); !v.empty()) {
-            out.push_back(cType + " " + code(v));
-            inBind = false;
-        }
+    const std::string call = "[SQLBindParameter.c]", c = "C Type = ", sql = "SQL Type = ";
+    for (size_t at = trace.find(call, from); at != std::string::npos; at = trace.find(call, at)) {
+        size_t cAt = trace.find(c, at), sqlAt = trace.find(sql, at);
+        if (sqlAt == std::string::npos) break;  // the last call's exit
+        cAt += c.size(), sqlAt += sql.size();
+        out.push_back(trace.substr(cAt, trace.find(' ', cAt) - cAt) + " " +
+                      trace.substr(sqlAt, trace.find(' ', sqlAt) - sqlAt));
+        at = sqlAt;
     }
     return out;
 }
 
-// Runs f, which must raise an error of that number (from the ODBC layer when a database
-// error); returns its description.
+// Runs f, which must raise an error of that number; returns its description.
 std::string databaseError(const std::function<void()>& f, int number = common::err::Database) {
     try {
         f();
     } catch (const common::Error& e) {
         EXPECT_EQ(e.number(), number);
-        if (number == common::err::Database) {
-            EXPECT_EQ(e.source(), "ODBC");
-        }
+        EXPECT_TRUE(number != common::err::Database || e.source() == "ODBC") << e.source();
         return e.description();
     }
     ADD_FAILURE() << "no error raised";
@@ -146,7 +129,6 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
         {Value(1), Value(2.5), Value(3.25), Value("Basic"), Value("first"),
          Value(DateTime::ymd(2026, 10, 15)), Value(DateTime{2026, 10, 15, 8, 30, 5})},
         {Value(2), Value(), Value(), Value(), Value(), Value(), Value()}};
-    // Every cursor type reads alike; fields are found by name in any case.
     for (auto cursor : {CursorType::ForwardOnly, CursorType::Static, CursorType::Keyset}) {
         auto rs = db->open("select id, amount, price, name, memo, day, stamp from t order by id", cursor);
         EXPECT_EQ(rs->rows(), rows);
@@ -154,14 +136,11 @@ TEST_F(OdbcTest, RecordsetsCarryTypedFieldsByNameAndPosition) {
         EXPECT_EQ(rs->field("Name"), Value("Basic"));
     }
 
-    // Aggregates come back typed as well, and an empty result is at its end.
     EXPECT_EQ(db->open("select count(1) as n from t")->field("n"), Value(2));
     EXPECT_TRUE(db->open("select * from t where id = 99", CursorType::Static)->eof());
 }
 
-// Every table of the demo database reads through the driver as through the embedded backend:
-// the same values of the same types, so the screens see the same on either. (The driver passes
-// reals through 15-digit text, so they are compared as the screens show them.)
+// Every demo table reads as on the embedded backend (reals as shown: the driver passes 15 digits).
 TEST(OdbcDemo, TheSchemaReadsAsOnTheEmbeddedBackend) {
     testsupport::TempDir tmp;
     const std::string path = testsupport::copyDb(testsupport::demoTemplate(), tmp.file("demo.db"));
@@ -191,9 +170,7 @@ TEST(OdbcDemo, TheSchemaReadsAsOnTheEmbeddedBackend) {
 
 TEST(OdbcOpen, FailuresCarryTheDriverText) {
     testsupport::TempDir tmp;
-    // Connection strings and what their failure names: the driver manager's refusals, the
-    // driver's own (a database in a folder that does not exist) and, when its driver is
-    // installed, SQL Server's with no server listening on the port.
+    // The driver manager's refusals, the driver's own and, when installed, FreeTDS's with no server.
     std::vector<std::pair<std::string, std::string>> cases{
         {"DRIVER=/nonexistent/libnothing.so;Database=x", "/nonexistent/libnothing.so"},
         {"DRIVER={No Such Driver};Database=x", "No Such Driver"},
@@ -208,7 +185,6 @@ TEST(OdbcOpen, FailuresCarryTheDriverText) {
         EXPECT_NE(text.find(named), std::string::npos) << text;
     }
 
-    // The same registered driver connects once the database can be made.
     auto c = data::odbc::open(Registry::connectionString(tmp.file("x.db")));
     EXPECT_TRUE(c->isOpen());
 }
@@ -227,8 +203,7 @@ TEST_F(OdbcTest, TextCommandParametersAreDescribedAndBoundPositionally) {
         {Value(int64_t{3000000000}), Value(-0.1), Value("it's"), Value(DateTime::ymd(2024, 2, 29)),
          Value(DateTime::ymd(2024, 3, 1)), Value("x")}};
     insert->execute(rows[0]);
-    // Refreshed after each row, as the detail writers do, then bound again.
-    insert->refreshParameters();
+    insert->refreshParameters();  // as the detail writers do after each row
     insert->execute(rows[1]);
     EXPECT_EQ(db->open("select * from t order by id")->rows(), rows);
 
@@ -241,11 +216,9 @@ TEST_F(OdbcTest, TextCommandParametersAreDescribedAndBoundPositionally) {
     EXPECT_EQ(scalar("select name || note from t where id = 1"), Value("Changed?"));
     EXPECT_EQ(scalar("select name from t where id = 3000000000"), Value("it's"));
 
-    // Positions past the statement's markers are not in the collection.
     databaseError([&] { update->setParameter(2, Value(1)); }, common::err::ItemNotFound);
     databaseError([&] { update->execute({Value("a"), Value(1), Value(2)}); }, common::err::ItemNotFound);
 
-    // A select with a marker returns its rows.
     auto select = db->command("select name from t where id = ?", CommandType::Text);
     auto found = select->execute({Value(3000000000.0)});
     ASSERT_FALSE(found->eof());
@@ -263,21 +236,19 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     EXPECT_FALSE(db->inTransaction());
     EXPECT_EQ(scalar("select count(*) from t"), Value(0));
 
-    // A failing statement (as the save's classic numbering statement may be) leaves the
-    // transaction open and its work in place.
+    // A failing statement (the save's numbering may fail) leaves the transaction and its work open.
     db->beginTrans();
     db->execute("insert into t values (3)");
     databaseError([&] { db->execute("insert into nowhere values (1)"); });
     EXPECT_TRUE(db->inTransaction());
     db->commitTrans();
     EXPECT_FALSE(db->inTransaction());
-    // Autocommit is back on: this insert is seen by another connection without a commit.
+    // Autocommit is back on: another connection sees this insert.
     db->execute("insert into t values (4)");
     auto other = data::odbc::open(connectionString());
     EXPECT_EQ(other->open("select id from t order by id")->rows(),
               (std::vector<std::vector<Value>>{{Value(3)}, {Value(4)}}));
 
-    // Committing with none open, or opening a second, is refused.
     databaseError([&] { db->commitTrans(); });
     db->beginTrans();
     databaseError([&] { db->beginTrans(); });
@@ -287,9 +258,7 @@ TEST_F(OdbcTest, TransactionsCommitAndRollBack) {
     EXPECT_EQ(other->open("select count(*) from t")->field(0), Value(2));
 }
 
-// Without SQLDescribeParam each value travels as its own type: text wide (UTF-16), dates as
-// timestamps, numbers as numbers; and every character comes back as it was sent, whether
-// the driver described the parameters or not.
+// Without SQLDescribeParam each value travels as its own type, text wide; every character comes back.
 TEST_F(OdbcTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryCharacter) {
     for (bool describe : {false, true}) {
         SCOPED_TRACE(describe ? "described" : "not described");
@@ -327,15 +296,13 @@ TEST_F(OdbcTest, ParametersAreBoundByTheirValuesAndTextKeepsEveryCharacter) {
 
         EXPECT_EQ(db->open("select * from t order by id")->rows(), rows);
 
-        // Found again by a parameter and by a literal.
         auto find = db->command("select id from t where name = ?", CommandType::Text);
         EXPECT_EQ(find->execute({Value(kHindi)})->field(0), Value(1));
         EXPECT_EQ(scalar("select id from t where name = '" + kEmoji + "'"), Value(2));
     }
 }
 
-// The statement forms SQL Server reads alike whatever the session's language: Unicode
-// literals, and date texts compared with a column sent as yyyymmdd. Nothing else changes.
+// Statements SQL Server reads alike in any session language: Unicode literals, yyyymmdd dates.
 TEST(ServerDialect, LiteralsBecomeUnicodeAndDatesLanguageFree) {
     const std::vector<std::pair<std::string, std::string>> cases{
         {"update h  set cancelled=1, cancelremarks='" + kArabic + "' where TransID=3",
@@ -353,8 +320,7 @@ TEST(ServerDialect, LiteralsBecomeUnicodeAndDatesLanguageFree) {
     };
     for (const auto& [in, out] : cases) EXPECT_EQ(data::odbc::sqlServerText(in), out) << in;
 
-    // Where the driver cannot describe a marker, the column it is bound to decides whether a
-    // date text travels as a date: the insert's column list, "col=?" in a set or where clause.
+    // Where the driver cannot describe a marker, its column decides whether a date text is a date.
     using Columns = std::vector<std::string>;
     const std::vector<std::tuple<std::string, std::string, Columns>> markers{
         {" insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
@@ -391,8 +357,7 @@ std::vector<std::string> autocommitSwitches(const std::string& trace, size_t fro
     return out;
 }
 
-// A commit or rollback that fails still switches the connection back to autocommit, so the
-// next beginTrans really starts a transaction; a rollback with nothing open does nothing.
+// A failed commit or rollback still restores autocommit, so the next beginTrans starts afresh.
 TEST_F(OdbcTest, AFailedCommitOrRollbackLeavesAutocommitOn) {
     auto other = data::odbc::open(connectionString());
     db->execute("pragma foreign_keys = on");
@@ -402,8 +367,7 @@ TEST_F(OdbcTest, AFailedCommitOrRollbackLeavesAutocommitOn) {
         "deferred)");
     db->rollbackTrans();
 
-    // The commit fails on the deferred key: the work is rolled back, autocommit is on, and
-    // the save's own rollback afterwards finds nothing to do.
+    // The commit fails on the deferred key; the save's rollback afterwards finds nothing to do.
     size_t traced = traceText().size();
     db->beginTrans();
     db->execute("insert into child values (1, 99)");
@@ -414,8 +378,7 @@ TEST_F(OdbcTest, AFailedCommitOrRollbackLeavesAutocommitOn) {
     EXPECT_EQ(autocommitSwitches(traceText(), traced), (std::vector<std::string>{"off", "on"}));
     EXPECT_EQ(other->open("select count(*) from child")->field(0), Value(0));
 
-    // The rollback fails: the transaction was ended behind the driver's back, as a server
-    // does after a severe error.
+    // The rollback fails: the transaction was ended behind the driver's back, as after a severe error.
     traced = traceText().size();
     db->beginTrans();
     db->execute("insert into parent values (2)");

@@ -1,7 +1,5 @@
-// The SQL Server scripts against what the C++ expects of them: each procedure's parameters
-// and result columns in db/sqlserver/procedures.sql against the embedded catalog that the
-// screens' calls run on here and against the fields the readers take by name, and the free
-// text boxes against the lengths of the columns they are saved to.
+// The SQL Server scripts against what the C++ expects of them: procedures' parameters and result
+// columns, and the columns' lengths behind the free text boxes.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -127,8 +125,7 @@ TEST_F(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersP
     }
 }
 
-// Each free-text box takes no more characters than its column holds on SQL Server, and the
-// embedded schema holds the same.
+// Each free-text box takes as many characters as its column holds, here and on SQL Server.
 TEST_F(SqlServerContract, FreeTextBoxesAreAsLongAsTheirColumns) {
     const std::string schema = readSource("db/sqlserver/schema.sql");
     data::AssignTableName(*raw, module->session.tables);
