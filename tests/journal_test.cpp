@@ -8,7 +8,7 @@ namespace {
 
 namespace pst = linking::pst;
 
-// Rates of our own: one ACC is 1.5 DPT, one CMP is 0.25 DPT.
+// Rates of our own: one ACC is 1.5 DPT or 6 CMP, one DPT is 4 CMP.
 class JournalTest : public LinkingTest {
 protected:
     void SetUp() override {
@@ -22,7 +22,7 @@ protected:
             "(1, 9101, 'Staff Suspense', 72), (1, 9102, 'Wages Control', 71)");
         raw->execute(
             "insert into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values "
-            "(1, 71, 72, 1.5), (1, 71, 73, 0.25)");
+            "(1, 71, 72, 1.5), (1, 71, 73, 0.25), (1, 73, 72, 6), (1, 73, 71, 4)");
         module->EntryMode = "N";
         linking = &module->frmPayrollAccountsLinking();
         module->DepartmentCurrencyID = 71;
@@ -64,7 +64,7 @@ TEST_F(JournalTest, ChoosingAnAccountConvertsTheTypedAmountWithBothRates) {
     ed.txtAmount.setFocus();
     ed.txtAmount.userType("1x00");  // a key that makes no number is refused
     EXPECT_EQ(ed.txtAmount.text() + " " + ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(),
-              "100 150.00 25.00");
+              "100 150.00 600.00");
     ed.txtDescription.setFocus();
     EXPECT_EQ(ed.txtAmount.text(), "100.00");
     ed.txtAmount.userPaste("1234567.125");
@@ -82,22 +82,25 @@ TEST_F(JournalTest, NewCreditLineIsNegativeAndAnEditedOnePositive) {
     ed.txtAmount.userType("100");
     ed.cmdOK.userClick();
     ASSERT_EQ(lastMessage(), "");
-    EXPECT_EQ(amounts(2), "0.00|-150.00|-150.00|-150.00|-25.00|-100.00|Y");
+    // Debit, credit and total in the account's currency; a new credit is listed negative.
+    EXPECT_EQ(amounts(2), "0.00|-100.00|-100.00|-100.00|-600.00|-150.00|Y");
     EXPECT_EQ(cells(2, {0, pst::DebitAccount, pst::Description, pst::DebitAccountID, pst::AccCurrency,
                         pst::TransCurr, pst::AccCurrID, pst::ResCurrID}),
               "2|Staff Suspense|Balancing line|9101|ACC|ACC|72|72");
-    EXPECT_EQ(linking->txtTotDepAmount.text(), "50.00");
+    EXPECT_EQ(linking->txtTotDepAmount.text(), "0.00");
     // Cleared for the next line.
     EXPECT_EQ(ed.cboAccountID.listIndex(), -1);
-    EXPECT_EQ(ed.txtSlNo.text() + " " + ed.txtAmount.text() + " " + ed.txtBalance.text(), "3 0.00 50.00");
+    EXPECT_EQ(ed.txtSlNo.text() + " " + ed.txtAmount.text() + " " + ed.txtBalance.text(), "3 0.00 0.00");
 
     ed.cmdLast.userClick();
     EXPECT_FALSE(module->AddMode);
-    ed.optCredit.userSet(true);
+    EXPECT_TRUE(ed.optCredit.value());  // re-opened on its side, not read as debit less credit
+    EXPECT_EQ(ed.txtAmount.text() + " " + ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(),
+              "100 150 600");
     ed.txtAmount.userPaste("100");
     ed.cmdOK.userClick();  // keeps its own account: no duplicate
     ASSERT_EQ(lastMessage(), "");
-    EXPECT_EQ(amounts(2), "0.00|150.00|-150.00|-150.00|-25.00|-100.00|Y");
+    EXPECT_EQ(amounts(2), "0.00|100.00|-100.00|-100.00|-600.00|-150.00|Y");
     EXPECT_EQ(posting().count(), 2);
 }
 

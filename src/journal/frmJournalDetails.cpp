@@ -62,6 +62,10 @@ frmJournalDetails::frmJournalDetails(entry::Module& module)
     txtDescription.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     // No longer than the posting line's Description column (255 characters).
     txtDescription.maxLength = 255;
+    // The department and company amounts follow from the amount and the rates; a figure typed
+    // there used to be saved as the account amount.
+    txtDepAmount.setLocked(true);
+    txtCompAmount.setLocked(true);
     optDebit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     optCredit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     txtAmount.Change = [this] { txtAmount_Change(); };
@@ -180,16 +184,20 @@ void frmJournalDetails::cboAccountID_Click() {
         rs->close();
         lblAmount.setCaption("Amount(" + accountCurrencySymbol + "):");
 
+        // Both amounts are converted from the account's currency, as the gathered lines are
+        // from theirs: a line typed in the currency of an unbalanced gathered line then
+        // balances it in the department's and in the company's currency alike.
+        module_.frmPayrollAccountsLinking().EnsureEntryCurrencies();
         accountRate = data::GetExchangeRate(module_.connection(), module_.session.companyId,
                                             module_.DepartmentCurrencyID, accountCurrencyID);
         companyRate = data::GetExchangeRate(module_.connection(), module_.session.companyId,
-                                            module_.DepartmentCurrencyID, module_.CompanyCurrencyID);
+                                            module_.CompanyCurrencyID, accountCurrencyID);
     }
     txtAmount_Change();
 }
 
-// Both derived amounts come from the amount as typed: the company amount deliberately uses
-// the department-to-company rate on the account amount, not on the department amount.
+// The amount is in the account's currency; the two derived ones in the department's and the
+// company's.
 void frmJournalDetails::txtAmount_Change() {
     txtDepAmount.setText(Format2(Val(txtAmount.text()) * accountRate));
     txtCompAmount.setText(Format2(Val(txtAmount.text()) * companyRate));
@@ -214,11 +222,14 @@ void frmJournalDetails::ItemSelected(int16_t index) {
         const double amount = Val(postingDetails.cell(index, pst::DebitAmount)) -
                               Val(postingDetails.cell(index, pst::CreditAmount));
         txtAmount.setText(NumberText(std::fabs(amount)));
+        // The side is that of the line's total: a credit added by hand is listed with a negative
+        // credit, which debit less credit would read as a debit.
+        const double side = Val(postingDetails.cell(index, pst::TotalAmount));
         txtDepAmount.setText(
             NumberText(std::fabs(common::Value(postingDetails.cell(index, pst::DeptAmount)).toDouble())));
         txtCompAmount.setText(
             NumberText(std::fabs(common::Value(postingDetails.cell(index, pst::CompAmount)).toDouble())));
-        if (amount <= 0) {
+        if (side <= 0) {
             optCredit.setValue(true);
         } else {
             optDebit.setValue(true);
@@ -351,22 +362,24 @@ void frmJournalDetails::cmdOk_Click() {
         auto writeLine = [&](int row, bool newRow) {
             postingDetails.setCell(row, pst::DebitAccount, cboAccountID.text());
             postingDetails.setCell(row, pst::Description, common::Trim(txtDescription.text()));
+            // Debit, credit, total and transaction amounts are in the account's currency (the
+            // line's own), the other two in the department's and the company's.
             if (debit) {
-                postingDetails.setCell(row, pst::DebitAmount, Format2(dep));
+                postingDetails.setCell(row, pst::DebitAmount, Format2(amount));
                 postingDetails.setCell(row, pst::CreditAmount, "0.00");
-                postingDetails.setCell(row, pst::TotalAmount, Format2(dep));
-                postingDetails.setCell(row, pst::TransAmt, Format2(dep));
+                postingDetails.setCell(row, pst::TotalAmount, Format2(amount));
+                postingDetails.setCell(row, pst::TransAmt, Format2(amount));
                 postingDetails.setCell(row, pst::CompAmount, Format2(comp));
-                postingDetails.setCell(row, pst::DeptAmount, Format2(amount));
+                postingDetails.setCell(row, pst::DeptAmount, Format2(dep));
             } else {
                 postingDetails.setCell(row, pst::DebitAmount, "0.00");
-                // A new credit line carries its credit negative, an edited one positive: the
-                // save has always read them so.
-                postingDetails.setCell(row, pst::CreditAmount, Format2(newRow ? -dep : dep));
-                postingDetails.setCell(row, pst::TotalAmount, Format2(-dep));
-                postingDetails.setCell(row, pst::TransAmt, Format2(-dep));
+                // A new credit line carries its credit negative, an edited one positive; the
+                // save stores both as the total says.
+                postingDetails.setCell(row, pst::CreditAmount, Format2(newRow ? -amount : amount));
+                postingDetails.setCell(row, pst::TotalAmount, Format2(-amount));
+                postingDetails.setCell(row, pst::TransAmt, Format2(-amount));
                 postingDetails.setCell(row, pst::CompAmount, Format2(-comp));
-                postingDetails.setCell(row, pst::DeptAmount, Format2(-amount));
+                postingDetails.setCell(row, pst::DeptAmount, Format2(-dep));
             }
             postingDetails.setCell(row, pst::DebitAccountID, std::to_string(accountId));
             if (newRow) postingDetails.setCell(row, pst::Editable, "Y");

@@ -122,6 +122,9 @@ void frmPayrollAccountsLinking::Form_Load() {
     module_.connection();  // auto-creates the session connection when there is none
     db_->adocon = s.connection;
     gen_ = std::make_unique<suite::clsCommonGen>();
+    // A new screen is a new entry: the currencies of the last one do not carry over.
+    module_.DepartmentCurrencyID = 0;
+    module_.CompanyCurrencyID = 0;
 
     if (!FnCheckAllSettingsEntered()) {
         module_.MsgBox("All the settings are not entered. Set all the settings to continue.",
@@ -231,7 +234,28 @@ void frmPayrollAccountsLinking::cboDepartment_Click() {
         ClearSelection();
         txtTotDepAmount.setText("0.00");
     }
+    // Another department converts in its own currency.
+    if (cboDepartment.listIndex() != PrevDepartmentIndex) {
+        module_.DepartmentCurrencyID = 0;
+        module_.CompanyCurrencyID = 0;
+    }
     PrevDepartmentIndex = static_cast<int16_t>(cboDepartment.listIndex());
+}
+
+void frmPayrollAccountsLinking::EnsureEntryCurrencies() {
+    if (module_.DepartmentCurrencyID != 0 || cboDepartment.listIndex() == -1) return;
+    auto& s = module_.session;
+    const std::string company = std::to_string(s.companyId);
+    auto rs = module_.connection().open(
+        "select d.DepCurrencyID, c.CurrencyID from " + s.tables.pDepartment + " d, " +
+            s.tables.pCompanyMaster + " c where d.CompanyID=c.CompanyID and c.CompanyID=" + company +
+            " and d.DepartmentID=" + std::to_string(cboDepartment.itemData(cboDepartment.listIndex())),
+        data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    if (!rs->eof()) {
+        module_.DepartmentCurrencyID = rs->field(0).isNull() ? int16_t{0} : rs->field(0).toInt16();
+        module_.CompanyCurrencyID = rs->field(1).isNull() ? int16_t{0} : rs->field(1).toInt16();
+    }
+    rs->close();
 }
 
 // Rows added through these keep the lookups in step.

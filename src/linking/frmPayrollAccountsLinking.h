@@ -127,6 +127,10 @@ public:
     int AddTransactionDetailRow(int32_t transId);
     bool TransactionListed(int32_t transId);
 
+    // The currencies a line typed by hand converts into: those a retrieval or an opened entry
+    // set, or before either, those of the selected department and of the company.
+    void EnsureEntryCurrencies();
+
 private:
     // Guards of the save: extra checks inside its transaction that stop it (rolled back, the
     // screen as it was) where saving would post a source twice or reuse another entry's keys.
@@ -137,6 +141,10 @@ private:
     void TakeFreeEntryKeys(int32_t& transId);
     void StopIfSourcesTaken(int32_t ownTransId);
     void StopIfEntryClosed(int32_t transId);
+    void StopIfHeldUnflagged(const std::string& holder, int32_t holderId, const std::string& keys,
+                             bool payroll);
+    // The ledger check, the save's last step before its commit.
+    void StopIfLedgerBreaks(int32_t transId);
     // Each source of the lists (its key as listed) and whether the entry links it.
     std::vector<std::pair<std::string, bool>> SourceTicks();
 
@@ -147,6 +155,7 @@ private:
     std::unique_ptr<TransactionIndex> transactionIndex_;
     std::unique_ptr<DetailIndex> detailIndex_;
     std::unique_ptr<PostingIndex> postingIndex_;
+    std::vector<int32_t> flagged_;  // the sources the running save marked posted
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::unique_ptr<suite::clsCommonGen> gen_;

@@ -8,6 +8,8 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Utf8.h"
+#include "data/ErrorLog.h"
+#include "linking/LedgerCheck.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 #include "ui/Helpers.h"
@@ -32,12 +34,14 @@ int32_t SelectedTransID(entry::Module& module) {
     return WholeNumber(grid.textMatrix(grid.row(), 0));
 }
 
-// The list holds a credit added by hand as a negative credit and an edited one as a positive
-// one. Re-opening an entry tells a line's side by its debit less its credit, so every credit is
-// stored positive, as gathered credits are; the signed amounts keep their signs.
-Value StoredCredit(const std::string& cell) {
-    const double credit = Val(cell);
-    return Value(credit < 0 ? -credit : credit);
+// The credit that makes the stored line what its total shows. The list holds a credit added by
+// hand as a negative credit (its total negative) and an edited one as a positive one, and a
+// gathered credit sum may be negative in its own right (a negative payment line, its total
+// positive). Re-opening an entry reads a line's side as its debit less its credit, so the
+// stored credit is the debit less the total: a hand credit is stored positive, a negative
+// gathered credit stays negative, and each line re-opens on the side it was saved on.
+Value StoredCredit(const std::string& debit, const std::string& total) {
+    return Value(Val(debit) - Val(total));
 }
 
 // Every type but payroll is a kind of payment.
@@ -52,6 +56,9 @@ std::string QuotedText(const std::string& text) {
     return out + "'";
 }
 
+// The number a refused ledger check is logged with: the first of the numbers an application
+// may raise as its own.
+constexpr int32_t kLedgerCheckFailed = -2147221504 + 513;
 // How often a save takes fresh keys after another copy took the ones it read.
 constexpr int kKeyAttempts = 5;
 // A long list of sources is checked in slices, so that no statement grows without bound.
@@ -222,6 +229,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
         UpdateTransTables();
+        StopIfLedgerBreaks(transId);
         conn.commitTrans();
         module_.TransactionOpen = false;
 
@@ -241,6 +249,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
         UpdateTransTables();
+        StopIfLedgerBreaks(transId);
         conn.commitTrans();
         module_.TransactionOpen = false;
 
@@ -314,9 +323,9 @@ void frmPayrollAccountsLinking::InsertIntoPostingDetailsTable(int32_t& transId) 
                       Text(l.cell(r, pst::Description)), Number(l.cell(r, pst::AccCurrID)),
                       Text(l.cell(r, pst::AccCurrency)), Text(l.cell(r, pst::ResCurrID)),
                       Text(l.cell(r, pst::TransCurr)), Number(l.cell(r, pst::DebitAmount)),
-                      StoredCredit(l.cell(r, pst::CreditAmount)), Number(l.cell(r, pst::TransAmt)),
-                      Number(l.cell(r, pst::DeptAmount)), Number(l.cell(r, pst::CompAmount)),
-                      Text(l.cell(r, pst::Editable))});
+                      StoredCredit(l.cell(r, pst::DebitAmount), l.cell(r, pst::TotalAmount)),
+                      Number(l.cell(r, pst::TransAmt)), Number(l.cell(r, pst::DeptAmount)),
+                      Number(l.cell(r, pst::CompAmount)), Text(l.cell(r, pst::Editable))});
         cmd->refreshParameters();
     }
 }
@@ -327,6 +336,7 @@ void frmPayrollAccountsLinking::UpdateTransTables() {
     const std::string type = Trim(cboType.text());
     const bool editing = module_.EntryMode == "E";
 
+    flagged_.clear();
     std::string set, clear;
     if (type == "Payroll") {
         set = "update pMonthlyPayRollProcessing set mppPosted=1 where mppCompanyID=";
@@ -344,6 +354,7 @@ void frmPayrollAccountsLinking::UpdateTransTables() {
     // An edited entry releases every listed source that is no longer ticked.
     for (const auto& [key, ticked] : SourceTicks()) {
         if (ticked) {
+            flagged_.push_back(WholeNumber(key));
             conn.execute(set + key);
         } else if (editing) {
             conn.execute(clear + key);
@@ -417,21 +428,70 @@ void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
         // Another live entry that links one of these sources, whoever saved it since they were
         // listed; this entry's own links do not count.
         auto rs = module_.connection().open(
-            "select h.TransNo from " + s.tables.paPayAccLinkHeader + " h with (updlock, holdlock), " +
-                s.tables.paPayAccLinkDetails + " d where d.CompanyID=h.CompanyID and d.TransID=h.TransID" +
+            "select h.TransNo, h.TransID from " + s.tables.paPayAccLinkHeader +
+                " h with (updlock, holdlock), " + s.tables.paPayAccLinkDetails +
+                " d where d.CompanyID=h.CompanyID and d.TransID=h.TransID" +
                 " and h.CompanyID=" + std::to_string(s.companyId) + " and h.Cancelled=0 and h.TransID<>" +
                 std::to_string(ownTransId) + (payroll ? " and h.TransType='P'" : " and h.TransType<>'P'") +
                 " and d.RefTransID in (" + keys + ") order by h.TransID",
             data::CursorType::ForwardOnly, data::LockType::ReadOnly);
         if (!rs->eof()) {
             const std::string other = Trim(rs->field(0).joinText());
+            const int32_t otherId = rs->field(1).toInt32();
             rs->close();
+            StopIfHeldUnflagged(other, otherId, keys, payroll);
             throw SaveStopped{"Entry " + other +
                               " has linked some of the ticked transactions since they were listed; "
                               "press Show again to list the ones still open."};
         }
         rs->close();
     }
+}
+
+// An entry saved before payments were marked posted links them without the flag, so they are
+// listed as open and pressing Show again cannot help: the user has to choose.
+void frmPayrollAccountsLinking::StopIfHeldUnflagged(const std::string& holder, int32_t holderId,
+                                                    const std::string& keys, bool payroll) {
+    auto& s = module_.session;
+    std::string sql = "select d.RefTransNo from " + s.tables.paPayAccLinkDetails + " d";
+    sql += payroll
+               ? " left join pMonthlyPayRollProcessing s on s.mppCompanyID=d.CompanyID and "
+                 "s.mppProcessID=d.RefTransID"
+               : " left join pPaymentHeader s on s.phCompanyID=d.CompanyID and s.phPaymentID=d.RefTransID";
+    sql += " where d.CompanyID=" + std::to_string(s.companyId) + " and d.TransID=" + std::to_string(holderId);
+    sql += " and d.RefTransID in (" + keys + ")";
+    sql += payroll ? " and isnull(s.mppPosted,0)<>1" : " and isnull(s.phPosted,0)<>1";
+    sql += " order by d.DetailID";
+    auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
+    if (rs->eof()) {
+        rs->close();
+        return;
+    }
+    const std::string source = Trim(rs->field(0).joinText());
+    rs->close();
+    throw SaveStopped{"Entry " + holder + " already links " + (payroll ? "payroll run " : "payment ") +
+                      source +
+                      " but, saved before sources were marked posted, never marked it so, which is why it is "
+                      "listed as open; untick it, or cancel " +
+                      holder + " first if this entry should link it."};
+}
+
+void frmPayrollAccountsLinking::StopIfLedgerBreaks(int32_t transId) {
+    auto& s = module_.session;
+    LedgerEntry entry;
+    entry.companyId = s.companyId;
+    entry.transId = transId;
+    entry.payroll = Trim(cboType.text()) == "Payroll";
+    entry.flagged = flagged_;
+    const std::string why = LedgerCheck(module_.connection(), s.tables, entry);
+    if (why.empty()) return;
+    // Logged for support as handled failures are; the user reads the sentence, not a number.
+    try {
+        module_.LogError("frmPayrollAccountsLinking", s.userId, "LedgerCheck", kLedgerCheckFailed,
+                         data::kComponentName, why, module_.EntryMode, false);
+    } catch (const common::Error&) {
+    }
+    throw SaveStopped{why};
 }
 
 void frmPayrollAccountsLinking::StopIfEntryClosed(int32_t transId) {
