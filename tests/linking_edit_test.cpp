@@ -54,11 +54,10 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::Employee),
               f.lvwTransactionDetails.cell(1, linking::det::EmpNo));
     EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::Date), "28/Aug/2026");
-    // The currency id stands where the retrieval shows the symbol.
     EXPECT_EQ(f.lvwTransactionDetails.cell(1, linking::det::ResCurr) +
                   f.lvwTransactionDetails.cell(1, linking::det::ResCurrID) +
                   f.lvwTransactionDetails.cell(1, linking::det::AccCur),
-              "33INR");
+              "INR3INR");
 
     EXPECT_EQ(f.lvwPostingDetails.count(),
               count("select count(*) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"));
@@ -123,10 +122,9 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
         count("select count(*) from pMonthlyPayRollProcessing p where mppPosted=1 and exists (select 1 from "
               "paPayAccLinkDetails d where d.CompanyID=1 and d.TransID=3 and d.RefTransID=p.mppProcessID)"),
         count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3"));
-    // Loaded with the currency id under "Res Curr", so that is what goes back.
     EXPECT_EQ(
         rows("select distinct TransCurrSymbol from paPayAccLinkDetails where CompanyID=1 and TransID=3"),
-        "3|\n");
+        "INR|\n");
 
     // The browser's row shows the new date.
     auto& g = browser().flexMaster;

@@ -141,7 +141,7 @@ TEST(ScriptTest, FailuresGiveTheLineNumberAndStopTheScript) {
         {"expect frmNone.txtName x\n", "FAIL line 1: no form frmNone is loaded"},
         {"tick lvwItems 3\n", "FAIL line 1: row 3 out of range (lvwItems has 2 rows)"},
         {"row grid 2\n", "FAIL line 1: row 2 out of range (grid has data rows 1 to 1)"},
-        {"click cmdDisabled\n", "FAIL line 1: cmdDisabled cannot be reached (disabled or hidden)"},
+        {"click cmdDisabled\n", "FAIL line 1: cmdDisabled is disabled"},
         {"# asks with no answer\nclick cmdAsk\n", "FAIL line 2: no answer for the message box \"Continue?\""},
         {"close\nclick cmdOpen\n", "FAIL line 2: no form is open (for cmdOpen)"},
         {"\xEF\xBB\xBFset txtName Alice\nexpect txtName.colour red\n", "FAIL line 2: no property colour"},

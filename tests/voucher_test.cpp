@@ -93,7 +93,7 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
         EXPECT_EQ(e.number(), 3021);
     }
     raw->execute(
-        "update paPayAccLinkPostingDetails set DebitAmount=DebitAmount+1 where TransID=4 and DetailID=1");
+        "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+1 where TransID=4 and DetailID=1");
     EXPECT_FALSE(report::Balanced(report::LoadVoucher(session(), 4, "")));
 
     // Print on the browser's row of entry PAL/4 shows its voucher; a user without "P" has

@@ -146,8 +146,9 @@ void FrmMaster::LoadEntryTransactions(int32_t& transId) {
         l.setCell(d, det::RespAmt, rs->field("RefTransAmount").toText());
         l.setCell(d, det::ComAmt, rs->field("CompAmount").toText());
         l.setCell(d, det::DepAmount, rs->field("DeptAmount").toText());
-        // The currency id, not its symbol: a re-save stores the id as the symbol.
-        l.setCell(d, det::ResCurr, rs->field("TransCurrID").toText());
+        // The symbol, as the retrieval shows it: the id stood here once, and every re-save
+        // stored it as the symbol.
+        l.setCell(d, det::ResCurr, rs->field("TransCurrSymbol").toText());
         l.setCell(d, det::AccCur, rs->field("AccCurrSymbol").toText());
         l.setCell(d, det::ResCurrID, rs->field("TransCurrID").toText());
         l.setCell(d, det::AccCurrID, rs->field("AccCurrID").toText());

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -174,26 +175,47 @@ std::string PostSummary(const std::vector<DepartmentOutcome>& outcomes, bool dry
 
 namespace {
 
+// The user's steps on one department. Each acts on a control the user can reach, and the
+// department stops at the first message box or error a step brings: that text is the reason.
+class Steps {
+public:
+    Steps(ui::HeadlessToolkit& t, DepartmentOutcome& out) : t_(t), out_(out) {}
+
+    bool run(ui::Control& control, const std::function<void()>& act) {
+        if (!control.reachable()) return stop(control.unreachableReason());
+        const Marks before = mark(t_);
+        act();
+        const std::string shown = shownSince(t_, before);
+        return shown.empty() || stop(shown);
+    }
+    bool stop(const std::string& reason) {
+        out_.status = Status::NotPosted;
+        out_.reason = reason;
+        return false;
+    }
+
+private:
+    ui::HeadlessToolkit& t_;
+    DepartmentOutcome& out_;
+};
+
 // One department on a freshly opened linking screen, from the type to Ok.
 void postOne(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f, const PostRequest& request,
              int departmentIndex, const Marks& opened, DepartmentOutcome& out) {
-    auto notPosted = [&](const Marks& since) {
-        out.status = Status::NotPosted;
-        out.reason = shownSince(t, since);
-        if (out.reason.empty()) out.reason = "the screen did not save the entry";
-    };
+    Steps step(t, out);
     // The settings check runs when the screen loads and leaves it read-only.
-    if (!f.cmdOk.enabled() || !f.fraLoanApp.enabled()) return notPosted(opened);
+    if (const std::string shown = shownSince(t, opened); !shown.empty()) return (void)step.stop(shown);
 
-    Marks before = mark(t);
-    if (!f.cboType.userSelectText(request.type)) throw std::invalid_argument("unknown type");
-    f.cboDepartment.userSelect(departmentIndex);
-    f.dtpFromDate.userSet(request.from);
-    f.dtpToDate.userSet(request.to);
-    f.cmdShow.userClick();
+    bool known = true;
+    if (!step.run(f.cboType, [&] { known = f.cboType.userSelectText(request.type); })) return;
+    if (!known) throw std::invalid_argument("unknown type");
+    if (!step.run(f.cboDepartment, [&] { f.cboDepartment.userSelect(departmentIndex); }) ||
+        !step.run(f.dtpFromDate, [&] { f.dtpFromDate.userSet(request.from); }) ||
+        !step.run(f.dtpToDate, [&] { f.dtpToDate.userSet(request.to); }) ||
+        // A listing that raised midway is half a listing: it is never saved.
+        !step.run(f.cmdShow, [&] { f.cmdShow.userClick(); }))
+        return;
     if (f.lvwTransactionDetails.count() == 0) {
-        std::string shown = shownSince(t, before);
-        if (!shown.empty()) return notPosted(before);
         out.status = Status::NothingToPost;
         out.reason = "nothing to post";
         return;
@@ -202,20 +224,23 @@ void postOne(ui::HeadlessToolkit& t, linking::frmPayrollAccountsLinking& f, cons
     // Payroll is ticked through Select All; payments have no transaction list, so each
     // payment line is ticked as the user would.
     if (f.lvwTransactions.count() > 0) {
-        f.chkSelectAll.userSet(1);
+        if (!step.run(f.chkSelectAll, [&] { f.chkSelectAll.userSet(1); })) return;
     } else {
         for (int r = 1; r <= f.lvwTransactionDetails.count(); ++r)
-            if (!f.lvwTransactionDetails.checked(r)) f.lvwTransactionDetails.userToggle(r);
+            if (!f.lvwTransactionDetails.checked(r) &&
+                !step.run(f.lvwTransactionDetails, [&] { f.lvwTransactionDetails.userToggle(r); }))
+                return;
     }
-    if (!request.remarks.empty()) f.txtRemarks.userPaste(request.remarks);
-    if (request.entryDate) f.dtpTransDate.userSet(*request.entryDate);
+    if (!request.remarks.empty() && !step.run(f.txtRemarks, [&] { f.txtRemarks.userPaste(request.remarks); }))
+        return;
+    if (request.entryDate && !step.run(f.dtpTransDate, [&] { f.dtpTransDate.userSet(*request.entryDate); }))
+        return;
     out.sources = countSources(f);
     readPostingLines(f, out);
 
-    before = mark(t);
-    f.cmdOk.userClick();
+    if (!step.run(f.cmdOk, [&] { f.cmdOk.userClick(); })) return;
     out.entryNo = f.txtTransNo.text();
-    if (t.findForm(f.name()) == &f) return notPosted(before);
+    if (t.findForm(f.name()) == &f) return (void)step.stop("the screen did not save the entry");
     out.status = Status::Posted;
 }
 
@@ -245,10 +270,12 @@ std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& reques
     component.intCompanyID = session_.companyId;
     component.intInterfaceID = session_.interfaceId;
 
-    std::vector<Department> departments;
+    std::vector<Department> departments, chosen;
     std::vector<DepartmentOutcome> outcomes;
     std::string failure;  // an invalid_argument raised inside a modal show
     bool listing = true;
+    size_t next = 0;      // the next of the chosen departments
+    bool posted = false;  // since the browser was last opened
     DepartmentOutcome* current = nullptr;
     int currentIndex = 0;
     Marks opened{};
@@ -272,40 +299,59 @@ std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& reques
         }
         auto* master = dynamic_cast<FrmMaster*>(&form);
         if (!master) return;
-        if (!master->cmdnew.reachable()) {
-            refused_ = NoNewRightMessage(session_.userId, session_.interfaceId);
-            master->CmdClose.userClick();
-            return;
+        posted = false;
+        if (listing) {
+            if (!master->cmdnew.reachable()) {
+                refused_ = NoNewRightMessage(session_.userId, session_.interfaceId);
+                master->CmdClose.userClick();
+                return;
+            }
+            master->cmdnew.userClick();
+            module.collect();
+            listing = false;
+            for (const auto& d : departments)
+                if (!request.department || *request.department == d.id) chosen.push_back(d);
+            if (request.department && chosen.empty())
+                failure = "no department " + std::to_string(*request.department) + " in company " +
+                          std::to_string(session_.companyId);
+            outcomes.reserve(chosen.size());
         }
-        master->cmdnew.userClick();
-        module.collect();
-        listing = false;
-        std::vector<Department> chosen;
-        for (const auto& d : departments)
-            if (!request.department || *request.department == d.id) chosen.push_back(d);
-        if (request.department && chosen.empty())
-            failure = "no department " + std::to_string(*request.department) + " in company " +
-                      std::to_string(session_.companyId);
-        outcomes.reserve(chosen.size());
-        for (size_t i = 0; i < chosen.size() && failure.empty(); ++i) {
+        // New may go off as the browser moves to a saved entry's row (the administrator's
+        // rights hold at load only): the browser is then opened again, as a user would.
+        for (; next < chosen.size() && failure.empty() && master->cmdnew.reachable(); ++next) {
             if (progress &&
-                !progress(static_cast<int>(i + 1), static_cast<int>(chosen.size()), chosen[i].name)) {
+                !progress(static_cast<int>(next + 1), static_cast<int>(chosen.size()), chosen[next].name)) {
                 cancelled_ = true;
                 break;
             }
             DepartmentOutcome& out = outcomes.emplace_back();
-            out.id = chosen[i].id;
-            out.name = chosen[i].name;
-            currentIndex = chosen[i].index;
+            out.id = chosen[next].id;
+            out.name = chosen[next].name;
+            currentIndex = chosen[next].index;
             current = &out;
             opened = mark(toolkit);
             master->cmdnew.userClick();
             module.collect();
+            posted |= out.status == Status::Posted;
+        }
+        // A freshly opened browser without New refuses the departments left, each with why.
+        if (next < chosen.size() && failure.empty() && !cancelled_ && !posted &&
+            !master->cmdnew.reachable()) {
+            const std::string why = master->cmdnew.unreachableReason();
+            for (; next < chosen.size(); ++next) {
+                DepartmentOutcome& out = outcomes.emplace_back();
+                out.id = chosen[next].id;
+                out.name = chosen[next].name;
+                out.status = Status::NotPosted;
+                out.reason = why;
+            }
         }
         master->CmdClose.userClick();
     };
-    component.Show();
-    module.collect();
+    do {
+        component.Show();
+        module.collect();
+    } while (!listing && next < chosen.size() && failure.empty() && !cancelled_ && refused_.empty());
     if (!failure.empty()) throw std::invalid_argument(failure);
     if (!toolkit.errors.empty() && departments.empty() && refused_.empty()) {
         const auto& e = toolkit.errors.front();

@@ -51,8 +51,10 @@ Totals readTotals(data::Connection& c, const data::TableNames& t, const Key& whe
     sql += " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
     sql += " left join " + t.pDepartment + " d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID";
     sql += " left join " + t.pCompanyMaster + " cm on cm.CompanyID=h.CompanyID";
-    sql += " left join " + t.pCurrencyMaster + " dc on dc.CompanyID=h.CompanyID and dc.CurrencyID=d.DepCurrencyID";
-    sql += " left join " + t.pCurrencyMaster + " cc on cc.CompanyID=h.CompanyID and cc.CurrencyID=cm.CurrencyID";
+    sql += " left join " + t.pCurrencyMaster +
+           " dc on dc.CompanyID=h.CompanyID and dc.CurrencyID=d.DepCurrencyID";
+    sql +=
+        " left join " + t.pCurrencyMaster + " cc on cc.CompanyID=h.CompanyID and cc.CurrencyID=cm.CurrencyID";
     sql += " where " + where("h");
     auto rs = c.open(sql);
     Totals out;
@@ -73,7 +75,8 @@ std::string checkBalance(const Totals& s) {
         return "The department amounts of this entry do not balance (they differ by " +
                money(s.dept, s.deptCurrency) + "): check the posting lines' department amounts.";
     if (std::fabs(s.comp) > kHalfCent * (1 + s.compConverted))
-        return "The company amounts of this entry do not balance (they differ by " + money(s.comp, s.compCurrency) +
+        return "The company amounts of this entry do not balance (they differ by " +
+               money(s.comp, s.compCurrency) +
                "): the exchange rates of its currencies do not agree; balance it with a line in the currency "
                "of the lines that differ, or check the exchange rates to " +
                s.compCurrency + ".";
@@ -82,13 +85,14 @@ std::string checkBalance(const Totals& s) {
 
 // The first line without a known account and currency, or without the converted amounts its
 // debit or credit needs, or whose amounts disagree on its side.
-std::string checkLines(data::Connection& c, const data::TableNames& t, const Key& where,
-                       const Totals& s) {
+std::string checkLines(data::Connection& c, const data::TableNames& t, const Key& where, const Totals& s) {
     std::string sql = "select p.DetailID, p.AccountID, p.AccountDesc, p.AccCurrSymbol, p.DebitAmount,";
-    sql += " p.CreditAmount, p.DeptAmount, p.CompAmount, a.AccountID KnownAccount, lc.CurrencyID KnownCurrency";
+    sql +=
+        " p.CreditAmount, p.DeptAmount, p.CompAmount, a.AccountID KnownAccount, lc.CurrencyID KnownCurrency";
     sql += " from " + t.paPayAccLinkPostingDetails + " p";
     sql += " left join " + t.aAccountMaster + " a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID";
-    sql += " left join " + t.pCurrencyMaster + " lc on lc.CompanyID=p.CompanyID and lc.CurrencyID=p.AccCurrID";
+    sql +=
+        " left join " + t.pCurrencyMaster + " lc on lc.CompanyID=p.CompanyID and lc.CurrencyID=p.AccCurrID";
     sql += " where " + where("p") + " and (a.AccountID is null or lc.CurrencyID is null";
     sql += " or ((isnull(p.DebitAmount,0)<>0 or isnull(p.CreditAmount,0)<>0)";
     sql += " and (isnull(p.DeptAmount,0)=0 or isnull(p.CompAmount,0)=0))";
@@ -101,8 +105,9 @@ std::string checkLines(data::Connection& c, const data::TableNames& t, const Key
         const std::string line = lineName(*rs), currency = text(rs->field("AccCurrSymbol"));
         const double side = number(rs->field("DebitAmount")) - number(rs->field("CreditAmount"));
         if (rs->field("KnownAccount").isNull())
-            why = line + " names an account that is not in the accounts master: check the accounts and the "
-                         "salary account settings.";
+            why = line +
+                  " names an account that is not in the accounts master: check the accounts and the "
+                  "salary account settings.";
         else if (rs->field("KnownCurrency").isNull())
             why = line + " has no known currency: check the account's currency in the accounts master.";
         else if (number(rs->field("DeptAmount")) == 0)
@@ -112,7 +117,8 @@ std::string checkLines(data::Connection& c, const data::TableNames& t, const Key
             why = line + " has no company amount: check the exchange rate from " + currency + " to " +
                   s.compCurrency + ".";
         else
-            why = line + " is a " + (side > 0 ? "debit" : "credit") + " of " + money(std::fabs(side), currency) +
+            why = line + " is a " + (side > 0 ? "debit" : "credit") + " of " +
+                  money(std::fabs(side), currency) +
                   " whose converted amounts stand on the other side: open the line in the editor and save it "
                   "again.";
     }
@@ -128,18 +134,21 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
                          const Key& where) {
     // Every source it links is flagged posted.
     std::string sql = "select d.RefTransID, d.RefTransNo from " + t.paPayAccLinkDetails + " d";
-    sql += e.payroll ? " left join pMonthlyPayRollProcessing s on s.mppCompanyID=d.CompanyID and "
-                       "s.mppProcessID=d.RefTransID"
-                     : " left join pPaymentHeader s on s.phCompanyID=d.CompanyID and s.phPaymentID=d.RefTransID";
-    sql += " where " + where("d") + (e.payroll ? " and isnull(s.mppPosted,0)<>1" : " and isnull(s.phPosted,0)<>1");
+    sql += e.payroll
+               ? " left join pMonthlyPayRollProcessing s on s.mppCompanyID=d.CompanyID and "
+                 "s.mppProcessID=d.RefTransID"
+               : " left join pPaymentHeader s on s.phCompanyID=d.CompanyID and s.phPaymentID=d.RefTransID";
+    sql += " where " + where("d") +
+           (e.payroll ? " and isnull(s.mppPosted,0)<>1" : " and isnull(s.phPosted,0)<>1");
     sql += " order by d.DetailID";
     auto rs = c.open(sql);
     std::set<int32_t> linked;
     if (!rs->eof()) {
         const std::string name = sourceName(e.payroll, text(rs->field("RefTransNo")));
         rs->close();
-        return name + " is linked by this entry but was not marked posted: press Ok again, and if it "
-                      "happens again, report it to support.";
+        return name +
+               " is linked by this entry but was not marked posted: press Ok again, and if it "
+               "happens again, report it to support.";
     }
     rs->close();
 
@@ -150,8 +159,8 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
     for (int32_t id : e.flagged) {
         if (linked.count(id)) continue;
         const std::string company = std::to_string(e.companyId), key = std::to_string(id);
-        rs = c.open(e.payroll ? "select mppProcessNo from pMonthlyPayRollProcessing where mppCompanyID=" + company +
-                                    " and mppProcessID=" + key
+        rs = c.open(e.payroll ? "select mppProcessNo from pMonthlyPayRollProcessing where mppCompanyID=" +
+                                    company + " and mppProcessID=" + key
                               : "select phPaymentNo from pPaymentHeader where phCompanyID=" + company +
                                     " and phPaymentID=" + key);
         const std::string number = rs->eof() ? key : text(rs->field(0));
@@ -163,7 +172,8 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
 
     // No other live entry of its kind links one of them.
     sql = "select h.TransNo, d.RefTransNo from " + t.paPayAccLinkDetails + " d inner join " +
-          t.paPayAccLinkDetails + " o on o.CompanyID=d.CompanyID and o.RefTransID=d.RefTransID and o.TransID<>d.TransID";
+          t.paPayAccLinkDetails +
+          " o on o.CompanyID=d.CompanyID and o.RefTransID=d.RefTransID and o.TransID<>d.TransID";
     sql += " inner join " + t.paPayAccLinkHeader + " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID";
     sql += " where " + where("d") + " and isnull(h.Cancelled,0)<>1";
     sql += e.payroll ? " and h.TransType='P'" : " and h.TransType<>'P'";

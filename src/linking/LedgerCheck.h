@@ -24,7 +24,7 @@ namespace linking {
 struct LedgerEntry {
     int32_t companyId = 0;
     int32_t transId = 0;
-    bool payroll = true;                     // payroll runs; payments otherwise
+    bool payroll = true;           // payroll runs; payments otherwise
     std::vector<int32_t> flagged;  // the sources the save flagged posted
 };
 

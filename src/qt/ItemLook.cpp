@@ -53,7 +53,11 @@ const std::map<QString, ListLook>& looks() {
              amount("Net amount in the department's currency"), kId, kId, kId},
             3,
             5,
-            6};
+            6,
+            -1,
+            8,
+            12,
+            11};
         m["FrmMaster.flexMaster"] = {false, {kId}, -1, -1, -1, 4};
         return m;
     }();

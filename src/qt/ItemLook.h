@@ -23,6 +23,9 @@ struct ListLook {
     int currency = -1, debit = -1, credit = -1;
     // The column that takes the room a wide window leaves (-1: the last one).
     int stretch = -1;
+    // The net of each line in its account's currency, and its department and company amounts,
+    // whose sums are the entry's balance (or -1).
+    int total = -1, department = -1, company = -1;
     ColumnLook column(int col) const {
         return col >= 0 && col < int(columns.size()) ? columns[col] : ColumnLook{};
     }

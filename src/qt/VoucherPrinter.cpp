@@ -367,14 +367,17 @@ private:
         }
         l_.rule(p, y, 0.8);
         QString note;
+        // The lines of several currencies balance in the department's and the company's.
+        const report::Imbalance net = report::NetAmounts(v_);
         if (report::Balanced(v_)) {
-            note = QStringLiteral("The entry balances: debits equal credits in every currency.");
+            note = QStringLiteral("The entry balances: its department amounts (") +
+                   qs(v_.departmentCurrency) + QStringLiteral(") and its company amounts (") +
+                   qs(v_.companyCurrency) + QStringLiteral(") each net to zero.");
         } else {
-            note = QStringLiteral("The entry does not balance:");
-            for (const report::CurrencyTotal& t : v_.totals)
-                if (report::Amount(t.debit) != report::Amount(t.credit))
-                    note += QStringLiteral(" ") + qs(t.currency) + QStringLiteral(" debits less credits ") +
-                            amount(t.debit - t.credit) + '.';
+            note = QStringLiteral("The entry does not balance: its department amounts net to ") +
+                   amount(net.department) + ' ' + qs(v_.departmentCurrency) +
+                   QStringLiteral(" and its company amounts to ") + amount(net.company) + ' ' +
+                   qs(v_.companyCurrency) + '.';
         }
         p.setFont(l_.font(8, true));
         p.drawText(QRectF(0, y + l_.pt(3), l_.width_, balanceH_), Qt::AlignLeft | Qt::AlignTop, note);

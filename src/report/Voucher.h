@@ -20,11 +20,12 @@ struct VoucherLine {
     double debit = 0, credit = 0;
     // Signed as the posting list keeps them: a debit adds, a credit subtracts.
     double departmentAmount = 0, companyAmount = 0;
+    bool byHand = false;  // typed in the line editor rather than gathered
 };
 
-// The sums of the lines held in one account currency. An entry balances when its debits
-// equal its credits in every currency, so its signed department and company amounts net to
-// zero as well.
+// The sums of the lines held in one account currency: information, since an entry whose lines
+// are in several currencies balances in the department's and the company's currency, not in
+// each of its own.
 struct CurrencyTotal {
     std::string currency;
     double debit = 0, credit = 0;
@@ -64,7 +65,13 @@ struct Voucher {
 // Amounts as they stand on paper: thousand separators and two decimals ("1,234,567.80").
 std::string Amount(double value);
 
-// True when the debits and credits of every currency agree to the cent.
+// What the department amounts and the company amounts of the lines net to.
+struct Imbalance {
+    double department = 0, company = 0;
+};
+Imbalance NetAmounts(const Voucher& voucher);
+// True when the department amounts and the company amounts each net to zero: to the cent, and
+// half a cent more for every line typed by hand in a currency that was converted.
 bool Balanced(const Voucher& voucher);
 
 }  // namespace report

@@ -64,7 +64,8 @@ void readHeader(const Session& s, int32_t transId, Voucher& v) {
 
 void readLines(const Session& s, int32_t transId, Voucher& v) {
     std::string sql = "select DetailID, AccountID, AccountDesc, Description, AccCurrSymbol, RefCurrSymbol,";
-    sql += " DebitAmount, CreditAmount, DeptAmount, CompAmount from " + s.tables.paPayAccLinkPostingDetails;
+    sql += " DebitAmount, CreditAmount, DeptAmount, CompAmount, Editable from " +
+           s.tables.paPayAccLinkPostingDetails;
     sql += " where CompanyID=" + std::to_string(s.companyId) + " and TransID=" + std::to_string(transId);
     sql += " order by DetailID";
     auto rs = s.connection.open(sql);
@@ -80,6 +81,7 @@ void readLines(const Session& s, int32_t transId, Voucher& v) {
         l.credit = number(rs->field(7));
         l.departmentAmount = number(rs->field(8));
         l.companyAmount = number(rs->field(9));
+        l.byHand = text(rs->field(10)) == "Y";
         v.lines.push_back(std::move(l));
     }
     rs->close();

@@ -81,6 +81,15 @@ bool Control::reachable() const {
     return true;
 }
 
+std::string Control::unreachableReason() const {
+    for (const Control* c = this; c; c = c->container_) {
+        if (c->enabled_ && c->visible_) continue;
+        const std::string state = c->visible_ ? "disabled" : "hidden";
+        return c == this ? name_ + " is " + state : name_ + " is in " + c->name_ + ", which is " + state;
+    }
+    return {};
+}
+
 void Control::setCaption(std::string v) {
     if (caption_ == v) return;
     caption_ = std::move(v);

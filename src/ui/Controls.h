@@ -86,6 +86,8 @@ public:
     void setVisible(bool v);
     // Enabled and visible, and so is every container: the user can reach it.
     bool reachable() const;
+    // Why the user cannot reach it, in a line ("cmdnew is disabled"); "" when reachable.
+    std::string unreachableReason() const;
     const std::string& caption() const { return caption_; }
     void setCaption(std::string v);
     const std::string& toolTipText() const { return toolTip_; }

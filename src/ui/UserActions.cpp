@@ -141,7 +141,7 @@ Control& UserActions::control(const std::string& name) const {
 
 Control& UserActions::reachableControl(const std::string& name) const {
     Control& c = control(name);
-    if (!c.reachable()) fail(name + " cannot be reached (disabled or hidden)");
+    if (!c.reachable()) fail(c.unreachableReason());
     return c;
 }
 
@@ -162,7 +162,7 @@ void UserActions::click(const ScriptLine& line) {
         item->userClick();
         return;
     }
-    if (!c.reachable()) fail(name + " cannot be reached (disabled or hidden)");
+    if (!c.reachable()) fail(c.unreachableReason());
     if (auto* button = dynamic_cast<CommandButton*>(&c))
         host_.press(*button);
     else if (auto* box = dynamic_cast<CheckBox*>(&c))

@@ -253,20 +253,25 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
             auto* totals = d.findChild<qtui::PostingTotals*>();
             ASSERT_NE(totals, nullptr);
             totals->refreshNow();
-            std::map<QString, std::array<double, 3>> sums;  // debit, credit, balance
+            std::map<QString, std::array<double, 3>> sums;  // debit, credit, net
+            double department = 0;
             for (int r = 1; r <= f.lvwPostingDetails.count(); ++r) {
                 auto& sum = sums[QString::fromStdString(f.lvwPostingDetails.cell(r, 3))];
                 const double debit = common::Val(f.lvwPostingDetails.cell(r, 5));
                 const double credit = common::Val(f.lvwPostingDetails.cell(r, 6));
                 sum = {sum[0] + debit, sum[1] + credit, sum[2] + debit - credit};
+                department += common::Val(f.lvwPostingDetails.cell(r, 12));
             }
+            const auto* balance = totals->findChild<QLabel*>("balanceDepartment");
+            EXPECT_EQ(balance != nullptr ? balance->text().toStdString() : "missing",
+                      qtui::formatAmount(QString::number(department, 'f', 2)).toStdString());
             EXPECT_EQ(sums.size(), 2u);
             for (const auto& [cur, sum] : sums) {
                 const auto* name = totals->findChild<QLabel*>("totalCurrency_" + cur);
                 EXPECT_TRUE(name != nullptr && name->text().contains(cur)) << cur.toStdString();
                 for (int i : {0, 1, 2}) {
                     const auto* label = totals->findChild<QLabel*>(
-                        QStringList{"totalDebit_", "totalCredit_", "totalBalance_"}[i] + cur);
+                        QStringList{"totalDebit_", "totalCredit_", "totalNet_"}[i] + cur);
                     EXPECT_EQ(label != nullptr ? label->text() : "missing",
                               qtui::formatAmount(QString::number(sum[i], 'f', 2)))
                         << cur.toStdString() << i;

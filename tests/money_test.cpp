@@ -1,0 +1,179 @@
+// Amounts by meaning on the demo data, whose company keeps its books in dirhams beside a
+// department paid in rupees and staff paid in dollars: a line's debit and credit in its
+// account's currency, its department and company amounts in theirs, stored as shown and
+// re-opened as saved.
+#include "journal/frmJournalDetails.h"
+#include "linking_fixture.h"
+#include "report/VoucherQuery.h"
+
+namespace linkingtest {
+namespace {
+
+namespace pst = linking::pst;
+
+class MoneyTest : public LinkingTest {
+protected:
+    journal::frmJournalDetails& editor(frmPayrollAccountsLinking& f, int row = 0) {
+        if (row > 0) {
+            f.lvwPostingDetails.userSelectRow(row);
+            f.lvwPostingDetails.userDblClick();
+        } else {
+            f.lvwPostingDetails.userRightClick();
+            f.mnuAdd.userClick();
+        }
+        return module->frmJournalDetails();
+    }
+    // A line typed by hand: account, amount as typed, side.
+    void hand(frmPayrollAccountsLinking& f, const std::string& account, const std::string& amount, bool credit) {
+        auto& ed = editor(f);
+        ASSERT_TRUE(ed.cboAccountID.userSelectText(account));
+        ed.txtDescription.userType("by hand");
+        ed.txtAmount.userPaste(amount);
+        (credit ? ed.optCredit : ed.optDebit).userSet(true);
+        ed.cmdOK.userClick();
+        ed.cmdCancel.userClick();
+    }
+    // Debit, credit, total, transaction, company and department amounts, and Editable.
+    static std::string amounts(const frmPayrollAccountsLinking& f, int row) {
+        std::string s;
+        for (int c : {pst::DebitAmount, pst::CreditAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount,
+                      pst::DeptAmount, pst::Editable})
+            s += (s.empty() ? "" : "|") + f.lvwPostingDetails.cell(row, c);
+        return s;
+    }
+    // Every line's account, currency, side and amounts. The credit is left out: a new credit
+    // typed by hand is listed negative, and re-opens positive, its total unchanged.
+    static std::string lines(const frmPayrollAccountsLinking& f) {
+        std::string s;
+        for (int r = 1; r <= f.lvwPostingDetails.count(); ++r) {
+            s += f.lvwPostingDetails.cell(r, pst::DebitAccountID) + " " + f.lvwPostingDetails.cell(r, pst::ResCurrID);
+            for (int c : {pst::DebitAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount, pst::DeptAmount})
+                s += " " + f.lvwPostingDetails.cell(r, c);
+            s += "\n";
+        }
+        return s;
+    }
+    std::string stored(int transId, const std::string& where = "") {
+        return rows(
+            "select AccountID, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount from "
+            "paPayAccLinkPostingDetails where CompanyID=1 and TransID=" +
+            std::to_string(transId) + where + " order by DetailID");
+    }
+    // Opens the entry, checks that it shows what was stored, saves it unchanged and checks
+    // that the same rows are stored again.
+    void reopenAndResave(int transId, const std::string& shown) {
+        const std::string before = dbState();
+        ASSERT_FALSE(shown.empty());
+        auto& f = openEdit(transId);
+        EXPECT_EQ(lines(f), shown);
+        f.cmdOk.userClick();
+        EXPECT_FALSE(linkingOpen()) << lastMessage();
+        EXPECT_EQ(dbState(), before);
+    }
+};
+
+TEST_F(MoneyTest, AHandLineInAForeignCurrencyConvertsIntoTheDepartmentsAndTheCompanysCurrency) {
+    auto& f = openNew();
+    gather(f, "Payroll", DateTime::ymd(2026, 10, 15), "Site Operations");
+    f.chkSelectAll.userSet(1);
+    const int n = f.lvwPostingDetails.count();
+    ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
+
+    auto& ed = editor(f);
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("Citibank Dollar Account"));
+    ed.txtAmount.userType("100");
+    EXPECT_EQ(ed.lblAmount.caption() + ed.lblDepAmount.caption() + ed.lblCompAmount.caption(),
+              "Amount(USD):Amount(AED) :Amount(AED) :");
+    EXPECT_EQ(ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(), "367.25 367.25");
+    EXPECT_TRUE(ed.txtDepAmount.locked() && ed.txtCompAmount.locked());
+    ed.cmdCancel.userClick();
+    hand(f, "Citibank Dollar Account", "100", true);
+    EXPECT_EQ(amounts(f, n + 1), "0.00|-100.00|-100.00|-100.00|-367.25|-367.25|Y");
+
+    // A hundred dirhams do not balance a hundred dollars.
+    hand(f, "Emirates Bank Current Account", "100", false);
+    EXPECT_EQ(f.txtTotDepAmount.text(), "-267.25");
+    f.cmdOk.userClick();
+    EXPECT_EQ(lastMessage(), "Debit total and Credit total must be same");
+    auto& line = editor(f, n + 2);
+    line.txtAmount.userPaste("367.25");
+    line.cmdOK.userClick();
+    line.cmdCancel.userClick();
+    EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
+    const std::string shown = lines(f);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+
+    EXPECT_EQ(stored(6, " and Editable='Y'"), "3003|0|100|-100|-367.25|-367.25|\n3002|367.25|0|367.25|367.25|367.25|\n");
+    report::Session session{*raw, module->session.tables, 1, 1};
+    const report::Voucher v = report::LoadVoucher(session, 6, "");
+    EXPECT_TRUE(report::Balanced(v));
+    reopenAndResave(6, shown);
+}
+
+TEST_F(MoneyTest, AnOpenedEntryConvertsInItsOwnDepartmentsCurrency) {
+    auto& first = openNew();
+    gather(first, "Payroll", DateTime::ymd(2026, 10, 15), "Administration");
+    toolkit.answers.push_back(ui::vbNo);
+    first.cmdClose.userClick();
+    ASSERT_FALSE(linkingOpen());
+
+    auto& f = openEdit(3);  // Engineering Centre Pune, in rupees
+    auto& ed = editor(f);
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("HDFC Bank Pune Account"));
+    ed.txtAmount.userType("100");
+    EXPECT_EQ(ed.lblDepAmount.caption() + ed.lblCompAmount.caption(), "Amount(INR) :Amount(AED) :");
+    EXPECT_EQ(ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(), "100.00 4.41");
+}
+
+TEST_F(MoneyTest, NegativeCreditsStayOnTheSideTheyWereSavedOn) {
+    raw->execute("update pPaymentDetails set pdPaymentAmt=-500 where pdCompanyID=1 and pdPaymentID=208 and pdLineID=2");
+    auto& f = openNew();
+    gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
+    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
+    const int cash = lineOf(f, "3001", "2");
+    ASSERT_GT(cash, 0);
+    EXPECT_EQ(amounts(f, cash), "0.00|-431.96|431.96|117.62|431.96|431.96|N");
+    // A credit typed negative is a debit in effect, and a debit typed negative a credit.
+    hand(f, "Emirates Bank Current Account", "-100", true);
+    hand(f, "Basic Salaries - AED", "-100", false);
+    ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
+    const std::string shown = lines(f);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+
+    EXPECT_EQ(scalar("select CreditAmount || ' ' || DeptAmount from paPayAccLinkPostingDetails where TransID=6 and "
+                     "AccountID=3001 and RefCurrID='2'")
+                  .toText(),
+              "-431.96 431.96");
+    EXPECT_EQ(stored(6, " and Editable='Y'"), "3002|0|-100|100|100|100|\n1001|-100|0|-100|-100|-100|\n");
+    reopenAndResave(6, shown);
+}
+
+TEST_F(MoneyTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) {
+    auto& f = openNew();
+    gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
+    f.lvwTransactionDetails.userToggle(1);
+    f.lvwTransactionDetails.userToggle(2);
+    const std::string payment = f.lvwTransactionDetails.cell(1, linking::det::TransNo);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    // As the classic component left its payment entries: linked, never flagged.
+    raw->execute("update pPaymentHeader set phPosted=0 where phCompanyID=1");
+
+    auto& again = openNew();
+    gather(again, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
+    ASSERT_EQ(again.lvwTransactionDetails.cell(1, linking::det::TransNo), payment);
+    again.lvwTransactionDetails.userToggle(1);
+    again.lvwTransactionDetails.userToggle(2);
+    const std::string before = dbState();
+    again.cmdOk.userClick();
+    EXPECT_EQ(lastMessage(), "Entry PAL/6 already links payment " + payment +
+                                 " but, saved before sources were marked posted, never marked it so, which is why "
+                                 "it is listed as open; untick it, or cancel PAL/6 first if this entry should "
+                                 "link it.");
+    EXPECT_EQ(dbState(), before);
+}
+
+}  // namespace
+}  // namespace linkingtest
