@@ -114,6 +114,43 @@ TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPos
     EXPECT_EQ(written(), before);
 }
 
+TEST_F(PostTest, ADepartmentStopsAtItsFirstMessageOrErrorAndNothingHalfListedIsSaved) {
+    struct Case {
+        const char* change;
+        std::vector<std::string> shown;
+        int status;
+    } cases[] = {
+        // Without the dollar rates the listing of each department with dollar staff raises midway.
+        {"delete from pExchangeRate where CompanyID=1 and CurrencyID2=2",
+         {"Administration               not posted: error 94: Invalid use of Null",
+          "2 posted, 0 with nothing to post, 3 not posted"},
+         1},
+        // A rate of nought lists every dollar line without a dirham amount: the ledger check
+        // refuses what the balance alone would pass.
+        {"update pExchangeRate set Rate=0 where CompanyID=1 and CurrencyID1=1 and CurrencyID2=2",
+         {"not posted: Line 5, Basic Salaries - USD, has no department amount: check the exchange rate from USD "
+          "to AED.",
+          "not posted: Line 1, Basic Salaries - USD, has no company amount: check the exchange rate from USD to AED.",
+          "2 posted, 0 with nothing to post, 3 not posted"},
+         1},
+        // The administrator without a rights row loses New on the first saved row; the browser is
+        // opened again for the next department, as the user would.
+        {"delete from puserrights where companyid=1 and userid=1", {"5 posted, 0 with nothing to post"}, 0},
+    };
+    for (const auto& c : cases) {
+        std::filesystem::remove(tmp.file("demo.db"));
+        std::filesystem::copy_file(testsupport::demoTemplate(), tmp.file("demo.db"));
+        data::sqlite::open(tmp.file("demo.db"))->execute(c.change);
+        Result r = post(kOctober);
+        EXPECT_EQ(r.status, c.status) << c.change << "\n" << r.out << r.err;
+        for (const auto& text : c.shown) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
+        EXPECT_EQ(scalar("select count(*) from paPayAccLinkPostingDetails where DeptAmount=0 or CompAmount=0"), "0");
+        EXPECT_EQ(scalar("select count(*) from pMonthlyPayRollProcessing m where mppPosted=1 and not exists (select 1 "
+                         "from paPayAccLinkDetails d where d.CompanyID=m.mppCompanyID and d.RefTransID=m.mppProcessID)"),
+                  "0");
+    }
+}
+
 TEST_F(PostTest, AKilledRunLeavesWholeDepartmentsOnly) {
     // Where a complete run ends.
     ASSERT_EQ(post(kOctober).status, 0);
