@@ -24,7 +24,8 @@ protected:
         return module->frmJournalDetails();
     }
     // A line typed by hand: account, amount as typed, side.
-    void hand(frmPayrollAccountsLinking& f, const std::string& account, const std::string& amount, bool credit) {
+    void hand(frmPayrollAccountsLinking& f, const std::string& account, const std::string& amount,
+              bool credit) {
         auto& ed = editor(f);
         ASSERT_TRUE(ed.cboAccountID.userSelectText(account));
         ed.txtDescription.userType("by hand");
@@ -46,8 +47,10 @@ protected:
     static std::string lines(const frmPayrollAccountsLinking& f) {
         std::string s;
         for (int r = 1; r <= f.lvwPostingDetails.count(); ++r) {
-            s += f.lvwPostingDetails.cell(r, pst::DebitAccountID) + " " + f.lvwPostingDetails.cell(r, pst::ResCurrID);
-            for (int c : {pst::DebitAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount, pst::DeptAmount})
+            s += f.lvwPostingDetails.cell(r, pst::DebitAccountID) + " " +
+                 f.lvwPostingDetails.cell(r, pst::ResCurrID);
+            for (int c :
+                 {pst::DebitAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount, pst::DeptAmount})
                 s += " " + f.lvwPostingDetails.cell(r, c);
             s += "\n";
         }
@@ -104,7 +107,8 @@ TEST_F(MoneyTest, AHandLineInAForeignCurrencyConvertsIntoTheDepartmentsAndTheCom
     f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
-    EXPECT_EQ(stored(6, " and Editable='Y'"), "3003|0|100|-100|-367.25|-367.25|\n3002|367.25|0|367.25|367.25|367.25|\n");
+    EXPECT_EQ(stored(6, " and Editable='Y'"),
+              "3003|0|100|-100|-367.25|-367.25|\n3002|367.25|0|367.25|367.25|367.25|\n");
     report::Session session{*raw, module->session.tables, 1, 1};
     const report::Voucher v = report::LoadVoucher(session, 6, "");
     EXPECT_TRUE(report::Balanced(v));
@@ -127,7 +131,9 @@ TEST_F(MoneyTest, AnOpenedEntryConvertsInItsOwnDepartmentsCurrency) {
 }
 
 TEST_F(MoneyTest, NegativeCreditsStayOnTheSideTheyWereSavedOn) {
-    raw->execute("update pPaymentDetails set pdPaymentAmt=-500 where pdCompanyID=1 and pdPaymentID=208 and pdLineID=2");
+    raw->execute(
+        "update pPaymentDetails set pdPaymentAmt=-500 where pdCompanyID=1 and pdPaymentID=208 and "
+        "pdLineID=2");
     auto& f = openNew();
     gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
     for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
@@ -142,10 +148,11 @@ TEST_F(MoneyTest, NegativeCreditsStayOnTheSideTheyWereSavedOn) {
     f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
-    EXPECT_EQ(scalar("select CreditAmount || ' ' || DeptAmount from paPayAccLinkPostingDetails where TransID=6 and "
-                     "AccountID=3001 and RefCurrID='2'")
-                  .toText(),
-              "-431.96 431.96");
+    EXPECT_EQ(
+        scalar("select CreditAmount || ' ' || DeptAmount from paPayAccLinkPostingDetails where TransID=6 and "
+               "AccountID=3001 and RefCurrID='2'")
+            .toText(),
+        "-431.96 431.96");
     EXPECT_EQ(stored(6, " and Editable='Y'"), "3002|0|-100|100|100|100|\n1001|-100|0|-100|-100|-100|\n");
     reopenAndResave(6, shown);
 }
@@ -168,10 +175,11 @@ TEST_F(MoneyTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) {
     again.lvwTransactionDetails.userToggle(2);
     const std::string before = dbState();
     again.cmdOk.userClick();
-    EXPECT_EQ(lastMessage(), "Entry PAL/6 already links payment " + payment +
-                                 " but, saved before sources were marked posted, never marked it so, which is why "
-                                 "it is listed as open; untick it, or cancel PAL/6 first if this entry should "
-                                 "link it.");
+    EXPECT_EQ(lastMessage(),
+              "Entry PAL/6 already links payment " + payment +
+                  " but, saved before sources were marked posted, never marked it so, which is why "
+                  "it is listed as open; untick it, or cancel PAL/6 first if this entry should "
+                  "link it.");
     EXPECT_EQ(dbState(), before);
 }
 

@@ -128,9 +128,11 @@ TEST_F(PostTest, ADepartmentStopsAtItsFirstMessageOrErrorAndNothingHalfListedIsS
         // A rate of nought lists every dollar line without a dirham amount: the ledger check
         // refuses what the balance alone would pass.
         {"update pExchangeRate set Rate=0 where CompanyID=1 and CurrencyID1=1 and CurrencyID2=2",
-         {"not posted: Line 5, Basic Salaries - USD, has no department amount: check the exchange rate from USD "
+         {"not posted: Line 5, Basic Salaries - USD, has no department amount: check the exchange rate from "
+          "USD "
           "to AED.",
-          "not posted: Line 1, Basic Salaries - USD, has no company amount: check the exchange rate from USD to AED.",
+          "not posted: Line 1, Basic Salaries - USD, has no company amount: check the exchange rate from USD "
+          "to AED.",
           "2 posted, 0 with nothing to post, 3 not posted"},
          1},
         // The administrator without a rights row loses New on the first saved row; the browser is
@@ -143,11 +145,17 @@ TEST_F(PostTest, ADepartmentStopsAtItsFirstMessageOrErrorAndNothingHalfListedIsS
         data::sqlite::open(tmp.file("demo.db"))->execute(c.change);
         Result r = post(kOctober);
         EXPECT_EQ(r.status, c.status) << c.change << "\n" << r.out << r.err;
-        for (const auto& text : c.shown) EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
-        EXPECT_EQ(scalar("select count(*) from paPayAccLinkPostingDetails where DeptAmount=0 or CompAmount=0"), "0");
-        EXPECT_EQ(scalar("select count(*) from pMonthlyPayRollProcessing m where mppPosted=1 and not exists (select 1 "
-                         "from paPayAccLinkDetails d where d.CompanyID=m.mppCompanyID and d.RefTransID=m.mppProcessID)"),
-                  "0");
+        for (const auto& text : c.shown)
+            EXPECT_NE(r.out.find(text), std::string::npos) << text << "\n" << r.out;
+        EXPECT_EQ(
+            scalar("select count(*) from paPayAccLinkPostingDetails where DeptAmount=0 or CompAmount=0"),
+            "0");
+        EXPECT_EQ(
+            scalar(
+                "select count(*) from pMonthlyPayRollProcessing m where mppPosted=1 and not exists (select 1 "
+                "from paPayAccLinkDetails d where d.CompanyID=m.mppCompanyID and "
+                "d.RefTransID=m.mppProcessID)"),
+            "0");
     }
 }
 
