@@ -214,11 +214,11 @@ void checkDatabase(data::Connection& connection, const Options& o) {
                               : o.db ? "'" + *o.db + "'"
                                      : std::string("the demo database");
     startup::checkDatabase(connection, o.company, about, !odbc);
-    startup::checkLogFolder();
 }
 
 // The session connection, traced to a file with --trace-sql.
 data::ConnectionPtr sessionConnection(const Options& o) {
+    startup::checkLogFolder();
     data::ConnectionPtr connection = openConnection(o);
     checkDatabase(*connection, o);
     if (o.traceSql) {

@@ -97,7 +97,9 @@ void syncFolder(const std::string& folder) {
 // and every later write dropped, so the caller learns of it at flush or commit.
 class OutputFile::Buffer : public std::streambuf {
 public:
-    explicit Buffer(int fd) : fd_(fd), bytes_(64 * 1024) { setp(bytes_.data(), bytes_.data() + bytes_.size()); }
+    explicit Buffer(int fd) : fd_(fd), bytes_(64 * 1024) {
+        setp(bytes_.data(), bytes_.data() + bytes_.size());
+    }
     int error() const { return error_; }
     bool drain() {
         if (error_ == 0) error_ = writeAll(fd_, pbase(), static_cast<size_t>(pptr() - pbase()));
@@ -129,15 +131,24 @@ OutputFile::OutputFile(std::string path, Target target) : path_(std::move(path))
         fd_ = STDOUT_FILENO;
     } else {
         if (path_.empty()) throw FileError("cannot write a file without a name");
-        struct stat st {};
+        struct stat st {
+        }, to{};
         if (::lstat(path_.c_str(), &st) == 0) {
             if (target_ == Target::Create) throw FileError(quoted(path_) + " exists already");
             if (S_ISDIR(st.st_mode)) throw FileError("cannot write " + quoted(path_) + ": it is a folder");
             // A file its owner made read-only is not replaced behind their back.
             if (S_ISREG(st.st_mode) && ::access(path_.c_str(), W_OK) != 0) fail(errno);
+            // A device or a pipe (/dev/stdout, a named pipe) is written as a stream: there is no
+            // file to replace, and replacing the name would break it for everyone.
+            if (!S_ISREG(st.st_mode) && ::stat(path_.c_str(), &to) == 0 && !S_ISREG(to.st_mode) &&
+                !S_ISDIR(to.st_mode)) {
+                device_ = true;
+                fd_ = ::open(path_.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+                if (fd_ < 0) fail(errno);
+            }
         }
         const std::string folder = folderOf(path_);
-        fd_ = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+        if (!device_) fd_ = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
         if (fd_ < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) {
             // No unnamed files here: a hidden name, which the next run removes if we are killed.
             removeLeftovers(folder);
@@ -194,7 +205,8 @@ void OutputFile::name() {
     const std::string self = "/proc/self/fd/" + std::to_string(fd_);
     if (temporary_.empty()) {
         if (target_ == Target::Create) {
-            if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path_.c_str(), AT_SYMLINK_FOLLOW) != 0) fail(errno);
+            if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path_.c_str(), AT_SYMLINK_FOLLOW) != 0)
+                fail(errno);
             named_ = true;
             return;
         }
@@ -206,9 +218,9 @@ void OutputFile::name() {
             if (errno != EEXIST || tries > 8) fail(errno);
         }
     }
-    const int renamed = target_ == Target::Create
-                            ? ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE)
-                            : ::rename(temporary_.c_str(), path_.c_str());
+    const int renamed = target_ == Target::Create ? ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD,
+                                                                path_.c_str(), RENAME_NOREPLACE)
+                                                  : ::rename(temporary_.c_str(), path_.c_str());
     if (renamed != 0) {
         const int error = errno;
         ::unlink(temporary_.c_str());
@@ -220,7 +232,7 @@ void OutputFile::name() {
 }
 
 void OutputFile::publish() {
-    if (target_ == Target::StandardOutput || named_) return;
+    if (target_ == Target::StandardOutput || device_ || named_) return;
     try {
         name();
     } catch (...) {
@@ -234,8 +246,8 @@ void OutputFile::commit() {
     flush();
     if (target_ == Target::StandardOutput) return;
     try {
-        if (::fsync(fd_) != 0) fail(errno);
-        if (!named_) name();
+        if (!device_ && ::fsync(fd_) != 0) fail(errno);
+        if (!named_ && !device_) name();
         const int fd = fd_;
         fd_ = -1;
         if (::close(fd) != 0) fail(errno);
@@ -268,7 +280,7 @@ void checkPrivateFolder(const std::string& path) {
 
 void makePrivateFolder(const std::string& path) {
     // Each missing folder from the top down, so that none of them is made with wider rights.
-    for (size_t at = path.find('/', 1); ; at = path.find('/', at + 1)) {
+    for (size_t at = path.find('/', 1);; at = path.find('/', at + 1)) {
         const std::string part = path.substr(0, at);
         if (!part.empty() && ::mkdir(part.c_str(), 0700) != 0 && errno != EEXIST)
             throw FileError("cannot make the folder " + quoted(part) + ": " + std::strerror(errno));

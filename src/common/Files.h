@@ -7,7 +7,8 @@
 // - every write, the sync and the close checked; a failure removes the new file and leaves the
 //   target as it was;
 // - renamed over the target only when complete, so a link planted at the target is replaced,
-//   never written through; a replaced file keeps its mode, a new one stays 0600.
+//   never written through; a replaced file keeps its mode, a new one stays 0600;
+// - a device or a pipe (/dev/stdout, /dev/full) is written in place, every write checked.
 //
 // Standard output is checked the same way: a full disk or a closed pipe is an error, not a
 // short file. State folders (the error log's, the demo database's) are made 0700 and refused
@@ -41,7 +42,9 @@ public:
 
     // Buffered; a failure shows at the next flush or commit.
     std::ostream& stream();
-    void write(std::string_view bytes) { stream().write(bytes.data(), static_cast<std::streamsize>(bytes.size())); }
+    void write(std::string_view bytes) {
+        stream().write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
     // Writes out what is buffered; raises FileError when the system refused it.
     void flush();
     // For a file written as it goes (a trace): gives it its name now, so that whatever was
@@ -64,6 +67,7 @@ private:
     int fd_ = -1;
     std::string temporary_;  // the hidden name while the file has one, else empty
     bool named_ = false;
+    bool device_ = false;  // a device or pipe, written in place
     std::unique_ptr<Buffer> buffer_;
     std::unique_ptr<std::ostream> stream_;
 };
