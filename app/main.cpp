@@ -341,11 +341,11 @@ int runGui(int argc, char** argv, const Options& o, data::ConnectionPtr connecti
 void addSessionOptions(CLI::App& cmd, Options& o) {
     auto* db = cmd.add_option("--db", o.db, "an embedded database file (default: the demo database)")
                    ->type_name("FILE");
-    auto* odbc = cmd.add_option("--odbc", o.odbc,
-                                "an ODBC connection string instead of --db; every user of the machine can "
-                                "read it in the process list, so put one with a password in --odbc-file, "
-                                "PAYACC_ODBC or a DSN's odbc.ini")
-                     ->type_name("\"CONNECTION STRING\"");
+    auto* odbc =
+        cmd.add_option("--odbc", o.odbc,
+                       "an ODBC connection string instead of --db; every user sees it in the process "
+                       "list: keep a password in --odbc-file, PAYACC_ODBC or odbc.ini")
+            ->type_name("\"CONNECTION STRING\"");
     auto* odbcFile =
         cmd.add_option("--odbc-file", o.odbcFile,
                        "read the ODBC connection string from FILE, which only its owner may read (chmod 600)")

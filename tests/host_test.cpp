@@ -315,6 +315,7 @@ TEST_F(HostTest, HelpPerModeAndVersion) {
     EXPECT_NE(help.out.find(tmp.path().string() + "/QORPayAccLinkingError.log"), std::string::npos)
         << "says where the error log goes\n"
         << help.out;
+    EXPECT_NE(help.out.find("every user sees it in the process list"), std::string::npos) << help.out;
     EXPECT_NE(init.out.find("--as-of"), std::string::npos) << init.out;
     EXPECT_EQ(init.out.find("--trace-sql"), std::string::npos) << "only init's own options\n" << init.out;
 }

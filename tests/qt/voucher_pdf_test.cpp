@@ -25,9 +25,11 @@ TEST(VoucherPdf, ArabicAndDevanagariAreWrittenInEmbeddedFonts) {
     report::Voucher v;
     v.companyName = "Al Noor General Trading LLC";
     v.entryNo = "PAL/7";
-    v.remarks = "رواتب أكتوبر";                             // October salaries
-    v.lines.push_back({1, 1001, "Basic Salaries", "वेतन भुगतान", "AED", "AED", 100, 0, 100, 100});  // salary payment
-    v.lines.push_back({2, 1004, "مصروف الرواتب", "Net pay", "AED", "AED", 0, 100, -100, -100});     // salaries expense
+    v.remarks = "رواتب أكتوبر";  // October salaries
+    v.lines.push_back(
+        {1, 1001, "Basic Salaries", "वेतन भुगतान", "AED", "AED", 100, 0, 100, 100});  // salary payment
+    v.lines.push_back(
+        {2, 1004, "مصروف الرواتب", "Net pay", "AED", "AED", 0, 100, -100, -100});  // salaries expense
     v.totals.push_back({"AED", 100, 100, 0, 0});
     testsupport::TempDir tmp;
     const std::string file = tmp.file("voucher.pdf");
@@ -47,7 +49,8 @@ TEST(VoucherPdf, ArabicAndDevanagariAreWrittenInEmbeddedFonts) {
     for (std::string line; std::getline(fonts, line);) {
         std::istringstream words(line);
         std::vector<std::string> w{std::istream_iterator<std::string>(words), {}};
-        if (w.size() >= 6 && w[0].find('-') != 0 && w[0] != "name") embedded.push_back(w[0] + " " + w[w.size() - 5]);
+        if (w.size() >= 6 && w[0].find('-') != 0 && w[0] != "name")
+            embedded.push_back(w[0] + " " + w[w.size() - 5]);
     }
     EXPECT_GE(embedded.size(), 2u);
     for (const std::string& font : embedded) EXPECT_EQ(font.substr(font.size() - 4), " yes") << font;
