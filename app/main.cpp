@@ -501,6 +501,20 @@ void hideConnectionString(int argc, char** argv) {
     }
 }
 
+// The exit status once what was printed has arrived: a full disk or a closed pipe on
+// standard output is a failure too.
+int checkedExit(int status) {
+    std::cout.flush();
+    const bool unflushed = std::fflush(stdout) != 0;
+    const int error = errno;
+    if (unflushed || std::ferror(stdout) || !std::cout) {
+        std::cerr << "payacclink: cannot write to standard output"
+                  << (unflushed ? std::string(": ") + std::strerror(error) : std::string()) << "\n";
+        return 2;
+    }
+    return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -544,7 +558,8 @@ int main(int argc, char** argv) {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& e) {
             // --help (the chosen mode's help) and --version: printed by CLI11, status 0.
-            if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+            if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+                return checkedExit(app.exit(e));
             throw UsageError{oneLine(e.what())};
         }
         hideConnectionString(argc, argv);
@@ -562,14 +577,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& e) {
         std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
     }
-    // What was printed must have arrived: a full disk or a closed pipe is a failure too.
-    std::cout.flush();
-    const bool unflushed = std::fflush(stdout) != 0;
-    const int error = errno;
-    if (unflushed || std::ferror(stdout) || !std::cout) {
-        std::cerr << "payacclink: cannot write to standard output"
-                  << (unflushed ? std::string(": ") + std::strerror(error) : std::string()) << "\n";
-        return 2;
-    }
-    return status;
+    return checkedExit(status);
 }

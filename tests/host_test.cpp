@@ -63,35 +63,29 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     open("bare.db")->execute("create table notes (x)");
     std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("nosettings.db"));
     open("nosettings.db")->execute("delete from psettings where companyid=1");
-    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("damaged.db"));
+    namespace fs = std::filesystem;
+    for (const char* copy : {"damaged.db", "readonly.db", "unreadable.db", "locked.db"})
+        fs::copy_file(tmp.file("demo.db"), tmp.file(copy));
     std::fstream(tmp.file("damaged.db"), std::ios::in | std::ios::out | std::ios::binary).seekp(4096 * 3)
         << std::string(4000, '\xDE');
+    fs::permissions(tmp.file("readonly.db"), fs::perms{0444});
+    fs::permissions(tmp.file("unreadable.db"), fs::perms::none);
+    data::ConnectionPtr lock = open("locked.db");
+    lock->beginTrans();  // another program's save, held
     write("odbc644.txt", "DSN=nowhere\n");
     write("odbc600.txt", "# the payroll server\n\nDSN=nowhere\n");
-    std::filesystem::permissions(tmp.file("odbc600.txt"), std::filesystem::perms::owner_read);
-    for (const char* folder : {"shared", "theirs", "procedures"})
-        std::filesystem::create_directory(tmp.file(folder));
-    std::filesystem::permissions(tmp.file("shared"), std::filesystem::perms::all);
+    fs::permissions(tmp.file("odbc600.txt"), fs::perms::owner_read);
+    for (const char* folder : {"shared", "theirs", "procedures"}) fs::create_directory(tmp.file(folder));
+    fs::permissions(tmp.file("shared"), fs::perms::all);
     // What another user meets: root is refused nothing, so as root the program runs as nobody.
     const bool root = ::geteuid() == 0;
     const std::string nobody = root ? "setpriv --reuid=65534 --regid=65534 --clear-groups" : "";
     const std::string nobodyLog = "PAYACC_LOG_DIR=" + tmp.file("theirs") + " " + nobody;
     if (root) {
         EXPECT_EQ(::chown(tmp.file("theirs").c_str(), 65534, 65534), 0);
-        std::filesystem::permissions(tmp.path(), std::filesystem::perms::all &
-                                                     ~std::filesystem::perms::others_write &
-                                                     ~std::filesystem::perms::group_write);
+        fs::permissions(tmp.path(), fs::perms{0755});
     }
-    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("readonly.db"));
-    std::filesystem::permissions(tmp.file("readonly.db"), std::filesystem::perms::owner_read |
-                                                              std::filesystem::perms::group_read |
-                                                              std::filesystem::perms::others_read);
-    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("unreadable.db"));
-    std::filesystem::permissions(tmp.file("unreadable.db"), std::filesystem::perms::none);
     const std::string post = "post --type Payroll --from 01/10/2026 --to 31/10/2026";
-    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("locked.db"));
-    data::ConnectionPtr lock = open("locked.db");
-    lock->beginTrans();  // another program's save, held
 
     struct Case {
         std::string args, env, says;
