@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "common/DateTime.h"
+#include "common/Utf8.h"
 #include "entry/Session.h"
 
 namespace post {
@@ -83,7 +84,15 @@ void addPostOptions(CLI::App& cmd, PostOptions& p) {
                        ? std::string()
                        : "needs a department id or all, not '" + text + "'";
         });
-    cmd.add_option("--remarks", p.remarks, "the entries' remarks")->type_name("TEXT");
+    cmd.add_option("--remarks", p.remarks, "the entries' remarks, at most 255 characters")
+        ->type_name("TEXT")
+        ->check([](const std::string& text) {
+            // As long as the column: the screen's box would stop the typing there.
+            const size_t n = common::utf8Length(common::validUtf8(text));
+            return n <= 255
+                       ? std::string()
+                       : "is " + std::to_string(n) + " characters long; an entry's remarks hold at most 255";
+        });
     cmd.add_flag("--dry-run", p.dryRun, "show the posting lines each entry would have and write nothing");
     cmd.footer(
         "The entries are dated on --date (default today). Exit status: 0 when every department with "
@@ -107,15 +116,16 @@ int runPost(const PostOptions& p, browser::PostSession session) {
     browser::PostAllDepartments run(session);
     auto outcomes = run.run(request, [&](int i, int n, const std::string& name) {
         if (std::chrono::steady_clock::now() - start > std::chrono::seconds(1))
-            std::fprintf(stderr, "department %d of %d: %s\n", i, n, name.c_str());
+            std::fprintf(stderr, "department %d of %d: %s\n", i, n, common::terminalText(name).c_str());
         return true;
     });
     if (!run.refused().empty()) {
-        std::fprintf(stderr, "payacclink: %s\n", run.refused().c_str());
+        std::fprintf(stderr, "payacclink: %s\n", common::terminalText(run.refused()).c_str());
         return 1;
     }
 
-    std::fputs(browser::PostSummary(outcomes, p.dryRun, run.cancelled()).c_str(), stdout);
+    std::fputs(common::terminalText(browser::PostSummary(outcomes, p.dryRun, run.cancelled()), "\n").c_str(),
+               stdout);
     std::fflush(stdout);
     bool failed = run.cancelled();
     for (const auto& d : outcomes) failed |= d.status == Status::NotPosted;

@@ -9,6 +9,8 @@
 
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/Files.h"
+#include "common/Utf8.h"
 #include "data/TableNames.h"
 #include "report/LedgerExport.h"
 #include "report/VoucherQuery.h"
@@ -58,9 +60,10 @@ int guarded(const Body& body) {
     try {
         return body();
     } catch (const common::Error& e) {
-        std::cerr << "payacclink: error " << e.number() << ": " << e.description() << "\n";
+        std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
+                  << "\n";
     } catch (const std::exception& e) {
-        std::cerr << "payacclink: " << e.what() << "\n";
+        std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
     }
     return 2;
 }
@@ -79,9 +82,10 @@ int runPrint(const PrintOptions& o, const ReportSession& s) {
 #ifdef PAYACC_HAVE_QT
         std::string error;
         const int pages = qtui::writeVoucherPdfFile(voucher, file, error);
-        if (pages == 0) throw Refused("cannot write '" + file + "': " + error);
-        std::cout << voucher.entryNo << ": " << pages << (pages == 1 ? " page" : " pages") << " written to "
-                  << file << "\n";
+        if (pages == 0) throw Refused(error);
+        std::cout << common::terminalText(voucher.entryNo + ": " + std::to_string(pages) +
+                                          (pages == 1 ? " page" : " pages") + " written to " + file)
+                  << "\n";
         return 0;
 #else
         (void)file;
@@ -103,12 +107,12 @@ int runExport(const ExportOptions& o, const ReportSession& s) {
             throw Refused("no " + std::string(o.includeCancelled ? "" : "open or posted ") +
                           "entries dated " + o.from + " to " + o.to + " in company " +
                           std::to_string(s.companyId));
-        if (o.csv.empty()) {
-            report::WriteLedgerCsv(std::cout, rows);
-            return 0;
-        }
-        report::WriteFileAtomically(o.csv, [&](std::ostream& out) { report::WriteLedgerCsv(out, rows); });
-        std::cout << rows.size() << " posting lines written to " << o.csv << "\n";
+        common::OutputFile out(o.csv, o.csv.empty() ? common::OutputFile::Target::StandardOutput
+                                                    : common::OutputFile::Target::Replace);
+        report::WriteLedgerCsv(out.stream(), rows, o.raw);
+        out.commit();
+        if (!o.csv.empty())
+            std::cout << rows.size() << " posting lines written to " << common::terminalText(o.csv) << "\n";
         return 0;
     });
 }

@@ -23,6 +23,7 @@ struct ExportOptions {
     std::string from, to;  // dd/MM/yyyy, both days included
     std::string csv;       // empty: standard output
     bool includeCancelled = false;
+    bool raw = false;  // texts as stored, without the apostrophe that keeps formulas out
 };
 
 // Each returns the exit status: 0 when done; 2, with one line on standard error, for an

@@ -11,22 +11,23 @@
 namespace startup {
 
 // Writes a new embedded database at path, complete or not at all: it is built in memory,
-// written to an unnamed file in the target folder and only then given its name, so a build
-// that fails or is killed leaves nothing behind. An existing file is never replaced.
+// written as every output is (common::OutputFile) and only then given its name, so a build
+// that fails or is killed leaves nothing behind. The file is 0600; an existing file (or link)
+// is never replaced.
 // With demo, the demo data is dated from demoDay (default: today).
 void createDatabase(const std::string& path, bool demo,
                     std::optional<common::DateTime> demoDay = std::nullopt);
 
-// A --db file that SQLite would open but that is not ours: missing, empty (SQLite would
-// silently turn it into a new database) or not an SQLite file at all.
+// A --db file that SQLite would open but that is not ours: missing, unreadable, empty
+// (SQLite would silently turn it into a new database) or not an SQLite file at all.
 void checkDatabaseFile(const std::string& path);
 
 // The opened database holds the component's tables, the company and its settings row.
 // about names the database in the messages ("'demo.db'", "the ODBC database").
 void checkDatabase(data::Connection& c, int32_t company, const std::string& about, bool embedded);
 
-// The trace file and the error log's folder can be written, so that a failure is not
+// The error log's folder is the user's own and can be written, so that a failure is not
 // first seen in the middle of the user's work.
-void checkWritable(const std::optional<std::string>& traceFile, const std::string& logFolder);
+void checkLogFolder();
 
 }  // namespace startup

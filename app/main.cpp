@@ -3,8 +3,14 @@
 //
 // Each mode is one subcommand: a function that declares it with its options, and a function
 // that runs it. main() lists them in one table and dispatches in one place.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -21,6 +27,8 @@
 #include "StartupCheck.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/Files.h"
+#include "common/Utf8.h"
 #include "data/ErrorLog.h"
 #include "data/Trace.h"
 #include "data/sqlite/SqliteConnection.h"
@@ -53,7 +61,8 @@ struct Options {
     std::string file;  // the script, or the database to create
     bool demo = false;
     std::string demoDay;  // init --as-of, dd/MM/yyyy
-    std::optional<std::string> db, odbc, traceSql;
+    std::optional<std::string> db, odbc, odbcFile, traceSql;
+    bool forWriting = true;  // the mode may save: a read-only or locked database is refused at once
     int32_t user = 1, company = 1, interface = 60;
     std::string date, title = "Payroll Accounts Linking", key = entry::kProjectKey;
     app::PrintOptions print;
@@ -104,12 +113,20 @@ fs::path demoPath() {
 
 // Opens a file database, makes sure it reads as one and brings a database of an older
 // build up to date.
-data::ConnectionPtr openFile(const std::string& path) {
+data::ConnectionPtr openFile(const std::string& path, const Options& o) {
     startup::checkDatabaseFile(path);
+    data::sqlite::OpenOptions options;
+    options.check = true;
+    options.forWriting = o.forWriting;
+    // A test hook: the tests need not wait the full busy timeout for a lock they hold.
+    if (const char* ms = std::getenv("PAYACC_TEST_BUSY_TIMEOUT_MS"); ms && std::atoi(ms) > 0)
+        options.busyTimeoutMs = std::atoi(ms);
     data::ConnectionPtr c;
     try {
-        c = data::sqlite::open(path);
+        c = data::sqlite::open(path, options);
         c->open("select count(*) from sqlite_master")->close();
+    } catch (const data::sqlite::Unusable& e) {
+        throw UsageError{e.what()};
     } catch (const std::exception& e) {
         throw UsageError{"cannot open database '" + path + "': " + e.what()};
     }
@@ -128,7 +145,7 @@ data::ConnectionPtr openDemo(const Options& o) {
     fs::path path = demoPath();
     if (!fs::exists(path)) {
         try {
-            fs::create_directories(path.parent_path());
+            common::makePrivateFolder(path.parent_path().string());
             startup::createDatabase(path.string(), true, demoDay(o));
         } catch (const std::exception& e) {
             // Another copy starting at the same moment may have made it first.
@@ -136,14 +153,49 @@ data::ConnectionPtr openDemo(const Options& o) {
                 throw UsageError{"cannot make the demo database '" + path.string() + "': " + e.what()};
         }
     }
-    return openFile(path.string());
+    return openFile(path.string(), o);
+}
+
+// The connection string of --odbc-file: a file only its owner may read, since it holds a
+// password. Blank lines and lines starting with # are skipped; one line must remain.
+std::string readOdbcFile(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0)
+        throw UsageError{"cannot read --odbc-file '" + path + "': " + std::strerror(errno)};
+    if (!S_ISREG(st.st_mode)) throw UsageError{"--odbc-file '" + path + "' is not a file"};
+    if (st.st_uid != ::geteuid() || (st.st_mode & 077) != 0) {
+        char mode[8];
+        std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+        throw UsageError{"--odbc-file '" + path + "' must be readable by its owner only (it is mode " + mode +
+                         (st.st_uid != ::geteuid() ? ", of another user" : "") + "): chmod 600 it"};
+    }
+    std::ifstream in(path);
+    if (!in) throw UsageError{"cannot read --odbc-file '" + path + "': " + std::strerror(errno)};
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) {
+        while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t'))
+            line.pop_back();
+        if (!line.empty() && line.front() != '#') lines.push_back(line);
+    }
+    if (lines.size() != 1)
+        throw UsageError{"--odbc-file '" + path + "' must hold one connection string on one line, not " +
+                         std::to_string(lines.size())};
+    return lines.front();
+}
+
+// The connection string: --odbc, --odbc-file, else PAYACC_ODBC when no --db is given.
+std::optional<std::string> odbcConnection(const Options& o) {
+    if (o.odbc) return o.odbc;
+    if (o.odbcFile) return readOdbcFile(*o.odbcFile);
+    if (const char* env = std::getenv("PAYACC_ODBC"); env && *env && !o.db) return std::string(env);
+    return std::nullopt;
 }
 
 data::ConnectionPtr openConnection(const Options& o) {
-    if (o.odbc) {
+    if (const std::optional<std::string> odbc = odbcConnection(o)) {
 #ifdef PAYACC_HAVE_ODBC
         try {
-            return data::odbc::open(*o.odbc);
+            return data::odbc::open(*odbc);
         } catch (const std::exception& e) {
             throw UsageError{std::string("cannot connect: ") + e.what()};
         }
@@ -151,31 +203,32 @@ data::ConnectionPtr openConnection(const Options& o) {
         throw UsageError{"this build has no ODBC support"};
 #endif
     }
-    return o.db ? openFile(*o.db) : openDemo(o);
+    return o.db ? openFile(*o.db, o) : openDemo(o);
 }
 
 // Everything the screens take for granted, checked before the first one opens.
 void checkDatabase(data::Connection& connection, const Options& o) {
-    const std::string about = o.odbc ? std::string("the ODBC database")
+    const bool odbc =
+        o.odbc || o.odbcFile || (!o.db && std::getenv("PAYACC_ODBC") && *std::getenv("PAYACC_ODBC"));
+    const std::string about = odbc   ? std::string("the ODBC database")
                               : o.db ? "'" + *o.db + "'"
                                      : std::string("the demo database");
-    startup::checkDatabase(connection, o.company, about, !o.odbc);
-    // The user's state folder is made on first use, as the log itself would make it.
-    const std::string logFolder = data::componentFolder();
-    if (logFolder == data::stateFolder()) {
-        std::error_code ec;
-        fs::create_directories(logFolder, ec);
-    }
-    startup::checkWritable(o.traceSql, logFolder);
+    startup::checkDatabase(connection, o.company, about, !odbc);
 }
 
 // The session connection, traced to a file with --trace-sql.
 data::ConnectionPtr sessionConnection(const Options& o) {
+    startup::checkLogFolder();
     data::ConnectionPtr connection = openConnection(o);
     checkDatabase(*connection, o);
     if (o.traceSql) {
         auto trace = std::make_shared<data::TraceConnection>(connection);
-        trace->setFile(*o.traceSql);
+        try {
+            trace->setFile(*o.traceSql);
+        } catch (const common::FileError& e) {
+            throw UsageError{"cannot write the trace file: " + std::string(e.what()) +
+                             "; give --trace-sql a file in a writable folder"};
+        }
         connection = trace;
     }
     return connection;
@@ -199,6 +252,36 @@ void setProperties(entry::qorPayrollAccounts& component, const Options& o, data:
     component.intInterfaceID = o.interface;
 }
 
+// The transcript as it may go to a terminal: each line with its control characters escaped
+// (tabs, which separate a dump's columns, kept).
+class TerminalLines : public std::streambuf {
+public:
+    explicit TerminalLines(std::ostream& out) : out_(out) {}
+    ~TerminalLines() override { sync(); }
+
+protected:
+    int_type overflow(int_type c) override {
+        if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+        line_ += traits_type::to_char_type(c);
+        if (line_.back() == '\n') sync();
+        return c;
+    }
+    int sync() override {
+        if (!line_.empty()) {
+            const bool newline = line_.back() == '\n';
+            if (newline) line_.pop_back();
+            out_ << common::terminalText(line_, "\t") << (newline ? "\n" : "");
+            line_.clear();
+        }
+        out_.flush();
+        return out_ ? 0 : -1;
+    }
+
+private:
+    std::ostream& out_;
+    std::string line_;
+};
+
 int runScript(const Options& o, data::ConnectionPtr connection) {
     std::ifstream file(o.file);
     if (!file) throw UsageError{"cannot read script '" + o.file + "'"};
@@ -214,7 +297,9 @@ int runScript(const Options& o, data::ConnectionPtr connection) {
         entry::Module module(toolkit);
         entry::qorPayrollAccounts component(module);
         setProperties(component, o, connection);
-        script::ScriptRunner runner(toolkit, std::cout);
+        TerminalLines lines(std::cout);
+        std::ostream transcript(&lines);
+        script::ScriptRunner runner(toolkit, transcript);
         runner.setTrace(trace.get());
         status = runner.run(file, [&] { component.Show(); });
     }
@@ -234,7 +319,8 @@ int runGui(int argc, char** argv, const Options& o, data::ConnectionPtr connecti
         try {
             component.Show();
         } catch (const common::Error& e) {
-            std::cerr << "payacclink: error " << e.number() << ": " << e.description() << "\n";
+            std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
+                      << "\n";
             failed = true;
         }
         module.collect();
@@ -255,9 +341,18 @@ int runGui(int argc, char** argv, const Options& o, data::ConnectionPtr connecti
 void addSessionOptions(CLI::App& cmd, Options& o) {
     auto* db = cmd.add_option("--db", o.db, "an embedded database file (default: the demo database)")
                    ->type_name("FILE");
-    auto* odbc = cmd.add_option("--odbc", o.odbc, "an ODBC connection string instead of --db")
-                     ->type_name("\"CONNECTION STRING\"");
+    auto* odbc =
+        cmd.add_option("--odbc", o.odbc,
+                       "an ODBC connection string instead of --db; every user sees it in the process "
+                       "list: keep a password in --odbc-file, PAYACC_ODBC or odbc.ini")
+            ->type_name("\"CONNECTION STRING\"");
+    auto* odbcFile =
+        cmd.add_option("--odbc-file", o.odbcFile,
+                       "read the ODBC connection string from FILE, which only its owner may read (chmod 600)")
+            ->type_name("FILE");
     db->excludes(odbc);
+    db->excludes(odbcFile);
+    odbc->excludes(odbcFile);
     cmd.add_option("--user", o.user, "the user id (default 1)")->type_name("N");
     cmd.add_option("--company", o.company, "the company id (default 1)")->type_name("N");
     cmd.add_option("--interface", o.interface, "the interface id (default 60)")->type_name("N");
@@ -333,6 +428,9 @@ CLI::App* addExport(CLI::App& app, Options& o) {
         ->type_name("FILE");
     cmd->add_flag("--include-cancelled", o.exportLines.includeCancelled,
                   "also the lines of cancelled entries");
+    cmd->add_flag("--raw", o.exportLines.raw,
+                  "texts exactly as stored: without it a text that begins with = + - @, a tab or a carriage "
+                  "return gets a leading ' so that a spreadsheet does not run it as a formula");
     cmd->footer(
         "Needs the Print (\"P\") right of the session user. Exit status 2 for an empty range or a file "
         "that cannot be written.");
@@ -364,17 +462,22 @@ std::string mainFooter() {
            "  demo database   $XDG_DATA_HOME/payacclink/demo.db (default "
            "~/.local/share/payacclink/demo.db),\n"
            "                  made on first use when neither --db nor --odbc is given\n"
-           "  error log       QORPayAccLinkingError.log beside the program when its folder is writable,\n"
-           "                  otherwise in $XDG_STATE_HOME/payacclink/ (default "
-           "~/.local/state/payacclink/);\n"
+           "  error log       QORPayAccLinkingError.log in $PAYACC_LOG_DIR, else beside the program when\n"
+           "                  its folder is the user's own (never under /usr), else in\n"
+           "                  $XDG_STATE_HOME/payacclink/ (default ~/.local/state/payacclink/);\n"
            "                  here: " +
-           log +
+           (log.empty() ? std::string("none (no HOME)") : log) +
            "\n"
            "\n"
            "Environment:\n"
            "  PAYACC_PROCEDURE_DIR  a folder of NAME.sql procedures used instead of the built-in ones\n"
            "  PAYACC_DEMO_DATE      dd/MM/yyyy: the day new demo data is dated from (default today)\n"
-           "  PAYACC_LOG_DIR        the folder of the error log\n";
+           "  PAYACC_LOG_DIR        the folder of the error log (a folder of your own)\n"
+           "  PAYACC_ODBC           the ODBC connection string when neither --db, --odbc nor --odbc-file is "
+           "given\n"
+           "\n"
+           "The files the program makes (databases, PDFs, CSVs, traces, the log) are readable by\n"
+           "their owner only; a file it replaces keeps its mode.\n";
 }
 
 // CLI11's messages can run over several lines; the host's errors are always one.
@@ -383,6 +486,33 @@ std::string oneLine(std::string text) {
         if (c == '\n') c = ' ';
     while (!text.empty() && text.back() == ' ') text.pop_back();
     return text;
+}
+
+// Overwrites the value of --odbc in the program's own arguments once read, so that the
+// password it may hold stays in the process list for the moment of the start only.
+void hideConnectionString(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        char* value = nullptr;
+        if (std::strcmp(argv[i], "--odbc") == 0 && i + 1 < argc)
+            value = argv[i + 1];
+        else if (std::strncmp(argv[i], "--odbc=", 7) == 0)
+            value = argv[i] + 7;
+        if (value != nullptr) std::memset(value, 'x', std::strlen(value));
+    }
+}
+
+// The exit status once what was printed has arrived: a full disk or a closed pipe on
+// standard output is a failure too.
+int checkedExit(int status) {
+    std::cout.flush();
+    const bool unflushed = std::fflush(stdout) != 0;
+    const int error = errno;
+    if (unflushed || std::ferror(stdout) || !std::cout) {
+        std::cerr << "payacclink: cannot write to standard output"
+                  << (unflushed ? std::string(": ") + std::strerror(error) : std::string()) << "\n";
+        return 2;
+    }
+    return status;
 }
 
 }  // namespace
@@ -422,25 +552,30 @@ int main(int argc, char** argv) {
         {addPost(app, o, postOptions), [&] { return runPost(o, postOptions); }},
     };
 
+    int status = 2;
     try {
         try {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& e) {
             // --help (the chosen mode's help) and --version: printed by CLI11, status 0.
-            if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(e);
+            if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+                return checkedExit(app.exit(e));
             throw UsageError{oneLine(e.what())};
         }
+        hideConnectionString(argc, argv);
+        const Mode* chosen = &modes.front();
         for (const Mode& mode : modes)
-            if (mode.command->parsed()) return mode.run();
-        return modes.front().run();
+            if (mode.command->parsed()) chosen = &mode;
+        // Reports only read; every other mode may save, and must be able to.
+        o.forWriting = chosen->command->get_name() != "print" && chosen->command->get_name() != "export";
+        status = chosen->run();
     } catch (const UsageError& e) {
-        std::cerr << "payacclink: " << e.message << "\n";
-        return 2;
+        std::cerr << "payacclink: " << common::terminalText(e.message) << "\n";
     } catch (const common::Error& e) {
-        std::cerr << "payacclink: error " << e.number() << ": " << e.description() << "\n";
-        return 2;
+        std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
+                  << "\n";
     } catch (const std::exception& e) {
-        std::cerr << "payacclink: " << e.what() << "\n";
-        return 2;
+        std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
     }
+    return checkedExit(status);
 }

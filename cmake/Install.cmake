@@ -57,6 +57,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "QORPayAccLinking developers <payacclink@localhost>")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Vouchers name employees and accounts in Latin, Arabic and Devanagari script: DejaVu Sans
+# covers the first two, Lohit Devanagari the third (the smallest Debian fonts that do; the PDF
+# embeds them).
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-dejavu-core, fonts-lohit-deva")
 # Desktop entries and icons are picked up by the menus' own triggers.
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -10,6 +10,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/Utf8.h"
 #include "common/Value.h"
 
 using namespace common;
@@ -168,4 +169,19 @@ TEST(Value, ConversionsBehaveAsTheClassicLanguage) {
     for (const Value& other : {Value(2), Value(), Value("Y")})
         EXPECT_FALSE(other.isOne()) << other.joinText();
     EXPECT_FALSE(Value(1) == Value(1.0));  // types differ, as the variant's do
+}
+
+// What a terminal is given: no control character or stray byte, every other character as is.
+TEST(Utf8, TerminalTextEscapesControlCharacters) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"Admin\x1b[2J\x1b]0;owned\x07", "Admin\\x1B[2J\\x1B]0;owned\\x07"},
+        {"a\tb\r\nc\x7f", "a\\x09b\\x0D\\x0Ac\\x7F"},
+        {"\xc2\x9b"
+         "31m \xff\xfe",
+         "\\u009B31m \\xFF\\xFE"},  // C1 CSI, bytes that are no character
+        {"\xd8\xb1\xd9\x88 \xe0\xa4\xb5\xe0\xa5\x87 \xc2\xa0\xf0\x9f\x98\x80",
+         "\xd8\xb1\xd9\x88 \xe0\xa4\xb5\xe0\xa5\x87 \xc2\xa0\xf0\x9f\x98\x80"},
+    };
+    for (const auto& [text, shown] : cases) EXPECT_EQ(common::terminalText(text), shown);
+    EXPECT_EQ(common::terminalText("a\tb\nc\x1b", "\t\n"), "a\tb\nc\\x1B");
 }

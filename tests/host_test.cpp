@@ -1,11 +1,14 @@
 // The host program as a user runs it, from a folder of its own with no way back to the sources:
 // exit statuses and refusals, init (whole or nothing, bare, older builds, the demo), scripts, help.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <set>
+#include <vector>
 
 #include "TestSupport.h"
 #include "data/sqlite/SqliteConnection.h"
@@ -60,10 +63,34 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     open("bare.db")->execute("create table notes (x)");
     std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("nosettings.db"));
     open("nosettings.db")->execute("delete from psettings where companyid=1");
+    namespace fs = std::filesystem;
+    for (const char* copy : {"damaged.db", "readonly.db", "unreadable.db", "locked.db"})
+        fs::copy_file(tmp.file("demo.db"), tmp.file(copy));
+    std::fstream(tmp.file("damaged.db"), std::ios::in | std::ios::out | std::ios::binary).seekp(4096 * 3)
+        << std::string(4000, '\xDE');
+    fs::permissions(tmp.file("readonly.db"), fs::perms{0444});
+    fs::permissions(tmp.file("unreadable.db"), fs::perms::none);
+    data::ConnectionPtr lock = open("locked.db");
+    lock->beginTrans();  // another program's save, held
+    write("odbc644.txt", "DSN=nowhere\n");
+    write("odbc600.txt", "# the payroll server\n\nDSN=nowhere\n");
+    fs::permissions(tmp.file("odbc600.txt"), fs::perms::owner_read);
+    for (const char* folder : {"shared", "theirs", "procedures"}) fs::create_directory(tmp.file(folder));
+    fs::permissions(tmp.file("shared"), fs::perms::all);
+    // What another user meets: root is refused nothing, so as root the program runs as nobody.
+    const bool root = ::geteuid() == 0;
+    const std::string nobody = root ? "setpriv --reuid=65534 --regid=65534 --clear-groups" : "";
+    const std::string nobodyLog = "PAYACC_LOG_DIR=" + tmp.file("theirs") + " " + nobody;
+    if (root) {
+        EXPECT_EQ(::chown(tmp.file("theirs").c_str(), 65534, 65534), 0);
+        fs::permissions(tmp.path(), fs::perms{0755});
+    }
+    const std::string post = "post --type Payroll --from 01/10/2026 --to 31/10/2026";
 
-    const struct {
+    struct Case {
         std::string args, env, says;
-    } cases[] = {
+    };
+    std::vector<Case> cases = {
         {"--bogus", "", ""},
         {"--user abc --db demo.db", "", ""},
         {"--date 31/02/2026", "", ""},
@@ -92,7 +119,28 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         {"export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4 --db demo.db", "",
          "no Print right"},
         {"export --from 1/13/2026 --to 31/08/2026 --db demo.db", "", "--from needs a date"},
+        // Databases that cannot be used are named with their problem before anything is tried.
+        {"script close.txt --db readonly.db", nobodyLog, "database 'readonly.db' is read-only"},
+        {"print --entry PAL/1 --db unreadable.db", nobodyLog, "cannot read database 'unreadable.db'"},
+        {post + " --db damaged.db", "", "database 'damaged.db' is damaged"},
+        {post + " --db locked.db", "PAYACC_TEST_BUSY_TIMEOUT_MS=100", "database 'locked.db' is locked"},
+        {post + " --db demo.db", "PAYACC_PROCEDURE_DIR=procedures", "of the procedures the program calls"},
+        {post + " --db demo.db --remarks " + std::string(256, 'r'), "",
+         "an entry's remarks hold at most 255"},
+        {"script close.txt --odbc-file odbc644.txt", "", "readable by its owner only (it is mode 0644)"},
+        {"script close.txt --odbc-file odbc600.txt", "", "cannot connect"},
+        {"script close.txt", "PAYACC_ODBC='DSN=nowhere'", "cannot connect"},
+        // The error log: never in a folder another user could plant links in.
+        {"script close.txt --db demo.db", "PAYACC_LOG_DIR=shared", "every user may write to the folder"},
+        {"script close.txt --db demo.db", root ? "PAYACC_LOG_DIR=theirs" : "PAYACC_LOG_DIR=/",
+         "belongs to another user"},
+        // Control characters reach no terminal.
+        {"--db \"$(printf 'x\\033[2J.db')\"", "", "no database file 'x\\x1B[2J.db'"},
     };
+    // Without a state folder, and not beside a program of its own: no log, no start.
+    if (root)
+        cases.push_back(
+            {"script close.txt", "PAYACC_LOG_DIR= HOME= XDG_STATE_HOME= " + nobody, "no folder for it"});
     for (const auto& c : cases) {
         const ProgramResult r = run(c.args, c.env);
         EXPECT_EQ(r.status, 2) << c.args << ": " << r.out << r.err;
@@ -109,6 +157,72 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     open("demo.db")->execute("drop view vwPayAccLinkSettings");
     write("new.txt", "click cmdnew\nclose\n");
     EXPECT_EQ(run("script new.txt --db demo.db").status, 1);
+}
+
+// Every output: a new file renamed over the target, so a planted link is replaced and its
+// target untouched; private when new, the old mode when replaced; whole or not at all.
+TEST_F(HostTest, OutputsReplaceTheirTargetWholeAndPrivately) {
+    namespace fs = std::filesystem;
+    const mode_t umask = ::umask(022);
+    ASSERT_EQ(run("init demo.db --demo --as-of 28/10/2026").status, 0);
+    write("victim.txt", "victim");
+    write("close.txt", "close\n");
+    for (const char* name : {"x.pdf", "x.csv", "trace.txt", "new.db"})
+        fs::create_symlink("victim.txt", tmp.file(name));
+    const std::string print = "print --entry PAL/1 --db demo.db --pdf x.pdf",
+                      exportAll = "export --from 01/08/2026 --to 31/12/9999 --db demo.db";
+    for (const std::string& args : std::vector<std::string>{
+             print, exportAll + " --csv x.csv", "script close.txt --db demo.db --trace-sql trace.txt"})
+        EXPECT_EQ(run(args).status, 0) << args;
+    EXPECT_EQ(run("init new.db").status, 2);
+    EXPECT_EQ(testsupport::slurp(tmp.file("victim.txt")), "victim");
+    EXPECT_TRUE(fs::is_symlink(tmp.file("new.db")));
+    EXPECT_EQ(testsupport::slurp(tmp.file("trace.txt")).rfind("OPEN\t", 0), 0u);
+    auto mode = [&](const char* name) { return fs::symlink_status(tmp.file(name)).permissions(); };
+    for (const char* name : {"demo.db", "x.pdf", "x.csv", "trace.txt"})
+        EXPECT_EQ(mode(name), fs::perms::owner_read | fs::perms::owner_write) << name;
+    fs::permissions(tmp.file("x.csv"),
+                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    EXPECT_EQ(run(exportAll + " --csv x.csv").status, 0);
+    EXPECT_EQ(mode("x.csv"), fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+
+    // A write the system refuses ends the command (a failing trace, the session's statements)
+    // and leaves the old file.
+    const std::string pdf = testsupport::slurp(tmp.file("x.pdf")),
+                      csv = testsupport::slurp(tmp.file("x.csv"));
+    for (const auto& [args, env] : std::vector<std::pair<std::string, std::string>>{
+             {print, "PAYACC_TEST_FAIL_WRITE=1"},
+             {exportAll + " --csv x.csv", "PAYACC_TEST_FAIL_WRITE=1"},
+             {"init fresh.db --demo", "PAYACC_TEST_FAIL_WRITE=1"},
+             {"script close.txt --db demo.db --trace-sql trace.txt", "PAYACC_TEST_FAIL_WRITE=2"},
+             {exportAll + " --csv /dev/full", ""}}) {
+        const ProgramResult r = run(args, env);
+        EXPECT_NE(r.status, 0) << args;
+        EXPECT_NE((r.out + r.err).find("No space left on device"), std::string::npos)
+            << args << ": " << r.err;
+    }
+    EXPECT_EQ(testsupport::slurp(tmp.file("x.pdf")), pdf);
+    EXPECT_EQ(testsupport::slurp(tmp.file("x.csv")), csv);
+    // Names reach the terminal with their control characters escaped.
+    open("demo.db")->execute(
+        "update pDepartmentMaster set DepartmentName='Admin'||char(27)||'[2J' where CompanyID=1 and "
+        "DepartmentID=1");
+    const ProgramResult posted =
+        run("post --type Payroll --from 01/10/2026 --to 31/10/2026 --dry-run --db demo.db");
+    EXPECT_NE(posted.out.find("Admin\\x1B[2J "), std::string::npos) << posted.out;
+    EXPECT_EQ(posted.out.find('\x1b'), std::string::npos);
+    // Standard output is checked too.
+    for (const std::string& args : std::vector<std::string>{
+             exportAll, "post --type Payroll --from 01/10/2026 --to 31/10/2026 --dry-run --db demo.db"}) {
+        const std::string cmd = "cd '" + tmp.path().string() + "' && PAYACC_LOG_DIR=. " +
+                                testsupport::kProgram + " " + args + " >/dev/full 2>/dev/null";
+        EXPECT_EQ(WEXITSTATUS(std::system(cmd.c_str())), 2) << args;
+    }
+    std::set<std::string> files;
+    for (const auto& e : fs::directory_iterator(tmp.path())) files.insert(e.path().filename());
+    EXPECT_EQ(files, (std::set<std::string>{"close.txt", "demo.db", "err.txt", "new.db", "out.txt",
+                                            "trace.txt", "victim.txt", "x.csv", "x.pdf"}));
+    ::umask(umask);
 }
 
 TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
@@ -195,6 +309,7 @@ TEST_F(HostTest, HelpPerModeAndVersion) {
     EXPECT_NE(help.out.find(tmp.path().string() + "/QORPayAccLinkingError.log"), std::string::npos)
         << "says where the error log goes\n"
         << help.out;
+    EXPECT_NE(help.out.find("every user sees it in the process list"), std::string::npos) << help.out;
     EXPECT_NE(init.out.find("--as-of"), std::string::npos) << init.out;
     EXPECT_EQ(init.out.find("--trace-sql"), std::string::npos) << "only init's own options\n" << init.out;
 }

@@ -1,9 +1,11 @@
 // The embedded database takes the suite's SQL Server statements unchanged.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <thread>
 
 #include "TestSupport.h"
 #include "common/Error.h"
@@ -239,4 +241,19 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
         {[&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); },
          "Error converting data type varchar to datetime."}};
     for (const auto& [f, text] : failures) EXPECT_EQ(errorText(f), text);
+}
+
+// Opening a database not yet in WAL mode (made by an older build) switches it, which needs the
+// write lock: the switch waits for another program's lock as every statement does.
+TEST_F(SqliteTest, OpeningAnOlderDatabaseWaitsForTheLock) {
+    db->execute("PRAGMA journal_mode=DELETE");
+    db->beginTrans();
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        db->rollbackTrans();
+    });
+    EXPECT_EQ(
+        errorText([&] { data::sqlite::open(tmp.file("t.db"))->open("select count(*) from pay")->close(); }),
+        "(no error)");
+    other.join();
 }

@@ -8,6 +8,7 @@
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
+#include "report/LedgerExport.h"
 #include "report/VoucherQuery.h"
 
 namespace {
@@ -170,10 +171,11 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
 }
 
 TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
-    const std::string tricky = "Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
+    // A formula in a description stays text for a spreadsheet.
+    const std::string tricky = "=Wages, \"extra\" \xD8\xB1\xD9\x88\xD8\xA7\xD8\xAA\xD8\xA8 August";
     raw->execute("update paPayAccLinkPostingDetails set Description='" + tricky +
                  "' where CompanyID=1 and TransID=1 and DetailID=2");
-    Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled");
+    Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled --raw");
     ASSERT_EQ(r.status, 0) << r.err;
     const auto records = readCsv(slurp(tmp.file("lines.csv")));
     ASSERT_FALSE(records.empty());
@@ -197,12 +199,17 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     EXPECT_EQ(records[0].size(), 14u);
     EXPECT_EQ(cancelledRows, 4u);
     EXPECT_EQ(records[2][7], tricky);
+    for (const char* lead : {"=", "+", "-", "@", "\t", "\r"})
+        EXPECT_EQ(readCsv(report::CsvTextField(lead + std::string("SUM(A1)")) + "\r\n")[0][0],
+                  "'" + std::string(lead) + "SUM(A1)");
+    EXPECT_EQ(report::CsvTextField("Net pay - AED"), "Net pay - AED");
     EXPECT_EQ(records[2][1], "31/08/2026");
     EXPECT_EQ(records[2][2], "Payroll");
 
-    // Without --include-cancelled, to standard output.
+    // Without --include-cancelled, to standard output; without --raw, as a spreadsheet may open it.
     r = run("export --from 01/08/2026 --to 31/08/2026");
     ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(readCsv(r.out)[2][7], "'" + tricky);
     EXPECT_EQ(readCsv(r.out).size(), records.size() - cancelledRows);
     EXPECT_EQ(count(r.out, "Cancelled"), 0u);
 }

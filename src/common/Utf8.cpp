@@ -1,6 +1,7 @@
 #include "common/Utf8.h"
 
 #include <cstdint>
+#include <cstdio>
 
 namespace common {
 
@@ -98,6 +99,29 @@ char32_t utf8Next(std::string_view text, size_t& pos) {
     for (; more > 0 && pos < text.size(); --more)
         c = (c << 6) | (static_cast<unsigned char>(text[pos++]) & 0x3F);
     return c;
+}
+
+std::string terminalText(std::string_view text, std::string_view keep) {
+    std::string out;
+    out.reserve(text.size());
+    char escape[12];
+    for (size_t pos = 0; pos < text.size();) {
+        const size_t n = wellFormed(text, pos);
+        const auto b = static_cast<unsigned char>(text[pos]);
+        if (n == 0 || ((b < 0x20 || b == 0x7F) && keep.find(text[pos]) == std::string_view::npos)) {
+            std::snprintf(escape, sizeof escape, "\\x%02X", b);
+            out += escape;
+            ++pos;
+        } else if (n == 2 && b == 0xC2 && static_cast<unsigned char>(text[pos + 1]) < 0xA0) {
+            std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned char>(text[pos + 1]));
+            out += escape;
+            pos += 2;
+        } else {
+            out.append(text.substr(pos, n));
+            pos += n;
+        }
+    }
+    return out;
 }
 
 }  // namespace common

@@ -18,5 +18,9 @@ std::string validUtf8(std::string_view text);
 std::string utf8Encode(char32_t c);
 // Decodes the character at text[pos] (the text must be valid) and moves pos past it.
 char32_t utf8Next(std::string_view text, size_t& pos);
+// The text as it may go to a terminal: control characters (C0 but those in keep, DEL, C1)
+// and bytes that form no character are written as \xNN or \uNNNN, so a name or remark can
+// never move the cursor, recolour the screen or send the terminal a command.
+std::string terminalText(std::string_view text, std::string_view keep = {});
 
 }  // namespace common

@@ -9,11 +9,11 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/Files.h"
 
 namespace data {
 
@@ -51,19 +51,18 @@ common::DateTime now() {
     return common::DateTime{tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 
-[[noreturn]] void raiseFileError(const std::string& path, int errnum) {
-    // 75: "Path/File access error", the classic runtime's answer to a file it cannot write.
-    common::raise(75, kComponentName, "Path/File access error (" + path + ": " + std::strerror(errnum) + ")");
-}
-
 }  // namespace
 
 std::string componentFolder() {
     if (!folderOverride().empty()) return folderOverride();
     if (const char* env = std::getenv("PAYACC_LOG_DIR"); env && *env) return env;
-    // Installed under /usr the component's folder is not the user's to write in.
-    std::string folder = loadedObjectFolder();
-    if (::access(folder.c_str(), W_OK) == 0) return folder;
+    // Beside the component only in a folder of the user's own: an installed program's folder
+    // (/usr/bin, even for root) is no place for a log.
+    const std::string folder = loadedObjectFolder();
+    struct stat st {};
+    if (folder != "/usr" && folder.rfind("/usr/", 0) != 0 && ::stat(folder.c_str(), &st) == 0 &&
+        st.st_uid == ::geteuid() && (st.st_mode & S_IWOTH) == 0 && ::access(folder.c_str(), W_OK) == 0)
+        return folder;
     return stateFolder();
 }
 
@@ -72,16 +71,29 @@ std::string stateFolder() {
     fs::path base;
     if (const char* xdg = std::getenv("XDG_STATE_HOME"); xdg && *xdg && fs::path(xdg).is_absolute())
         base = xdg;
-    else if (const char* home = std::getenv("HOME"); home && *home)
+    else if (const char* home = std::getenv("HOME"); home && *home && fs::path(home).is_absolute())
         base = fs::path(home) / ".local" / "state";
     else
-        base = fs::temp_directory_path();
+        return {};
     return (base / "payacclink").string();
+}
+
+void prepareLogFolder() {
+    const std::string folder = componentFolder();
+    if (folder.empty())
+        throw common::FileError("no folder for it (no PAYACC_LOG_DIR, XDG_STATE_HOME or HOME)");
+    if (folder == stateFolder())
+        common::makePrivateFolder(folder);
+    else
+        common::checkPrivateFolder(folder);
 }
 
 void setComponentFolder(const std::string& folder) { folderOverride() = folder; }
 
-std::string errorLogPath() { return componentFolder() + "/" + kComponentName + "Error.log"; }
+std::string errorLogPath() {
+    const std::string folder = componentFolder();
+    return folder.empty() ? std::string() : folder + "/" + kComponentName + "Error.log";
+}
 
 bool writeErrorLog(Connection& c, const TableNames& names, const LogEntry& e) {
     // The user name lookup travels inside the table name, as the suite's field lookup takes it.
@@ -106,21 +118,20 @@ bool writeErrorLog(Connection& c, const TableNames& names, const LogEntry& e) {
     line += e.entryMode + "\r\n";
 
     const std::string path = errorLogPath();
-    if (std::string folder = componentFolder(); folder == stateFolder()) {
-        std::error_code ec;
-        std::filesystem::create_directories(folder, ec);  // a failure shows when the file opens
+    try {
+        prepareLogFolder();
+        struct stat st {};
+        if (::lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+            // A log left read-only (or hidden) is made writable again before appending.
+            mode_t normal = (st.st_mode & 07777) | S_IWUSR | S_IRUSR;
+            if (normal != (st.st_mode & 07777) && ::chmod(path.c_str(), normal) != 0)
+                throw common::FileError("cannot write '" + path + "': " + std::strerror(errno));
+        }
+        common::appendPrivate(path, line);
+    } catch (const common::FileError& error) {
+        // 75: "Path/File access error", the classic runtime's answer to a file it cannot write.
+        common::raise(75, kComponentName, std::string("Path/File access error (") + error.what() + ")");
     }
-    struct stat st {};
-    if (::stat(path.c_str(), &st) == 0) {
-        // A log left read-only (or hidden) is made writable again before appending.
-        mode_t normal = (st.st_mode & 07777) | S_IWUSR | S_IRUSR;
-        if (normal != (st.st_mode & 07777) && ::chmod(path.c_str(), normal) != 0) raiseFileError(path, errno);
-    }
-    std::ofstream out(path, std::ios::app | std::ios::binary);
-    if (!out) raiseFileError(path, errno);
-    out << line;
-    out.close();
-    if (!out) raiseFileError(path, errno);
     return e.number != 0;
 }
 

@@ -9,14 +9,18 @@ namespace data {
 
 inline constexpr const char* kComponentName = "QORPayAccLinking";
 
-// Folder the log lives in: the folder of the loaded component (the shared library or the
-// program) while it is writable, else stateFolder(); a host or test may set another, and
-// PAYACC_LOG_DIR names one for the whole process.
+// Folder the log lives in: PAYACC_LOG_DIR, else the folder of the loaded component (the
+// shared library or the program) when it belongs to the user running it and is not under
+// /usr, else stateFolder(); a host or test may set another. Empty when there is none.
 std::string componentFolder();
-// The user's state folder for the component: $XDG_STATE_HOME/payacclink, by default
-// ~/.local/state/payacclink.
+// The user's state folder for the component: $XDG_STATE_HOME/payacclink, else
+// ~/.local/state/payacclink; empty without either, since a shared folder such as /tmp would
+// let another user plant links in it.
 std::string stateFolder();
 void setComponentFolder(const std::string& folder);
+// The log's folder made ready: the state folder is created 0700; any folder is refused (with
+// common::FileError) when it is not this user's own or every user may write to it.
+void prepareLogFolder();
 std::string errorLogPath();
 
 struct LogEntry {

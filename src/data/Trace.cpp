@@ -1,7 +1,5 @@
 #include "data/Trace.h"
 
-#include <fstream>
-
 #include "common/Conv.h"
 #include "common/Error.h"
 
@@ -92,7 +90,20 @@ private:
 
 TraceConnection::TraceConnection(ConnectionPtr inner) : inner_(std::move(inner)) {}
 
-void TraceConnection::setFile(const std::string& path) { file_ = path; }
+TraceConnection::~TraceConnection() {
+    try {
+        if (file_) file_->commit();
+    } catch (const common::FileError&) {
+        // The lines written so far are in the file; there is no one left to tell.
+    }
+}
+
+void TraceConnection::setFile(const std::string& path) {
+    auto file = std::make_unique<common::OutputFile>(path);
+    // Named at once: a run that dies still leaves the statements that led there.
+    file->publish();
+    file_ = std::move(file);
+}
 
 std::vector<std::string> TraceConnection::statements() const {
     std::vector<std::string> out;
@@ -105,10 +116,13 @@ std::vector<std::string> TraceConnection::statements() const {
 
 void TraceConnection::record(TraceEntry e) {
     if (beforeEach) beforeEach(e);
-    if (!file_.empty()) {
-        std::ofstream out(file_, std::ios::app | std::ios::binary);
-        if (!out) common::raise(75, "QORPayAccLinking", "Path/File access error: " + file_);
-        out << traceLine(e) << "\n";
+    if (file_) {
+        try {
+            file_->write(traceLine(e) + "\n");
+            file_->flush();
+        } catch (const common::FileError& error) {
+            common::raise(75, "QORPayAccLinking", std::string("Path/File access error: ") + error.what());
+        }
     }
     entries_.push_back(std::move(e));
 }

@@ -2,9 +2,11 @@
 // Statement trace: a decorator that records every statement and bound value, for tests
 // (exact statement texts) and for support (payacclink --trace-sql FILE).
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "common/Files.h"
 #include "data/Connection.h"
 
 namespace data {
@@ -18,7 +20,9 @@ struct TraceEntry {
 class TraceConnection : public Connection {
 public:
     explicit TraceConnection(ConnectionPtr inner);
-    // Also writes one line per entry to this file (appending) when given.
+    ~TraceConnection() override;
+    // Also writes one line per entry to this file, which it replaces (never writing through a
+    // link) with this run's statements. Raises common::FileError when it cannot be made.
     void setFile(const std::string& path);
     const std::vector<TraceEntry>& entries() const { return entries_; }
     // Statement texts only (execute, open and command executions), in order.
@@ -42,7 +46,7 @@ public:
 private:
     ConnectionPtr inner_;
     std::vector<TraceEntry> entries_;
-    std::string file_;
+    std::unique_ptr<common::OutputFile> file_;
 };
 
 }  // namespace data

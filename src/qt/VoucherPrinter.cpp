@@ -1,5 +1,6 @@
 #include "qt/VoucherPrinter.h"
 
+#include <QBuffer>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPageLayout>
@@ -7,12 +8,13 @@
 #include <QPdfWriter>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
-#include <QSaveFile>
 #include <QScreen>
 #include <algorithm>
 #include <array>
 #include <functional>
 #include <vector>
+
+#include "common/Files.h"
 
 namespace qtui {
 
@@ -455,27 +457,28 @@ int paintVoucher(const report::Voucher& voucher, QPagedPaintDevice& device) {
 }
 
 int writeVoucherPdf(const report::Voucher& voucher, const QString& file, QString* error) {
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) {
-        if (error != nullptr) *error = out.errorString();
-        return 0;
-    }
+    // Made in memory, then written as every output of the program is: complete or not at all,
+    // never through a link, private unless it replaces a file that was not.
+    QBuffer bytes;
+    bytes.open(QIODevice::WriteOnly);
     int pages = 0;
     {
-        QPdfWriter pdf(&out);
+        QPdfWriter pdf(&bytes);
         pdf.setResolution(600);
         pdf.setTitle(QStringLiteral("Journal Voucher ") + qs(voucher.entryNo));
         pdf.setCreator(QStringLiteral("QORPayAccLinking"));
         setVoucherPage(pdf);
         pages = paintVoucher(voucher, pdf);
-        if (pages == 0) {
-            out.cancelWriting();
-            if (error != nullptr) *error = QStringLiteral("the PDF could not be painted");
-            return 0;
-        }
     }
-    if (!out.commit()) {
-        if (error != nullptr) *error = out.errorString();
+    try {
+        if (pages == 0)
+            throw common::FileError("cannot write '" + file.toStdString() +
+                                    "': the PDF could not be painted");
+        common::OutputFile out(file.toStdString());
+        out.write(std::string_view(bytes.data().constData(), static_cast<size_t>(bytes.data().size())));
+        out.commit();
+    } catch (const common::FileError& e) {
+        if (error != nullptr) *error = QString::fromStdString(e.what());
         return 0;
     }
     return pages;

@@ -23,7 +23,8 @@ int paintVoucher(const report::Voucher& voucher, QPagedPaintDevice& device);
 void setVoucherPage(QPagedPaintDevice& device);
 
 // Writes the voucher as a PDF file and returns its number of pages. The file appears only
-// once complete; on failure (0) it is left as it was and error says why.
+// once complete; on failure (0) it is left as it was and error says why, in one line that
+// names the file.
 int writeVoucherPdf(const report::Voucher& voucher, const QString& file, QString* error);
 
 // The print preview of the voucher (modal), from which the user prints or saves a PDF.

@@ -1,21 +1,10 @@
 #include "report/LedgerExport.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
-
 #include "common/Conv.h"
 #include "report/Fields.h"
 
 namespace report {
 
-namespace fs = std::filesystem;
 using fields::number;
 using fields::text;
 using fields::typeName;
@@ -31,9 +20,11 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& 
            " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
     sql += " left join " + t.pDepartment + " d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID";
     sql += " where h.CompanyID=" + std::to_string(s.companyId);
-    // The day after the range as the upper bound keeps an entry dated with a time of day.
+    // The day after the range as the upper bound keeps an entry dated with a time of day; a
+    // range to the calendar's last day has no day after it and no bound.
     sql += " and h.TransDate>='" + common::formatDate(from, "dd/MMM/yyyy") + "'";
-    sql += " and h.TransDate<'" + common::formatDate(common::addDays(to, 1), "dd/MMM/yyyy") + "'";
+    if (to < common::DateTime::ymd(9999, 12, 31))
+        sql += " and h.TransDate<'" + common::formatDate(common::addDays(to, 1), "dd/MMM/yyyy") + "'";
     if (!includeCancelled) sql += " and isnull(h.Cancelled,0)<>1";
     sql += " order by h.TransDate, h.TransID, p.DetailID";
 
@@ -62,6 +53,12 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& 
     return rows;
 }
 
+std::string CsvTextField(std::string_view text) {
+    if (!text.empty() && std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos)
+        return CsvField("'" + std::string(text));
+    return CsvField(text);
+}
+
 std::string CsvField(std::string_view text) {
     if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
     std::string out = "\"";
@@ -72,53 +69,18 @@ std::string CsvField(std::string_view text) {
     return out + '"';
 }
 
-void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows) {
+void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows, bool raw) {
     out << "Entry No,Date,Type,Department,Line,Account ID,Account Name,Description,Currency,"
            "Debit,Credit,Department Amount,Company Amount,Status\r\n";
     // Plain numbers with two decimals, no grouping: the file is read by programs.
     auto amount = [](double v) { return common::Format(v, "0.00"); };
+    auto cell = [raw](const std::string& v) { return raw ? CsvField(v) : CsvTextField(v); };
     for (const LedgerRow& r : rows) {
-        out << CsvField(r.entryNo) << ',' << CsvField(r.date) << ',' << CsvField(r.type) << ','
-            << CsvField(r.department) << ',' << r.line << ',' << r.accountId << ',' << CsvField(r.accountName)
-            << ',' << CsvField(r.description) << ',' << CsvField(r.currency) << ',' << amount(r.debit) << ','
-            << amount(r.credit) << ',' << amount(r.departmentAmount) << ',' << amount(r.companyAmount) << ','
-            << CsvField(r.status) << "\r\n";
-    }
-}
-
-void WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write) {
-    auto fail = [&](const std::string& why) {
-        throw std::runtime_error("cannot write '" + path + "': " + why);
-    };
-    if (path.empty()) fail("no file name");
-    const fs::path target = fs::absolute(path);
-    std::error_code ec;
-    if (fs::is_directory(target, ec)) fail("it is a folder");
-    if (fs::exists(target, ec) && ::access(target.c_str(), W_OK) != 0) fail(std::strerror(errno));
-
-    std::string name = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
-    const int fd = ::mkstemp(name.data());
-    if (fd < 0) fail(std::strerror(errno));
-    ::close(fd);
-    try {
-        {
-            std::ofstream out(name, std::ios::binary | std::ios::trunc);
-            if (!out) fail("cannot open a temporary file beside it");
-            write(out);
-            out.flush();
-            if (!out) fail("the disk refused the data");
-        }
-        // mkstemp makes the file private; the finished file gets the usual permissions.
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        ::chmod(name.c_str(), 0666 & ~mask);
-        fs::rename(name, target);
-    } catch (const fs::filesystem_error& e) {
-        fs::remove(name, ec);
-        fail(e.code().message());
-    } catch (...) {
-        fs::remove(name, ec);
-        throw;
+        out << cell(r.entryNo) << ',' << cell(r.date) << ',' << cell(r.type) << ',' << cell(r.department)
+            << ',' << r.line << ',' << r.accountId << ',' << cell(r.accountName) << ',' << cell(r.description)
+            << ',' << cell(r.currency) << ',' << amount(r.debit) << ',' << amount(r.credit) << ','
+            << amount(r.departmentAmount) << ',' << amount(r.companyAmount) << ',' << cell(r.status)
+            << "\r\n";
     }
 }
 

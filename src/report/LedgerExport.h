@@ -2,7 +2,6 @@
 // The posting lines of the entries dated in a range, as a CSV file for the ledger team:
 // RFC 4180 (fields quoted where they hold a comma, a quote or a line break, quotes doubled,
 // lines ended by CRLF), UTF-8, one header row.
-#include <functional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -30,11 +29,11 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& session, const common::Date
 
 // One field as RFC 4180 writes it.
 std::string CsvField(std::string_view text);
-void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows);
-
-// Writes the file through a temporary one in the same folder that replaces it only once
-// complete, so a failure never leaves half a file. Raises std::runtime_error saying why the
-// file cannot be written.
-void WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write);
+// A text field as a spreadsheet may safely open it: one that begins with = + - @, a tab or a
+// carriage return would be read as a formula, so it gets a leading apostrophe, which the
+// spreadsheet shows as text. The amounts are numbers and written as they are.
+std::string CsvTextField(std::string_view text);
+// raw: texts exactly as stored, for programs that read the file (no apostrophes).
+void WriteLedgerCsv(std::ostream& out, const std::vector<LedgerRow>& rows, bool raw = false);
 
 }  // namespace report
