@@ -12,7 +12,7 @@ TEST(Wire, Explore) {
     testsupport::TempDir tmp;
     const std::string path = testsupport::copyDb(testsupport::demoTemplate(), tmp.file("demo.db"));
     testsupport::TdsResponder responder(path);
-    std::string cs = responder.connectionString(); cs.replace(cs.find("{FreeTDS}"), 9, "/usr/lib/x86_64-linux-gnu/odbc/libtdsodbc.so"); auto db = data::odbc::open(cs);
+    auto db = data::odbc::open(responder.connectionString());
     auto rs = db->open("select TransNo, TransDate, Remarks, TransID from paPayAccLinkHeader order by TransID");
     for (auto& row : rs->rows()) {
         for (auto& v : row) std::cout << v.joinText() << " | ";
@@ -23,6 +23,8 @@ TEST(Wire, Explore) {
     cmd->execute({common::Value("r\xd8\xa7 x \xf0\x9f\x8e\x89"), common::Value(1)});
     cmd->execute({common::Value("second"), common::Value(2)});
     db->commitTrans();
+    { auto rs = db->command("select ? as d, length(?) as n, ? as t")->execute({common::Value(common::DateTime{2026, 10, 5, 10, 20, 30}), common::Value(std::string(5000, 'y')), common::Value(std::string(4500, 'z'))});
+    std::cout << "ECHO " << rs->field(0).joinText() << " " << rs->field(1).joinText() << " " << rs->field(2).joinText().size() << "\n"; }
     auto p = db->command("spGetExchangeRate", data::CommandType::StoredProc);
     p->refreshParameters();
     p->setParameter(1, common::Value(1));

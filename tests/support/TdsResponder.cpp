@@ -93,13 +93,8 @@ struct Reader {
         pos += n;
         return b.substr(pos - n, n);
     }
-    std::string text(size_t bytes, bool wide) {
-        Bytes r = raw(bytes);
-        if (!wide) {  // code page 1252 as Latin-1 is near enough for ASCII statements
-            std::string out;
-            for (unsigned char c : r) out += common::utf8Encode(c);
-            return out;
-        }
+    std::string text(size_t bytes) {
+        const Bytes r = raw(bytes);
         std::u16string w(bytes / 2, u'\0');
         for (size_t i = 0; i < w.size(); ++i)
             w[i] = static_cast<char16_t>(static_cast<unsigned char>(r[2 * i]) |
@@ -121,115 +116,48 @@ Value dateValue(int64_t serialDay, uint64_t seconds) {
     return Value(d);
 }
 
-int64_t serialOf0001() { return DateTime::ymd(1, 1, 1).dayNumber(); }
-
 struct Param {
     std::string name, type;
     bool output = false;
     Value value;
 };
 
-// A parameter's type information and value (MS-TDS TYPE_INFO and TYPE_VARBYTE).
+// A parameter's type information and value (MS-TDS TYPE_INFO and TYPE_VARBYTE), for the types
+// FreeTDS binds our values as: INTN, FLTN, DATETIME2N, NVARCHAR (PLP beyond 4000 units), NTEXT.
 void readValue(Reader& r, Param& p) {
     const unsigned type = r.u8();
-    auto plp = [&](bool wide) {
-        if (r.u64() == ~uint64_t{0}) return Value();
-        std::string all;
-        for (uint32_t n = r.u32(); n != 0; n = r.u32()) all += r.text(n, wide);
-        return Value(all);
-    };
-    switch (type) {
-        case 0x26:    // INTN
-        case 0x68: {  // BITN
-            const unsigned size = r.u8(), n = r.u8();
-            p.type = type == 0x68 ? "bit" : size == 8 ? "bigint" : size == 4 ? "int" : "smallint";
-            if (n == 0) return;
-            const uint64_t v = r.uN(n);
-            p.value = Value(n == 1   ? static_cast<int64_t>(v)
-                            : n == 2 ? static_cast<int64_t>(static_cast<int16_t>(v))
-                            : n == 4 ? static_cast<int64_t>(static_cast<int32_t>(v))
-                                     : static_cast<int64_t>(v));
-            return;
+    if (type == 0x26 || type == 0x6D) {  // INTN, FLTN
+        const unsigned size = r.u8(), n = r.u8();
+        p.type = type == 0x6D ? "float" : size == 8 ? "bigint" : "int";
+        const uint64_t v = r.uN(n);
+        double d;
+        std::memcpy(&d, &v, sizeof d);
+        if (n == 8 && type == 0x6D) p.value = Value(d);
+        if (n && type == 0x26) p.value = Value(n == 4 ? static_cast<int32_t>(v) : static_cast<int64_t>(v));
+    } else if (type == 0x2A) {  // DATETIME2N: time in units of 10^-scale seconds, then days from 0001-01-01
+        const unsigned scale = r.u8(), n = r.u8();
+        p.type = "datetime2(" + std::to_string(scale) + ")";
+        if (n == 0) return;
+        const auto seconds = static_cast<uint64_t>(static_cast<double>(r.uN(n - 3)) / std::pow(10.0, scale));
+        p.value = dateValue(DateTime::ymd(1, 1, 1).dayNumber() + static_cast<int64_t>(r.uN(3)), seconds);
+    } else if (type == 0xE7) {  // NVARCHAR
+        const unsigned size = r.u16();
+        r.raw(5);  // collation
+        p.type = "nvarchar(" + (size == 0xFFFF ? std::string("max") : std::to_string(size / 2)) + ")";
+        if (size != 0xFFFF) {
+            if (const unsigned n = r.u16(); n != 0xFFFF) p.value = Value(r.text(n));
+        } else if (r.u64() != ~uint64_t{0}) {
+            std::string all;
+            for (uint32_t n = r.u32(); n != 0; n = r.u32()) all += r.text(n);
+            p.value = Value(all);
         }
-        case 0x6D: {  // FLTN
-            const unsigned size = r.u8(), n = r.u8();
-            p.type = size == 4 ? "real" : "float";
-            if (n == 4) {
-                uint32_t bits = r.u32();
-                float f;
-                std::memcpy(&f, &bits, 4);
-                p.value = Value(static_cast<double>(f));
-            } else if (n == 8) {
-                uint64_t bits = r.u64();
-                double d;
-                std::memcpy(&d, &bits, 8);
-                p.value = Value(d);
-            }
-            return;
-        }
-        case 0x6A:
-        case 0x6C: {  // DECIMALN, NUMERICN
-            r.u8();
-            const unsigned precision = r.u8(), scale = r.u8(), n = r.u8();
-            p.type = "decimal(" + std::to_string(precision) + "," + std::to_string(scale) + ")";
-            if (n == 0) return;
-            const bool positive = r.u8() == 1;
-            const double magnitude = static_cast<double>(r.uN(n - 1));
-            p.value = Value((positive ? magnitude : -magnitude) / std::pow(10.0, scale));
-            return;
-        }
-        case 0x6F: {  // DATETIMN
-            r.u8();
-            const unsigned n = r.u8();
-            p.type = "datetime";
-            if (n == 8) {
-                const auto days = static_cast<int32_t>(r.u32());
-                p.value = dateValue(days + kSerial1900, r.u32() / 300);
-            } else if (n == 4) {
-                const unsigned days = r.u16();
-                p.value = dateValue(days + kSerial1900, r.u16() * 60ULL);
-            }
-            return;
-        }
-        case 0x28:  // DATEN
-            p.type = "date";
-            if (r.u8() == 3) p.value = dateValue(serialOf0001() + static_cast<int64_t>(r.uN(3)), 0);
-            return;
-        case 0x2A: {  // DATETIME2N
-            const unsigned scale = r.u8(), n = r.u8();
-            p.type = "datetime2(" + std::to_string(scale) + ")";
-            if (n == 0) return;
-            const uint64_t time = r.uN(n - 3);
-            const auto seconds = static_cast<uint64_t>(static_cast<double>(time) / std::pow(10.0, scale));
-            p.value = dateValue(serialOf0001() + static_cast<int64_t>(r.uN(3)), seconds);
-            return;
-        }
-        case 0xE7:
-        case 0xEF:
-        case 0xA7:
-        case 0xAF: {  // NVARCHAR, NCHAR, VARCHAR, CHAR
-            const bool wide = type == 0xE7 || type == 0xEF;
-            const unsigned size = r.u16();
-            r.raw(5);
-            p.type = std::string(wide ? "n" : "") + (type == 0xE7 || type == 0xA7 ? "varchar(" : "char(") +
-                     (size == 0xFFFF ? std::string("max") : std::to_string(wide ? size / 2 : size)) + ")";
-            if (size == 0xFFFF) {
-                p.value = plp(wide);
-            } else if (const unsigned n = r.u16(); n != 0xFFFF) {
-                p.value = Value(r.text(n, wide));
-            }
-            return;
-        }
-        case 0x63:
-        case 0x23: {  // NTEXT, TEXT
-            r.u32();
-            r.raw(5);
-            p.type = type == 0x63 ? "ntext" : "text";
-            if (const uint32_t n = r.u32(); n != 0xFFFFFFFF) p.value = Value(r.text(n, type == 0x63));
-            return;
-        }
-        default:
-            throw std::runtime_error("parameter of TDS type " + std::to_string(type) + " not understood");
+    } else if (type == 0x63) {  // NTEXT, as FreeTDS sends a long statement text
+        r.u32();
+        r.raw(5);
+        p.type = "ntext";
+        if (const uint32_t n = r.u32(); n != 0xFFFFFFFF) p.value = Value(r.text(n));
+    } else {
+        throw std::runtime_error("parameter of TDS type " + std::to_string(type) + " not understood");
     }
 }
 
@@ -425,7 +353,7 @@ struct TdsResponder::Client {
     void batch(const Bytes& payload, WireRequest& req, Writer& w) {
         Reader r{payload};
         r.skipHeaders();
-        req.calls.push_back({"batch", "", r.text(payload.size() - r.pos, true), "", {}, {}});
+        req.calls.push_back({"batch", "", r.text(payload.size() - r.pos), "", {}, {}});
         checkDrop(req.calls.back());
         run(w, req.calls.back().text, {}, tDone);
     }
@@ -442,13 +370,13 @@ struct TdsResponder::Client {
                 const unsigned id = r.u16();
                 call.name = ids.count(id) ? ids.at(id) : "procedure " + std::to_string(id);
             } else {
-                call.name = r.text(n * 2, true);
+                call.name = r.text(n * 2);
             }
             r.u16();  // options
             std::vector<Param> params;
             while (!r.atEnd() && static_cast<unsigned char>(payload[r.pos]) != 0xFF) {
                 Param p;
-                p.name = r.text(r.u8() * 2, true);
+                p.name = r.text(r.u8() * 2);
                 p.output = (r.u8() & 0x01) != 0;
                 readValue(r, p);
                 params.push_back(std::move(p));
@@ -596,7 +524,7 @@ struct TdsResponder::Client {
             envChange(w, 8, descriptor(), bvarbyte(""));
         };
         if (type == 5) r.u8();  // isolation level
-        r.text(r.u8() * 2, true);
+        r.text(r.u8() * 2);
         const bool chained = type != 5 && !r.atEnd() && r.u8() == 1;
         if (chained) call.text = "and begin";
         req.calls.push_back(call);
