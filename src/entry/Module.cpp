@@ -25,6 +25,10 @@ data::Connection& Module::connection() {
     return *session.connection;
 }
 
+void Module::LockCompanyEntries() {
+    connection().lockForTransaction("payacclink entries of company " + std::to_string(session.companyId));
+}
+
 template <class T>
 T& Module::instance(std::unique_ptr<T>& slot) {
     if (!slot) {

@@ -51,6 +51,7 @@ public:
     // as a server that went away would.
     void dropOn(const std::string& fragment);
     void setApplockResult(int result) { options_.applockResult = result; }
+    void setCompatibilityLevel(int level) { options_.compatibilityLevel = level; }
 
 private:
     struct Client;

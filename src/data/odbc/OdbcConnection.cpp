@@ -14,6 +14,7 @@
 #include <sqlucode.h>
 
 #include <algorithm>
+#include <bit>
 #include <map>
 #include <optional>
 #include <span>
@@ -197,7 +198,11 @@ struct Link {
         if (SQL_SUCCEEDED(r) || r == SQL_NO_DATA) return;
         raise(handle ? diagnostics(handleType, handle) : Diagnostics{}, r);
     }
-    [[noreturn]] void raise(const Diagnostics& d, SQLRETURN r) {
+    [[noreturn]] void raise(Diagnostics d, SQLRETURN r) {
+        // Not every driver says 08S01 when the server goes away; it can be asked.
+        SQLUINTEGER dead = SQL_CD_FALSE;
+        if (connected && SQL_SUCCEEDED(SQLGetConnectAttr(dbc, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)))
+            d.linkLost = d.linkLost || dead == SQL_CD_TRUE;
         if (d.linkLost) {
             // The server ends the transaction of a connection that is gone.
             lost = true;
@@ -416,49 +421,52 @@ RecordsetPtr recordsOf(Outcome& out) {
     return std::move(out.records);
 }
 
-// One parameter's values for every row of one execution, bound column-wise.
+// One parameter's values for the rows of one execution, bound column-wise. The buffers are laid
+// out once and filled in place: binding again makes the driver prepare the statement again.
 struct ParamColumn {
     Kind kind = Kind::Text;
+    size_t rows = 0, width = 1;  // rows it holds, and UTF-16 units per text with its terminator
     std::vector<SQLBIGINT> integers;
     std::vector<SQLDOUBLE> reals;
     std::vector<SQL_TIMESTAMP_STRUCT> stamps;
     std::vector<char16_t> text;
-    size_t width = 1;  // UTF-16 units per row, with the terminator
     std::vector<SQLLEN> indicators;
 
-    // outputRoom: the units an output parameter may bring back.
-    void fill(std::span<const Value* const> values, Kind k, size_t outputRoom = 0) {
-        kind = k;
-        const size_t n = values.size();
+    static std::u16string textOf(const Value& v) {
+        return common::toUtf16(v.asDate() ? dateText(*v.asDate()) : v.toText());
+    }
+    // The units a text column needs for these values (and what an output may bring back).
+    static size_t widthFor(std::span<const Value* const> values, size_t outputRoom = 0) {
+        size_t longest = outputRoom;
+        for (const Value* v : values)
+            if (!v->isNull()) longest = std::max(longest, textOf(*v).size());
+        return longest + 1;
+    }
+    bool fits(Kind k, size_t n, size_t units) const { return k == kind && n <= rows && units <= width; }
+    void layout(Kind k, size_t n, size_t units) {
+        kind = k, rows = n;
+        // Room to grow, so that a slightly longer text later does not mean a new layout.
+        width = kind == Kind::Text ? std::max<size_t>(units <= 4001 ? std::bit_ceil(units) : units, 64) : 1;
+        if (kind == Kind::Text && units <= 4001) width = std::min<size_t>(width, 4001);
+        integers.assign(kind == Kind::Integer ? n : 0, 0);
+        reals.assign(kind == Kind::Double ? n : 0, 0);
+        stamps.assign(kind == Kind::Timestamp ? n : 0, SQL_TIMESTAMP_STRUCT{});
+        text.assign(kind == Kind::Text ? n * width : 0, u'\0');
         indicators.assign(n, 0);
-        for (size_t i = 0; i < n; ++i)
-            if (values[i]->isNull()) indicators[i] = SQL_NULL_DATA;
-        if (kind == Kind::Integer) {
-            integers.assign(n, 0);
-            for (size_t i = 0; i < n; ++i)
-                if (!values[i]->isNull()) integers[i] = values[i]->toInt64();
-        } else if (kind == Kind::Double) {
-            reals.assign(n, 0);
-            for (size_t i = 0; i < n; ++i)
-                if (!values[i]->isNull()) reals[i] = values[i]->toDouble();
-        } else if (kind == Kind::Timestamp) {
-            stamps.assign(n, SQL_TIMESTAMP_STRUCT{});
-            for (size_t i = 0; i < n; ++i)
-                if (!values[i]->isNull()) stamps[i] = toStruct(values[i]->toDate());
-        } else {
-            kind = Kind::Text;
-            std::vector<std::u16string> texts(n);
-            size_t longest = outputRoom;
-            for (size_t i = 0; i < n; ++i) {
-                if (values[i]->isNull()) continue;
-                const Value& v = *values[i];
-                texts[i] = common::toUtf16(v.asDate() ? dateText(*v.asDate()) : v.toText());
-                longest = std::max(longest, texts[i].size());
-                indicators[i] = static_cast<SQLLEN>(texts[i].size() * sizeof(char16_t));
-            }
-            width = longest + 1;
-            text.assign(n * width, u'\0');
-            for (size_t i = 0; i < n; ++i) std::copy(texts[i].begin(), texts[i].end(), text.begin() + i * width);
+    }
+    void fill(std::span<const Value* const> values) {
+        for (size_t i = 0; i < values.size(); ++i) {
+            const Value& v = *values[i];
+            indicators[i] = v.isNull() ? SQL_NULL_DATA : 0;
+            if (v.isNull()) continue;
+            if (kind == Kind::Integer) integers[i] = v.toInt64();
+            if (kind == Kind::Double) reals[i] = v.toDouble();
+            if (kind == Kind::Timestamp) stamps[i] = toStruct(v.toDate());
+            if (kind != Kind::Text) continue;
+            const std::u16string t = textOf(v);
+            std::fill(std::copy(t.begin(), t.end(), text.begin() + static_cast<std::ptrdiff_t>(i * width)),
+                      text.begin() + static_cast<std::ptrdiff_t>((i + 1) * width), u'\0');
+            indicators[i] = static_cast<SQLLEN>(t.size() * sizeof(char16_t));
         }
     }
 
@@ -538,30 +546,41 @@ struct Prepared {
     Handle handle;
     SQLSMALLINT count = 0;
     std::vector<std::optional<Kind>> kinds;  // of each "?", kept so that the declaration stays
+    std::vector<ParamColumn> columns;        // bound once, refilled for every execution
 
     Prepared(Link& link, const std::string& sql) : handle(link) {
         std::u16string text = common::toUtf16(sql);
         handle.check(SQLPrepareW(handle.h, wide(text), SQL_NTS));
         handle.check(SQLNumParams(handle.h, &count));
         kinds.resize(static_cast<size_t>(count));
+        columns.resize(static_cast<size_t>(count));
     }
 
     // One execution for all the rows: a parameter array when there are several.
     Outcome run(std::span<const std::vector<Value>> rows) {
         SQLFreeStmt(handle.h, SQL_CLOSE);
-        SQLFreeStmt(handle.h, SQL_RESET_PARAMS);
         const size_t n = std::max<size_t>(rows.size(), 1);
         const Value null;
-        std::vector<ParamColumn> columns(static_cast<size_t>(count));
+        std::vector<std::vector<const Value*>> values(columns.size(), std::vector<const Value*>(n, &null));
+        bool rebind = false;
         for (size_t p = 0; p < columns.size(); ++p) {
-            std::vector<const Value*> values(n, &null);
             for (size_t r = 0; r < rows.size(); ++r)
-                if (p < rows[r].size()) values[r] = &rows[r][p];
-            for (const Value* v : values)
+                if (p < rows[r].size()) values[p][r] = &rows[r][p];
+            for (const Value* v : values[p])
                 if (auto k = kindOfValue(*v)) kinds[p] = commonKind(kinds[p], *k);
-            columns[p].fill(values, kinds[p].value_or(Kind::Text));
+            const Kind kind = kinds[p].value_or(Kind::Text);
+            const size_t units = kind == Kind::Text ? ParamColumn::widthFor(values[p]) : 1;
+            if (!columns[p].fits(kind, n, units)) rebind = true;
+        }
+        for (size_t p = 0; rebind && p < columns.size(); ++p) {
+            const Kind kind = kinds[p].value_or(Kind::Text);
+            const size_t units = kind == Kind::Text ? ParamColumn::widthFor(values[p]) : 1;
+            // An array is laid out for a full one at once, so that a longer list does not rebind.
+            const size_t rowsRoom = std::max({n, columns[p].rows, n > 1 ? kArrayRows : 1});
+            columns[p].layout(kind, rowsRoom, std::max(units, kind == columns[p].kind ? columns[p].width : 1));
             columns[p].bind(handle, static_cast<SQLUSMALLINT>(p + 1), SQL_PARAM_INPUT);
         }
+        for (size_t p = 0; p < columns.size(); ++p) columns[p].fill(values[p]);
         std::vector<SQLUSMALLINT> status(n, SQL_PARAM_SUCCESS);
         SQLULEN processed = 0;
         handle.check(SQLSetStmtAttr(handle.h, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(n), 0));
@@ -757,7 +776,8 @@ RecordsetPtr callProcedure(Link& link, const std::string& name, std::vector<Para
         const bool input = p.direction == ParamDirection::Input || p.direction == ParamDirection::InputOutput;
         const Value* v = input ? &p.value : &null;
         const Kind kind = p.type != Value::Type::Null ? kindOfType(p.type) : kindOfValue(*v).value_or(Kind::Text);
-        columns[i].fill(std::span(&v, 1), kind, output ? 4000 : 0);
+        columns[i].layout(kind, 1, kind == Kind::Text ? ParamColumn::widthFor(std::span(&v, 1), output ? 4000 : 0) : 1);
+        columns[i].fill(std::span(&v, 1));
         columns[i].bind(s, static_cast<SQLUSMALLINT>(i + 1),
                         !output ? SQL_PARAM_INPUT : input ? SQL_PARAM_INPUT_OUTPUT : SQL_PARAM_OUTPUT);
     }
