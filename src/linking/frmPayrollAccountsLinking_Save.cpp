@@ -197,15 +197,13 @@ std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::stri
     const std::string suffix =
         "substring(TransNo," + std::to_string(common::utf8Length(prefix) + 1) + ",4000)";
     // Before compatibility level 110 TRY_CONVERT is no keyword: up to nine digits always fit.
-    const std::string number =
-        module_.connection().dialect().hasTryConvert()
-            ? "try_convert(int," + suffix + ")"
-            : "convert(int,case when " + suffix + " not like '%[^0-9]%' and len(" + suffix + ") between 1 and 9 then " +
-                  suffix + " end)";
-    std::string sql = "Select isnull(max(" + number + "),0) from " +
-                      s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
-                      " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
-                      " like '[0-9]%'";
+    const std::string number = module_.connection().dialect().hasTryConvert()
+                                   ? "try_convert(int," + suffix + ")"
+                                   : "convert(int,case when " + suffix + " not like '%[^0-9]%' and len(" +
+                                         suffix + ") between 1 and 9 then " + suffix + " end)";
+    std::string sql = "Select isnull(max(" + number + "),0) from " + s.tables.paPayAccLinkHeader +
+                      " where CompanyID = " + std::to_string(s.companyId) + " and substring(TransNo,1,len('" +
+                      prefix + "'))='" + prefix + "' and " + suffix + " like '[0-9]%'";
     auto rs = module_.connection().open(sql, data::CursorType::Static, data::LockType::Optimistic);
     std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
     rs->close();

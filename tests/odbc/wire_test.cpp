@@ -71,7 +71,8 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
     auto rows = [&](const std::vector<WireRequest>& record) {
         size_t n = 0;
         for (const auto& r : record)
-            for (const auto& c : r.calls) n += c.name == "sp_execute" && c.text.find(details) != std::string::npos;
+            for (const auto& c : r.calls)
+                n += c.name == "sp_execute" && c.text.find(details) != std::string::npos;
         return n;
     };
     // Five times the lines, no more round trips (the first save also prepared its statements).
@@ -130,7 +131,7 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     responder->dropOn("commit");
     f.cmdOk.userClick();
     ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));
-    EXPECT_NE(toolkit.lastMessage()->text.find("the connection to the database was lost"), std::string::npos); 
+    EXPECT_NE(toolkit.lastMessage()->text.find("the connection to the database was lost"), std::string::npos);
     EXPECT_EQ(dbState(), before);
     toolkit.answers.push_back(ui::vbNo);
     int cancel = 0;
@@ -138,7 +139,8 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     EXPECT_EQ(toolkit.lastMessage()->text, "Save Changes?");
     f.cmdOk.userClick();
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
-    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"), common::Value("October"));
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"),
+              common::Value("October"));
 
     // At compatibility level 100 the numbering past an odd stored number goes without TRY_CONVERT.
     raw->execute("update paPayAccLinkHeader set TransNo='PAL/7.5' where TransNo='PAL/5'");
@@ -147,7 +149,8 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     auto& again = newEntry("Finance & Accounts", "level 100");
     ok(again);
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << toolkit.lastMessage()->text;
-    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/7'"), common::Value("level 100"));
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/7'"),
+              common::Value("level 100"));
 }
 
 }  // namespace

@@ -225,7 +225,8 @@ void value(Writer& w, Kind k, const Value& v) {
 // A DONEINPROC always has more after it; a DONEPROC says so when another call of the batch follows.
 void done(Writer& w, uint8_t token, unsigned status, int64_t count) {
     if (token == tDoneInProc) status |= 0x01;
-    w.u8(token), w.u16(status | (count >= 0 ? 0x10 : 0)), w.u16(0xC1), w.u64(static_cast<uint64_t>(std::max<int64_t>(count, 0)));
+    w.u8(token), w.u16(status | (count >= 0 ? 0x10 : 0)), w.u16(0xC1),
+        w.u64(static_cast<uint64_t>(std::max<int64_t>(count, 0)));
 }
 
 void result(Writer& w, const data::Recordset& rs) {
@@ -328,11 +329,13 @@ struct TdsResponder::Client {
             if (l.rfind("set ", 0) == 0 && l.find(';') == std::string::npos) return done(w, doneToken, 0, -1);
             data::Recordset answer;
             if (l.find("sys.databases") != std::string::npos) {
-                answer = data::Recordset({"compatibility_level"}, {{Value(owner.options_.compatibilityLevel)}});
+                answer =
+                    data::Recordset({"compatibility_level"}, {{Value(owner.options_.compatibilityLevel)}});
             } else if (l.find("sp_getapplock") != std::string::npos) {
                 answer = data::Recordset({""}, {{Value(owner.options_.applockResult)}});
             } else {
-                const bool writes = l.rfind("insert", 0) == 0 || l.rfind("update", 0) == 0 || l.rfind("delete", 0) == 0;
+                const bool writes =
+                    l.rfind("insert", 0) == 0 || l.rfind("update", 0) == 0 || l.rfind("delete", 0) == 0;
                 if (writes && args.empty()) return done(w, doneToken, 0, db->execute(text));
                 auto rs = args.empty() ? db->open(text) : db->command(text)->execute(args);
                 if (rs->fieldCount() == 0) {
@@ -364,8 +367,10 @@ struct TdsResponder::Client {
         while (!r.atEnd()) {
             WireCall call{"rpc", "", "", "", {}, {}};
             if (const unsigned n = r.u16(); n == 0xFFFF) {
-                static const std::map<unsigned, std::string> ids{{10, "sp_executesql"}, {11, "sp_prepare"},
-                                                                 {12, "sp_execute"},    {13, "sp_prepexec"},
+                static const std::map<unsigned, std::string> ids{{10, "sp_executesql"},
+                                                                 {11, "sp_prepare"},
+                                                                 {12, "sp_execute"},
+                                                                 {13, "sp_prepexec"},
                                                                  {15, "sp_unprepare"}};
                 const unsigned id = r.u16();
                 call.name = ids.count(id) ? ids.at(id) : "procedure " + std::to_string(id);
@@ -412,8 +417,8 @@ struct TdsResponder::Client {
             call.values.push_back(params[i].value.isNull() ? "NULL" : params[i].value.joinText());
         }
         checkDrop(call);
-        std::vector<Param> values(params.begin() + static_cast<std::ptrdiff_t>(std::min(first, params.size())),
-                                  params.end());
+        std::vector<Param> values(
+            params.begin() + static_cast<std::ptrdiff_t>(std::min(first, params.size())), params.end());
         if (name == "sp_prepare" || name == "sp_unprepare") {
             if (name == "sp_unprepare") prepared.erase(static_cast<uint32_t>(params[0].value.toInt64()));
         } else if (!call.text.empty()) {
@@ -452,7 +457,8 @@ struct TdsResponder::Client {
                     returnValue(w, static_cast<unsigned>(i + 1), params[i].name, cmd->parameter(i + 1));
             done(w, tDoneProc, more, -1);
         } catch (const common::Error& e) {
-            error(w, e.description().find("Could not find") != std::string::npos ? 2812 : 50000, e.description());
+            error(w, e.description().find("Could not find") != std::string::npos ? 2812 : 50000,
+                  e.description());
             done(w, tDoneProc, 0x02 | more, -1);
         }
     }
@@ -461,16 +467,17 @@ struct TdsResponder::Client {
     void procedureColumns(Writer& w, const std::vector<Param>& params) {
         std::string wanted;
         for (const Param& p : params)
-            if (lower(p.name) == "@procedure_name" || (wanted.empty() && p.name.empty())) wanted = p.value.joinText();
+            if (lower(p.name) == "@procedure_name" || (wanted.empty() && p.name.empty()))
+                wanted = p.value.joinText();
         std::string bare;
         for (size_t i = 0; i < wanted.size(); ++i)
             if (wanted[i] != '\\') bare += wanted[i];
         std::vector<std::vector<Value>> rows;
         auto row = [&](const std::string& column, int kind, int type, const char* typeName, int size) {
             rows.push_back({Value("payroll"), Value("dbo"), Value(bare + ";1"), Value(column), Value(kind),
-                            Value(type), Value(typeName), Value(size), Value(size), Value(), Value(10), Value(1),
-                            Value(), Value(), Value(type), Value(), Value(), Value(static_cast<int64_t>(rows.size())),
-                            Value("YES")});
+                            Value(type), Value(typeName), Value(size), Value(size), Value(), Value(10),
+                            Value(1), Value(), Value(), Value(type), Value(), Value(),
+                            Value(static_cast<int64_t>(rows.size())), Value("YES")});
         };
         try {
             data::sqlite::ProcedureCatalog catalog(data::sqlite::procedureFolder());
@@ -499,11 +506,12 @@ struct TdsResponder::Client {
             }
         } catch (const common::Error&) {
         }
-        result(w, data::Recordset({"PROCEDURE_CAT", "PROCEDURE_SCHEM", "PROCEDURE_NAME", "COLUMN_NAME", "COLUMN_TYPE",
-                                   "DATA_TYPE", "TYPE_NAME", "COLUMN_SIZE", "BUFFER_LENGTH", "DECIMAL_DIGITS",
-                                   "NUM_PREC_RADIX", "NULLABLE", "REMARKS", "COLUMN_DEF", "SQL_DATA_TYPE",
-                                   "SQL_DATETIME_SUB", "CHAR_OCTET_LENGTH", "ORDINAL_POSITION", "IS_NULLABLE"},
-                                  std::move(rows)));
+        result(w, data::Recordset(
+                      {"PROCEDURE_CAT", "PROCEDURE_SCHEM", "PROCEDURE_NAME", "COLUMN_NAME", "COLUMN_TYPE",
+                       "DATA_TYPE", "TYPE_NAME", "COLUMN_SIZE", "BUFFER_LENGTH", "DECIMAL_DIGITS",
+                       "NUM_PREC_RADIX", "NULLABLE", "REMARKS", "COLUMN_DEF", "SQL_DATA_TYPE",
+                       "SQL_DATETIME_SUB", "CHAR_OCTET_LENGTH", "ORDINAL_POSITION", "IS_NULLABLE"},
+                      std::move(rows)));
         done(w, tDoneInProc, 0, -1);
     }
 
@@ -511,8 +519,12 @@ struct TdsResponder::Client {
         Reader r{payload};
         r.skipHeaders();
         const unsigned type = r.u16();
-        WireCall call{type == 5 ? "begin" : type == 7 ? "commit" : type == 8 ? "rollback" : "transaction", "", "",
-                      "", {}, {}};
+        WireCall call{type == 5 ? "begin" : type == 7 ? "commit" : type == 8 ? "rollback" : "transaction",
+                      "",
+                      "",
+                      "",
+                      {},
+                      {}};
         auto descriptor = [&] {
             Writer d;
             d.u64(transaction);
@@ -579,9 +591,14 @@ bool sendMessage(int fd, const Bytes& payload) {
     do {
         const size_t n = std::min(kRoom, payload.size() - at);
         const bool last = at + n == payload.size();
-        Bytes packet{static_cast<char>(kReply), static_cast<char>(last ? 1 : 0),
-                     static_cast<char>((n + 8) >> 8), static_cast<char>((n + 8) & 0xFF), 0, 0x33,
-                     static_cast<char>(id++), 0};
+        Bytes packet{static_cast<char>(kReply),
+                     static_cast<char>(last ? 1 : 0),
+                     static_cast<char>((n + 8) >> 8),
+                     static_cast<char>((n + 8) & 0xFF),
+                     0,
+                     0x33,
+                     static_cast<char>(id++),
+                     0};
         packet += payload.substr(at, n);
         if (::send(fd, packet.data(), packet.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(packet.size()))
             return false;
@@ -592,16 +609,13 @@ bool sendMessage(int fd, const Bytes& payload) {
 
 Bytes preloginReply() {
     // VERSION 16.0, ENCRYPTION not supported, INSTOPT, THREADID, MARS off; offsets and lengths big-endian.
-    const std::vector<std::pair<uint8_t, Bytes>> options{{0, Bytes{16, 0, 0, 0, 0, 0}},
-                                                         {1, Bytes{2}},
-                                                         {2, Bytes{0}},
-                                                         {3, Bytes{}},
-                                                         {4, Bytes{0}}};
+    const std::vector<std::pair<uint8_t, Bytes>> options{
+        {0, Bytes{16, 0, 0, 0, 0, 0}}, {1, Bytes{2}}, {2, Bytes{0}}, {3, Bytes{}}, {4, Bytes{0}}};
     Bytes head, data;
     size_t offset = options.size() * 5 + 1;
     for (const auto& [token, value] : options) {
-        head += {static_cast<char>(token), static_cast<char>(offset >> 8), static_cast<char>(offset & 0xFF), 0,
-                 static_cast<char>(value.size())};
+        head += {static_cast<char>(token), static_cast<char>(offset >> 8), static_cast<char>(offset & 0xFF),
+                 0, static_cast<char>(value.size())};
         data += value;
         offset += value.size();
     }
@@ -634,7 +648,8 @@ TdsResponder::TdsResponder(std::string databasePath, ResponderOptions options)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        ::listen(listener_, 8) != 0 || ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        ::listen(listener_, 8) != 0 ||
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
         throw std::runtime_error(std::string("the responder cannot listen: ") + std::strerror(errno));
     port_ = ntohs(address.sin_port);
     acceptor_ = std::thread([this] { acceptLoop(); });

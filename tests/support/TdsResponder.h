@@ -16,12 +16,12 @@ namespace testsupport {
 
 // One statement or procedure call as it arrived.
 struct WireCall {
-    std::string kind;            // "batch", "rpc", "begin", "commit", "rollback", "attention"
-    std::string name;            // the procedure: sp_executesql, sp_prepare, ... or the one called
-    std::string text;            // the statement text as received, in UTF-8
-    std::string declarations;    // the parameter declarations ("@P1 nvarchar(4000),@P2 bigint")
-    std::vector<std::string> types;  // each value's type as the wire carried it ("nvarchar(4000)")
-    std::vector<std::string> values; // each value as text (Null as "NULL")
+    std::string kind;                 // "batch", "rpc", "begin", "commit", "rollback", "attention"
+    std::string name;                 // the procedure: sp_executesql, sp_prepare, ... or the one called
+    std::string text;                 // the statement text as received, in UTF-8
+    std::string declarations;         // the parameter declarations ("@P1 nvarchar(4000),@P2 bigint")
+    std::vector<std::string> types;   // each value's type as the wire carried it ("nvarchar(4000)")
+    std::vector<std::string> values;  // each value as text (Null as "NULL")
 };
 
 // One message from the client and its answer: one round trip.

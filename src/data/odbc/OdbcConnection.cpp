@@ -35,10 +35,8 @@ static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "unixODBC's SQLWCHAR is UTF-
 constexpr const char* kSource = "ODBC";
 // Rows per parameter array and statements per batch: a 40,000-line save takes a few dozen round
 // trips, and no request grows past a few megabytes.
-constexpr size_t kArrayRows = 1000;
-constexpr size_t kBatchStatements = 500;
-// What the queue holds at most before it is sent anyway.
-constexpr size_t kQueueLimit = 10 * kArrayRows;
+constexpr size_t kArrayRows = 2000;
+constexpr size_t kBatchStatements = 1000;
 // A blocked statement waits this long for another user's lock, then fails with error 1222.
 constexpr const char* kLockTimeoutSql = "SET LOCK_TIMEOUT 15000";
 constexpr const char* kLockTimeoutSentence =
@@ -75,8 +73,8 @@ Diagnostics diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
             r = get();
         }
         if (!SQL_SUCCEEDED(r)) break;
-        std::string text =
-            common::fromUtf16(std::u16string_view(message.data(), std::min<size_t>(length, message.size() - 1)));
+        std::string text = common::fromUtf16(
+            std::u16string_view(message.data(), std::min<size_t>(length, message.size() - 1)));
         while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
         out.lockTimeout = out.lockTimeout || native == kLockTimeoutError;
         out.linkLost = out.linkLost || (state[0] == '0' && state[1] == '8');
@@ -142,9 +140,12 @@ DateTime fromStruct(const SQL_TIMESTAMP_STRUCT& t) {
 DateTime fromStruct(const SQL_TIME_STRUCT& t) { return DateTime{1899, 12, 30, t.hour, t.minute, t.second}; }
 
 SQL_TIMESTAMP_STRUCT toStruct(const DateTime& d) {
-    return SQL_TIMESTAMP_STRUCT{static_cast<SQLSMALLINT>(d.year), static_cast<SQLUSMALLINT>(d.month),
-                                static_cast<SQLUSMALLINT>(d.day),  static_cast<SQLUSMALLINT>(d.hour),
-                                static_cast<SQLUSMALLINT>(d.minute), static_cast<SQLUSMALLINT>(d.second),
+    return SQL_TIMESTAMP_STRUCT{static_cast<SQLSMALLINT>(d.year),
+                                static_cast<SQLUSMALLINT>(d.month),
+                                static_cast<SQLUSMALLINT>(d.day),
+                                static_cast<SQLUSMALLINT>(d.hour),
+                                static_cast<SQLUSMALLINT>(d.minute),
+                                static_cast<SQLUSMALLINT>(d.second),
                                 0};
 }
 
@@ -173,15 +174,14 @@ struct Link {
     bool inTransaction = false;
     unsigned generation = 0;  // statements of an earlier connection died with it
     Dialect dialect;
-    std::map<std::string, std::shared_ptr<Prepared>> prepared;          // by statement text
-    std::map<std::string, std::vector<Parameter>> procedures;           // by lower-case name
+    std::map<std::string, std::shared_ptr<Prepared>> prepared;  // by statement text
+    std::map<std::string, std::vector<Parameter>> procedures;   // by lower-case name
     struct Pending {
         std::shared_ptr<Prepared> statement;  // rows of one prepared statement, or
         std::vector<std::vector<Value>> rows;
         std::vector<std::string> texts;  // statements of their own
     };
-    std::vector<Pending> pending;
-    size_t queued = 0;
+    std::vector<Pending> pending;  // sent once a full array or batch is waiting
 
     Link() = default;
     Link(const Link&) = delete;
@@ -210,9 +210,9 @@ struct Link {
             discard();
         }
         if (d.lockTimeout) fail(kLockTimeoutSentence);
-        std::string text = d.text.empty()
-                               ? "The ODBC driver failed without a message (return code " + std::to_string(r) + ")"
-                               : d.text;
+        std::string text = d.text.empty() ? "The ODBC driver failed without a message (return code " +
+                                                std::to_string(r) + ")"
+                                          : d.text;
         if (d.linkLost) text += " (the connection to the database was lost; the next action connects again)";
         fail(text);
     }
@@ -244,14 +244,12 @@ struct Link {
     void queueText(std::string sql);
     void queueRow(const std::shared_ptr<Prepared>& statement, std::vector<Value> row);
     void flush();
-    void discard() {
-        pending.clear();
-        queued = 0;
-    }
+    void discard() { pending.clear(); }
 
     void setAutocommit(bool on) {
         auto value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-        checkDbc(SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+        checkDbc(SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value),
+                                   SQL_IS_UINTEGER));
     }
     // Ends the transaction either way and always goes back to autocommit, even when ending it
     // failed: left in manual mode, the next beginTrans would change nothing and the driver would
@@ -266,8 +264,8 @@ struct Link {
             if (completion == SQL_COMMIT) SQLEndTran(SQL_HANDLE_DBC, dbc, SQL_ROLLBACK);
         }
         inTransaction = false;
-        SQLRETURN a = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON),
-                                        SQL_IS_UINTEGER);
+        SQLRETURN a = SQLSetConnectAttr(dbc, SQL_ATTR_AUTOCOMMIT,
+                                        reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), SQL_IS_UINTEGER);
         if (failure) {
             if (failure->text.empty()) failure->text = "The ODBC driver could not end the transaction";
             raise(*failure, r);
@@ -379,7 +377,8 @@ RecordsetPtr fetchAll(Handle& s, SQLSMALLINT columns) {
         s.check(r);
         std::vector<Value> row;
         row.reserve(kinds.size());
-        for (size_t c = 0; c < kinds.size(); ++c) row.push_back(readColumn(s, static_cast<SQLUSMALLINT>(c + 1), kinds[c]));
+        for (size_t c = 0; c < kinds.size(); ++c)
+            row.push_back(readColumn(s, static_cast<SQLUSMALLINT>(c + 1), kinds[c]));
         rows.push_back(std::move(row));
     }
     return std::make_unique<Recordset>(std::move(names), std::move(rows));
@@ -483,7 +482,8 @@ struct ParamColumn {
                 length = sizeof(SQLBIGINT);
                 break;
             case Kind::Double:
-                cType = SQL_C_DOUBLE, sqlType = SQL_DOUBLE, size = 15, data = reals.data(), length = sizeof(SQLDOUBLE);
+                cType = SQL_C_DOUBLE, sqlType = SQL_DOUBLE, size = 15, data = reals.data(),
+                length = sizeof(SQLDOUBLE);
                 break;
             case Kind::Timestamp:
                 cType = SQL_C_TYPE_TIMESTAMP, sqlType = SQL_TYPE_TIMESTAMP, size = 23, digits = 3,
@@ -493,7 +493,8 @@ struct ParamColumn {
                 if (width - 1 > 4000) sqlType = SQL_WLONGVARCHAR, size = width - 1;
                 break;
         }
-        s.check(SQLBindParameter(s.h, position, io, cType, sqlType, size, digits, data, length, indicators.data()));
+        s.check(SQLBindParameter(s.h, position, io, cType, sqlType, size, digits, data, length,
+                                 indicators.data()));
     }
 
     Value read(size_t row) const {
@@ -536,7 +537,8 @@ std::optional<Kind> kindOfValue(const Value& v) {
 // widen to double, anything mixed goes as text.
 Kind commonKind(std::optional<Kind> a, Kind b) {
     if (!a || *a == b) return b;
-    if ((*a == Kind::Integer && b == Kind::Double) || (*a == Kind::Double && b == Kind::Integer)) return Kind::Double;
+    if ((*a == Kind::Integer && b == Kind::Double) || (*a == Kind::Double && b == Kind::Integer))
+        return Kind::Double;
     return Kind::Text;
 }
 
@@ -577,7 +579,8 @@ struct Prepared {
             const size_t units = kind == Kind::Text ? ParamColumn::widthFor(values[p]) : 1;
             // An array is laid out for a full one at once, so that a longer list does not rebind.
             const size_t rowsRoom = std::max({n, columns[p].rows, n > 1 ? kArrayRows : 1});
-            columns[p].layout(kind, rowsRoom, std::max(units, kind == columns[p].kind ? columns[p].width : 1));
+            columns[p].layout(kind, rowsRoom,
+                              std::max(units, kind == columns[p].kind ? columns[p].width : 1));
             columns[p].bind(handle, static_cast<SQLUSMALLINT>(p + 1), SQL_PARAM_INPUT);
         }
         for (size_t p = 0; p < columns.size(); ++p) columns[p].fill(values[p]);
@@ -611,26 +614,26 @@ std::shared_ptr<Prepared> Link::statement(const std::string& text) {
 void Link::queueText(std::string sql) {
     if (pending.empty() || pending.back().statement) pending.emplace_back();
     pending.back().texts.push_back(std::move(sql));
-    if (++queued >= kQueueLimit) flush();
+    if (pending.back().texts.size() == kBatchStatements) flush();
 }
 
 void Link::queueRow(const std::shared_ptr<Prepared>& s, std::vector<Value> row) {
     if (pending.empty() || pending.back().statement != s) pending.push_back({s, {}, {}});
     pending.back().rows.push_back(std::move(row));
-    if (++queued >= kQueueLimit) flush();
+    if (pending.back().rows.size() == kArrayRows) flush();
 }
 
 void Link::flush() {
     std::vector<Pending> items;
     items.swap(pending);
-    queued = 0;
     for (Pending& item : items) {
         const auto& rows = item.rows;
         for (size_t at = 0; at < rows.size(); at += kArrayRows)
             item.statement->run(std::span(rows).subspan(at, std::min(kArrayRows, rows.size() - at)));
         for (size_t at = 0; at < item.texts.size(); at += kBatchStatements) {
             std::string batch;
-            for (size_t i = at; i < item.texts.size() && i < at + kBatchStatements; ++i) batch += item.texts[i] + ";\n";
+            for (size_t i = at; i < item.texts.size() && i < at + kBatchStatements; ++i)
+                batch += item.texts[i] + ";\n";
             direct(batch);
         }
     }
@@ -665,7 +668,8 @@ void Link::connect() {
     auto info = [&](SQLUSMALLINT what) {
         std::u16string value(128, u'\0');
         SQLSMALLINT bytes = 0;
-        if (!SQL_SUCCEEDED(SQLGetInfoW(dbc, what, value.data(), static_cast<SQLSMALLINT>(value.size() * 2), &bytes)))
+        if (!SQL_SUCCEEDED(
+                SQLGetInfoW(dbc, what, value.data(), static_cast<SQLSMALLINT>(value.size() * 2), &bytes)))
             return std::string();
         value.resize(std::min(value.size() - 1, static_cast<size_t>(bytes) / 2));
         return common::fromUtf16(value);
@@ -676,14 +680,16 @@ void Link::connect() {
         disconnect();
         fail("the ODBC data source is " + (dbms.empty() ? std::string("unnamed") : dbms) +
              (version.empty() ? "" : " " + version) +
-             ", not SQL Server: payacclink speaks SQL Server's T-SQL; give --db FILE for the embedded database");
+             ", not SQL Server: payacclink speaks SQL Server's T-SQL; give --db FILE for the embedded "
+             "database");
     }
     dialect.sqlServer = true;
     direct(kLockTimeoutSql);
     // Before level 110 TRY_CONVERT is no keyword; a level that cannot be read counts as the oldest.
     try {
         Outcome out = direct("select compatibility_level from sys.databases where name = db_name()");
-        dialect.compatibilityLevel = out.records && !out.records->eof() ? static_cast<int>(out.records->field(0).toInt64()) : 100;
+        dialect.compatibilityLevel =
+            out.records && !out.records->eof() ? static_cast<int>(out.records->field(0).toInt64()) : 100;
     } catch (const common::Error&) {
         dialect.compatibilityLevel = 100;
     }
@@ -700,7 +706,8 @@ std::string lowerCase(std::string v) { return common::LCase(std::move(v)); }
 std::vector<Parameter> describeProcedure(Link& link, const std::string& qualified) {
     // "[db].[schema].[name]": the catalog wants the schema and the name apart, unquoted.
     auto unbracket = [](std::string part) {
-        return part.size() >= 2 && part.front() == '[' && part.back() == ']' ? part.substr(1, part.size() - 2) : part;
+        return part.size() >= 2 && part.front() == '[' && part.back() == ']' ? part.substr(1, part.size() - 2)
+                                                                             : part;
     };
     auto pattern = [&](const std::string& name) {  // "_" and "%" match only themselves
         std::u16string escape(8, u'\0');
@@ -721,8 +728,9 @@ std::vector<Parameter> describeProcedure(Link& link, const std::string& qualifie
     std::u16string schemaText = common::toUtf16(pattern(unbracket(schema)));
     std::u16string nameText = common::toUtf16(pattern(unbracket(name)));
     Handle s(link);
-    Outcome out = collect(s, SQLProcedureColumnsW(s.h, nullptr, 0, schema.empty() ? nullptr : wide(schemaText),
-                                                  schema.empty() ? 0 : SQL_NTS, wide(nameText), SQL_NTS, nullptr, 0));
+    Outcome out =
+        collect(s, SQLProcedureColumnsW(s.h, nullptr, 0, schema.empty() ? nullptr : wide(schemaText),
+                                        schema.empty() ? 0 : SQL_NTS, wide(nameText), SQL_NTS, nullptr, 0));
     RecordsetPtr rs = recordsOf(out);
     std::vector<Parameter> params;
     std::string owner;  // the first procedure answered; a namesake in another schema is not ours
@@ -734,7 +742,8 @@ std::vector<Parameter> describeProcedure(Link& link, const std::string& qualifie
         if (procedure != owner || kind == SQL_RESULT_COL) continue;
         Parameter p;
         p.name = row[3].joinText();
-        p.type = valueTypeOf(kindOf(static_cast<SQLSMALLINT>(row[5].isNull() ? SQL_VARCHAR : row[5].toInt64())));
+        p.type =
+            valueTypeOf(kindOf(static_cast<SQLSMALLINT>(row[5].isNull() ? SQL_VARCHAR : row[5].toInt64())));
         p.direction = kind == SQL_RETURN_VALUE         ? ParamDirection::ReturnValue
                       : kind == SQL_PARAM_OUTPUT       ? ParamDirection::Output
                       : kind == SQL_PARAM_INPUT_OUTPUT ? ParamDirection::InputOutput
@@ -765,7 +774,8 @@ RecordsetPtr callProcedure(Link& link, const std::string& name, std::vector<Para
     const bool hasReturn = !params.empty() && params[0].direction == ParamDirection::ReturnValue;
     std::string sql = hasReturn ? "{? = call " : "{call ";
     sql += name;
-    for (size_t i = hasReturn ? 1 : 0; i < params.size(); ++i) sql += i == (hasReturn ? 1u : 0u) ? "(?" : ", ?";
+    for (size_t i = hasReturn ? 1 : 0; i < params.size(); ++i)
+        sql += i == (hasReturn ? 1u : 0u) ? "(?" : ", ?";
     sql += params.size() > (hasReturn ? 1u : 0u) ? ")}" : "}";
     Handle s(link);
     std::vector<ParamColumn> columns(params.size());
@@ -775,11 +785,15 @@ RecordsetPtr callProcedure(Link& link, const std::string& name, std::vector<Para
         const bool output = p.direction != ParamDirection::Input;
         const bool input = p.direction == ParamDirection::Input || p.direction == ParamDirection::InputOutput;
         const Value* v = input ? &p.value : &null;
-        const Kind kind = p.type != Value::Type::Null ? kindOfType(p.type) : kindOfValue(*v).value_or(Kind::Text);
-        columns[i].layout(kind, 1, kind == Kind::Text ? ParamColumn::widthFor(std::span(&v, 1), output ? 4000 : 0) : 1);
+        const Kind kind =
+            p.type != Value::Type::Null ? kindOfType(p.type) : kindOfValue(*v).value_or(Kind::Text);
+        columns[i].layout(
+            kind, 1, kind == Kind::Text ? ParamColumn::widthFor(std::span(&v, 1), output ? 4000 : 0) : 1);
         columns[i].fill(std::span(&v, 1));
         columns[i].bind(s, static_cast<SQLUSMALLINT>(i + 1),
-                        !output ? SQL_PARAM_INPUT : input ? SQL_PARAM_INPUT_OUTPUT : SQL_PARAM_OUTPUT);
+                        !output ? SQL_PARAM_INPUT
+                        : input ? SQL_PARAM_INPUT_OUTPUT
+                                : SQL_PARAM_OUTPUT);
     }
     std::u16string text = common::toUtf16(sql);
     Outcome out = collect(s, SQLExecDirectW(s.h, wide(text), SQL_NTS));
@@ -953,10 +967,12 @@ public:
         link_->flush();
         std::string name;
         for (char c : resource) name += c == '\'' ? std::string("''") : std::string(1, c);
-        Outcome out = link_->direct("declare @r int; exec @r = sp_getapplock @Resource = N'" + name +
-                                    "', @LockMode = 'Exclusive', @LockOwner = 'Transaction', @LockTimeout = 15000; "
-                                    "select @r as granted");
-        if (!out.records || out.records->eof() || out.records->field(0).toInt64() < 0) fail(kLockTimeoutSentence);
+        Outcome out =
+            link_->direct("declare @r int; exec @r = sp_getapplock @Resource = N'" + name +
+                          "', @LockMode = 'Exclusive', @LockOwner = 'Transaction', @LockTimeout = 15000; "
+                          "select @r as granted");
+        if (!out.records || out.records->eof() || out.records->field(0).toInt64() < 0)
+            fail(kLockTimeoutSentence);
     }
 
     Dialect dialect() const override { return link_->dialect; }

@@ -53,7 +53,9 @@ std::string keyedWrite(std::string_view sql, std::vector<Value>& numbers) {
     if (start == std::string_view::npos) return {};
     const std::string verb = common::LCase(std::string(sql.substr(start, 6)));
     if (verb != "update" && verb != "delete") return {};
-    auto word = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '@' || c == '.'; };
+    auto word = [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '@' || c == '.';
+    };
     std::string out;
     for (size_t i = 0; i < sql.size();) {
         const char c = sql[i];
@@ -61,7 +63,8 @@ std::string keyedWrite(std::string_view sql, std::vector<Value>& numbers) {
         if (c == '\'' || c == '[' || c == '"') {
             const char close = c == '[' ? ']' : c;
             size_t end = sql.find(close, i + 1);
-            while (end != std::string_view::npos && close == '\'' && end + 1 < sql.size() && sql[end + 1] == '\'')
+            while (end != std::string_view::npos && close == '\'' && end + 1 < sql.size() &&
+                   sql[end + 1] == '\'')
                 end = sql.find(close, end + 2);
             if (end == std::string_view::npos) return {};
             out.append(sql.substr(i, end + 1 - i));
