@@ -326,7 +326,8 @@ struct TdsResponder::Client {
     void run(Writer& w, const std::string& text, const std::vector<Value>& args, uint8_t doneToken) {
         const std::string l = lower(common::Trim(text));
         try {
-            if (l.rfind("set ", 0) == 0 && l.find(';') == std::string::npos) return done(w, doneToken, 0, -1);
+            if (l.empty() || (l.rfind("set ", 0) == 0 && l.find(';') == std::string::npos))
+                return done(w, doneToken, 0, -1);
             data::Recordset answer;
             if (l.find("sys.databases") != std::string::npos) {
                 answer =
