@@ -329,11 +329,14 @@ struct TdsResponder::Client {
             if (l.empty() || (l.rfind("set ", 0) == 0 && l.find(';') == std::string::npos))
                 return done(w, doneToken, 0, -1);
             data::Recordset answer;
-            if (l.find("sys.databases") != std::string::npos) {
+            if (owner.compatibilityLevel_ < 110 && l.find("try_convert(") != std::string::npos) {
+                error(w, 195, "'try_convert' is not a recognized built-in function name.");
+                return done(w, doneToken, 0x02, -1);
+            } else if (l.find("sys.databases") != std::string::npos) {
                 answer =
-                    data::Recordset({"compatibility_level"}, {{Value(owner.options_.compatibilityLevel)}});
+                    data::Recordset({"compatibility_level"}, {{Value(owner.compatibilityLevel_.load())}});
             } else if (l.find("sp_getapplock") != std::string::npos) {
-                answer = data::Recordset({""}, {{Value(owner.options_.applockResult)}});
+                answer = data::Recordset({""}, {{Value(owner.applockResult_.load())}});
             } else {
                 const bool writes =
                     l.rfind("insert", 0) == 0 || l.rfind("update", 0) == 0 || l.rfind("delete", 0) == 0;
@@ -642,7 +645,9 @@ Bytes loginReply() {
 }  // namespace
 
 TdsResponder::TdsResponder(std::string databasePath, ResponderOptions options)
-    : database_(std::move(databasePath)), options_(options) {
+    : database_(std::move(databasePath)),
+      compatibilityLevel_(options.compatibilityLevel),
+      applockResult_(options.applockResult) {
     listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;

@@ -50,8 +50,8 @@ public:
     // The next request whose text contains `fragment` gets no answer: its connection is closed,
     // as a server that went away would.
     void dropOn(const std::string& fragment);
-    void setApplockResult(int result) { options_.applockResult = result; }
-    void setCompatibilityLevel(int level) { options_.compatibilityLevel = level; }
+    void setApplockResult(int result) { applockResult_ = result; }
+    void setCompatibilityLevel(int level) { compatibilityLevel_ = level; }
 
 private:
     struct Client;
@@ -60,7 +60,7 @@ private:
     friend struct Client;
 
     std::string database_;
-    ResponderOptions options_;
+    std::atomic<int> compatibilityLevel_, applockResult_;
     int listener_ = -1;
     int port_ = 0;
     std::atomic<bool> stopping_{false};
