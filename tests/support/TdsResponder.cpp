@@ -32,20 +32,11 @@ using common::DateTime;
 using common::Value;
 using Bytes = std::string;
 
-enum : uint8_t { kBatch = 0x01, kRpc = 0x03, kReply = 0x04, kAttention = 0x06, kTransaction = 0x0E };
-enum : uint8_t { kLogin = 0x10, kPrelogin = 0x12 };
-enum : uint8_t {
-    tReturnStatus = 0x79,
-    tColumns = 0x81,
-    tError = 0xAA,
-    tReturnValue = 0xAC,
-    tLoginAck = 0xAD,
-    tRow = 0xD1,
-    tEnvChange = 0xE3,
-    tDone = 0xFD,
-    tDoneProc = 0xFE,
-    tDoneInProc = 0xFF
-};
+// Message types and tokens of MS-TDS.
+constexpr uint8_t kBatch = 0x01, kRpc = 0x03, kReply = 0x04, kAttention = 0x06, kTransaction = 0x0E,
+                  kLogin = 0x10, kPrelogin = 0x12;
+constexpr uint8_t tReturnStatus = 0x79, tColumns = 0x81, tError = 0xAA, tReturnValue = 0xAC, tLoginAck = 0xAD,
+                  tRow = 0xD1, tEnvChange = 0xE3, tDone = 0xFD, tDoneProc = 0xFE, tDoneInProc = 0xFF;
 // SQL_Latin1_General_CP1_CI_AS
 const Bytes kCollation{'\x09', '\x04', '\xD0', '\x00', '\x34'};
 
@@ -167,12 +158,10 @@ enum class Kind { Int, Float, Date, Text, LongText };
 Kind kindOf(const std::vector<Value>& values) {
     Kind k = Kind::Int;
     for (const Value& v : values) {
-        if (v.asText()) return common::utf16Length(*v.asText()) > 4000 ? Kind::LongText : Kind::Text;
-        if (v.asDate()) k = Kind::Date;
-        if (v.asDouble() && k == Kind::Int) k = Kind::Float;
+        if (v.asText())
+            k = std::max(k, common::utf16Length(*v.asText()) > 4000 ? Kind::LongText : Kind::Text);
+        if (v.asDate() || v.asDouble()) k = std::max(k, v.asDate() ? Kind::Date : Kind::Float);
     }
-    for (const Value& v : values)  // a text longer than nvarchar(4000) anywhere needs max
-        if (v.asText() && common::utf16Length(*v.asText()) > 4000) return Kind::LongText;
     return k;
 }
 
@@ -253,6 +242,13 @@ void error(Writer& w, int number, const std::string& message) {
     w.sized(tError, e);
 }
 
+// The embedded database's error as the server's: 2812 for a missing procedure.
+void fail(Writer& w, const common::Error& e, uint8_t doneToken, unsigned more) {
+    error(w, e.description().find("Could not find stored procedure") != std::string::npos ? 2812 : 50000,
+          e.description());
+    done(w, doneToken, 0x02 | more, -1);
+}
+
 void envChange(Writer& w, unsigned type, const Bytes& newValue, const Bytes& oldValue) {
     Writer e;
     e.u8(type);
@@ -303,6 +299,12 @@ std::string positional(const std::string& text, const std::vector<Param>& params
 
 struct Dropped {};
 
+WireCall wireCall(std::string kind, std::string text = {}) {
+    WireCall c;
+    c.kind = std::move(kind), c.text = std::move(text);
+    return c;
+}
+
 }  // namespace
 
 // One client connection: its own embedded connection, its prepared statements and its transaction.
@@ -351,16 +353,14 @@ struct TdsResponder::Client {
             result(w, answer);
             done(w, doneToken, 0, answer.recordCount());
         } catch (const common::Error& e) {
-            const bool missing = e.description().find("Could not find stored procedure") != std::string::npos;
-            error(w, missing ? 2812 : 50000, e.description());
-            done(w, doneToken, 0x02, -1);
+            fail(w, e, doneToken, 0);
         }
     }
 
     void batch(const Bytes& payload, WireRequest& req, Writer& w) {
         Reader r{payload};
         r.skipHeaders();
-        req.calls.push_back({"batch", "", r.text(payload.size() - r.pos), "", {}, {}});
+        req.calls.push_back(wireCall("batch", r.text(payload.size() - r.pos)));
         checkDrop(req.calls.back());
         run(w, req.calls.back().text, {}, tDone);
     }
@@ -369,15 +369,12 @@ struct TdsResponder::Client {
         Reader r{payload};
         r.skipHeaders();
         while (!r.atEnd()) {
-            WireCall call{"rpc", "", "", "", {}, {}};
+            WireCall call = wireCall("rpc");
             if (const unsigned n = r.u16(); n == 0xFFFF) {
-                static const std::map<unsigned, std::string> ids{{10, "sp_executesql"},
-                                                                 {11, "sp_prepare"},
-                                                                 {12, "sp_execute"},
-                                                                 {13, "sp_prepexec"},
-                                                                 {15, "sp_unprepare"}};
+                static const char* const ids[] = {"sp_executesql", "sp_prepare", "sp_execute",
+                                                  "sp_prepexec",   "",           "sp_unprepare"};
                 const unsigned id = r.u16();
-                call.name = ids.count(id) ? ids.at(id) : "procedure " + std::to_string(id);
+                call.name = id >= 10 && id <= 15 ? ids[id - 10] : "procedure " + std::to_string(id);
             } else {
                 call.name = r.text(n * 2);
             }
@@ -461,61 +458,32 @@ struct TdsResponder::Client {
                     returnValue(w, static_cast<unsigned>(i + 1), params[i].name, cmd->parameter(i + 1));
             done(w, tDoneProc, more, -1);
         } catch (const common::Error& e) {
-            error(w, e.description().find("Could not find") != std::string::npos ? 2812 : 50000,
-                  e.description());
-            done(w, tDoneProc, 0x02 | more, -1);
+            fail(w, e, tDoneProc, more);
         }
     }
 
-    // The catalog's description of a procedure's parameters, as ODBC 3 reads it.
+    // The catalog's description of a procedure's parameters: the columns the program reads.
     void procedureColumns(Writer& w, const std::vector<Param>& params) {
-        std::string wanted;
-        for (const Param& p : params)
-            if (lower(p.name) == "@procedure_name" || (wanted.empty() && p.name.empty()))
-                wanted = p.value.joinText();
-        std::string bare;
-        for (size_t i = 0; i < wanted.size(); ++i)
-            if (wanted[i] != '\\') bare += wanted[i];
+        std::string name;
+        for (char c : params.empty() ? std::string() : params[0].value.joinText())
+            if (c != '\\') name += c;  // the search pattern's escapes
         std::vector<std::vector<Value>> rows;
-        auto row = [&](const std::string& column, int kind, int type, const char* typeName, int size) {
-            rows.push_back({Value("payroll"), Value("dbo"), Value(bare + ";1"), Value(column), Value(kind),
-                            Value(type), Value(typeName), Value(size), Value(size), Value(), Value(10),
-                            Value(1), Value(), Value(), Value(type), Value(), Value(),
-                            Value(static_cast<int64_t>(rows.size())), Value("YES")});
+        auto row = [&](const std::string& column, int kind, int type) {
+            rows.push_back({Value("payroll"), Value("dbo"), Value(name + ";1"), Value(column), Value(kind),
+                            Value(type)});
         };
         try {
             data::sqlite::ProcedureCatalog catalog(data::sqlite::procedureFolder());
-            const auto& proc = catalog.find(bare);
-            row("@RETURN_VALUE", 5, 4, "int", 10);
-            using T = data::sqlite::ProcedureParameter::Type;
-            for (const auto& p : proc.parameters) {
-                const int kind = p.output ? 2 : 1;
-                switch (p.type) {
-                    case T::Int:
-                        row(p.name, kind, 4, "int", 10);
-                        break;
-                    case T::SmallInt:
-                        row(p.name, kind, 5, "smallint", 5);
-                        break;
-                    case T::Double:
-                        row(p.name, kind, 6, "float", 15);
-                        break;
-                    case T::Text:
-                        row(p.name, kind, -9, "nvarchar", 4000);
-                        break;
-                    case T::Date:
-                        row(p.name, kind, 93, "datetime", 23);
-                        break;
-                }
-            }
+            row("@RETURN_VALUE", 5, 4);
+            // SQL types of int, smallint, float, nvarchar, datetime
+            static const int types[] = {4, 5, 6, -9, 93};
+            for (const auto& p : catalog.find(name).parameters)
+                row(p.name, p.output ? 2 : 1, types[static_cast<int>(p.type)]);
         } catch (const common::Error&) {
         }
-        result(w, data::Recordset(
-                      {"PROCEDURE_CAT", "PROCEDURE_SCHEM", "PROCEDURE_NAME", "COLUMN_NAME", "COLUMN_TYPE",
-                       "DATA_TYPE", "TYPE_NAME", "COLUMN_SIZE", "BUFFER_LENGTH", "DECIMAL_DIGITS",
-                       "NUM_PREC_RADIX", "NULLABLE", "REMARKS", "COLUMN_DEF", "SQL_DATA_TYPE",
-                       "SQL_DATETIME_SUB", "CHAR_OCTET_LENGTH", "ORDINAL_POSITION", "IS_NULLABLE"},
-                      std::move(rows)));
+        result(w, data::Recordset({"PROCEDURE_CAT", "PROCEDURE_SCHEM", "PROCEDURE_NAME", "COLUMN_NAME",
+                                   "COLUMN_TYPE", "DATA_TYPE"},
+                                  std::move(rows)));
         done(w, tDoneInProc, 0, -1);
     }
 
@@ -523,12 +491,7 @@ struct TdsResponder::Client {
         Reader r{payload};
         r.skipHeaders();
         const unsigned type = r.u16();
-        WireCall call{type == 5 ? "begin" : type == 7 ? "commit" : type == 8 ? "rollback" : "transaction",
-                      "",
-                      "",
-                      "",
-                      {},
-                      {}};
+        WireCall call = wireCall(type == 5 ? "begin" : type == 7 ? "commit" : "rollback");
         auto descriptor = [&] {
             Writer d;
             d.u64(transaction);
@@ -717,7 +680,7 @@ void TdsResponder::serve(int fd) {
             } else if (type == kLogin) {
                 w.b = loginReply();
             } else if (type == kAttention) {
-                req.calls.push_back({"attention", "", "", "", {}, {}});
+                req.calls.push_back(wireCall("attention"));
                 done(w, tDone, 0x20, -1);
             } else if (type == kBatch) {
                 client.batch(payload, req, w);
