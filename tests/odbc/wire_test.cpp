@@ -119,8 +119,10 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     auto& f = newEntry("Administration", "October");
     const std::string before = dbState();
-    // Another copy holds the company's entries past the wait: one sentence, nothing written.
+    // Another copy holds the company's entries past the wait: one sentence, nothing written,
+    // also when the connection goes down at the rollback that follows.
     responder->setApplockResult(-1);
+    responder->dropOn("rollback");
     f.cmdOk.userClick();
     ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));
     EXPECT_NE(toolkit.lastMessage()->text.find("more than 15 seconds"), std::string::npos);
@@ -128,6 +130,7 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     responder->setApplockResult(0);
 
     // The connection drops at the commit: the work stays, Close asks, the next Ok connects again.
+    EXPECT_EQ(count(responder->record(), "rollback"), 1u);
     responder->dropOn("commit");
     f.cmdOk.userClick();
     ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));

@@ -388,8 +388,8 @@ struct TdsResponder::Client {
                 params.push_back(std::move(p));
             }
             if (!r.atEnd()) ++r.pos;  // the separator of the next call
-            procedure(call, params, w, r.atEnd() ? 0 : 0x01);
             req.calls.push_back(std::move(call));
+            procedure(req.calls.back(), params, w, r.atEnd() ? 0 : 0x01);
         }
     }
 
@@ -675,29 +675,34 @@ void TdsResponder::serve(int fd) {
         while (readMessage(fd, type, payload)) {
             Writer w;
             WireRequest req;
-            if (type == kPrelogin) {
-                w.b = preloginReply();
-            } else if (type == kLogin) {
-                w.b = loginReply();
-            } else if (type == kAttention) {
-                req.calls.push_back(wireCall("attention"));
-                done(w, tDone, 0x20, -1);
-            } else if (type == kBatch) {
-                client.batch(payload, req, w);
-            } else if (type == kRpc) {
-                client.rpc(payload, req, w);
-            } else if (type == kTransaction) {
-                client.transactionRequest(payload, req, w);
-            } else {
-                throw std::runtime_error("message type " + std::to_string(type) + " not understood");
-            }
-            if (!req.calls.empty()) {
+            auto keep = [&] {  // before the answer goes, so that a test reading the record finds it
                 std::lock_guard lock(mutex_);
-                record_.push_back(std::move(req));
+                if (!req.calls.empty()) record_.push_back(std::move(req));
+            };
+            try {
+                if (type == kPrelogin) {
+                    w.b = preloginReply();
+                } else if (type == kLogin) {
+                    w.b = loginReply();
+                } else if (type == kAttention) {
+                    req.calls.push_back(wireCall("attention"));
+                    done(w, tDone, 0x20, -1);
+                } else if (type == kBatch) {
+                    client.batch(payload, req, w);
+                } else if (type == kRpc) {
+                    client.rpc(payload, req, w);
+                } else if (type == kTransaction) {
+                    client.transactionRequest(payload, req, w);
+                } else {
+                    throw std::runtime_error("message type " + std::to_string(type) + " not understood");
+                }
+            } catch (const Dropped&) {
+                keep();  // recorded, and its connection closed without an answer
+                break;
             }
+            keep();
             if (!sendMessage(fd, w.b)) break;
         }
-    } catch (const Dropped&) {
     } catch (const std::exception& e) {
         std::cerr << "tds responder: " << e.what() << "\n";
     }
