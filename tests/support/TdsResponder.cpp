@@ -607,10 +607,7 @@ Bytes loginReply() {
 
 }  // namespace
 
-TdsResponder::TdsResponder(std::string databasePath, ResponderOptions options)
-    : database_(std::move(databasePath)),
-      compatibilityLevel_(options.compatibilityLevel),
-      applockResult_(options.applockResult) {
+TdsResponder::TdsResponder(std::string databasePath) : database_(std::move(databasePath)) {
     listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -635,9 +632,9 @@ TdsResponder::~TdsResponder() {
     ::close(listener_);
 }
 
-std::string TdsResponder::connectionString(const std::string& extra) const {
+std::string TdsResponder::connectionString() const {
     return "DRIVER={FreeTDS};SERVER=127.0.0.1;PORT=" + std::to_string(port_) +
-           ";DATABASE=payroll;UID=payacc;PWD=secret;TDS_Version=7.4" + extra;
+           ";DATABASE=payroll;UID=payacc;PWD=secret;TDS_Version=7.4";
 }
 
 std::vector<WireRequest> TdsResponder::record() const {

@@ -29,29 +29,26 @@ struct WireRequest {
     std::vector<WireCall> calls;
 };
 
-struct ResponderOptions {
-    int compatibilityLevel = 150;  // what the server says of the database
-    int applockResult = 0;         // what sp_getapplock returns (negative: not granted)
-};
-
 class TdsResponder {
 public:
-    explicit TdsResponder(std::string databasePath, ResponderOptions options = {});
+    explicit TdsResponder(std::string databasePath);
     ~TdsResponder();
     TdsResponder(const TdsResponder&) = delete;
     TdsResponder& operator=(const TdsResponder&) = delete;
 
     int port() const { return port_; }
-    // A FreeTDS connection string for it, without ClientCharset; `extra` is appended.
-    std::string connectionString(const std::string& extra = "") const;
+    // A FreeTDS connection string for it, without ClientCharset.
+    std::string connectionString() const;
     // The requests since the start or the last clear, logins not counted.
     std::vector<WireRequest> record() const;
     void clearRecord();
     // The next request whose text contains `fragment` gets no answer: its connection is closed,
     // as a server that went away would.
     void dropOn(const std::string& fragment);
-    void setApplockResult(int result) { applockResult_ = result; }
+    // What the server says of the database's level, and what sp_getapplock returns (below 0:
+    // not granted).
     void setCompatibilityLevel(int level) { compatibilityLevel_ = level; }
+    void setApplockResult(int result) { applockResult_ = result; }
 
 private:
     struct Client;
@@ -60,7 +57,7 @@ private:
     friend struct Client;
 
     std::string database_;
-    std::atomic<int> compatibilityLevel_, applockResult_;
+    std::atomic<int> compatibilityLevel_ = 150, applockResult_ = 0;
     int listener_ = -1;
     int port_ = 0;
     std::atomic<bool> stopping_{false};

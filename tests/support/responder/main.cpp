@@ -11,9 +11,8 @@ int main(int argc, char** argv) {
         std::cerr << "usage: payacc_tds_responder DATABASE [COMPATIBILITY_LEVEL]\n";
         return 2;
     }
-    testsupport::ResponderOptions options;
-    if (argc > 2) options.compatibilityLevel = std::stoi(argv[2]);
-    testsupport::TdsResponder responder(argv[1], options);
+    testsupport::TdsResponder responder(argv[1]);
+    if (argc > 2) responder.setCompatibilityLevel(std::stoi(argv[2]));
     std::cout << responder.connectionString() << std::endl;
     for (std::string line; std::getline(std::cin, line);) {
     }
