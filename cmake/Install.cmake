@@ -15,7 +15,7 @@ if(TARGET QORPayAccLinking)
   install(TARGETS QORPayAccLinking LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   # entry/Plugin.h and what it includes, under their source paths so its includes resolve
   # with -I<includedir>/QORPayAccLinking.
-  foreach(header common/DateTime.h common/Error.h common/Value.h data/Connection.h data/Recordset.h
+  foreach(header common/DateTime.h common/Error.h common/Value.h data/Connection.h data/Dialect.h data/Recordset.h
                  entry/Plugin.h ui/Toolkit.h)
     get_filename_component(dir ${header} DIRECTORY)
     install(FILES ${PROJECT_SOURCE_DIR}/src/${header}

@@ -143,8 +143,8 @@ void FrmMaster::PopulateRecentEntries() {
     } else {
         const common::DateTime from =
             common::addDays(common::toDate(module_.session.processDate), -previousDays_);
-        GridPopulate(module_.session.listBaseQuery + " and TransDate>='" +
-                     common::formatDate(from, "yyyy/mm/dd") + "'");
+        GridPopulate(module_.session.listBaseQuery +
+                     " and TransDate>=" + module_.connection().dialect().dateLiteral(from, "yyyy/mm/dd"));
     }
 }
 

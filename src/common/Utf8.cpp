@@ -124,4 +124,40 @@ std::string terminalText(std::string_view text, std::string_view keep) {
     return out;
 }
 
+std::u16string toUtf16(std::string_view text) {
+    const std::string valid = validUtf8(text);
+    std::u16string out;
+    out.reserve(valid.size());
+    for (size_t pos = 0; pos < valid.size();) {
+        char32_t c = utf8Next(valid, pos);
+        if (c >= 0x10000) {
+            c -= 0x10000;
+            out += static_cast<char16_t>(0xD800 + (c >> 10));
+            out += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+        } else {
+            out += static_cast<char16_t>(c);
+        }
+    }
+    return out;
+}
+
+std::string fromUtf16(std::u16string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        char32_t c = text[i];
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+            text[i + 1] <= 0xDFFF)
+            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
+        out += utf8Encode(c);  // a lone surrogate becomes U+FFFD
+    }
+    return out;
+}
+
+size_t utf16Length(std::string_view text) {
+    size_t n = 0;
+    for (unsigned char b : text) n += continuation(b) ? 0 : b >= 0xF0 ? 2 : 1;
+    return n;
+}
+
 }  // namespace common

@@ -23,4 +23,11 @@ char32_t utf8Next(std::string_view text, size_t& pos);
 // never move the cursor, recolour the screen or send the terminal a command.
 std::string terminalText(std::string_view text, std::string_view keep = {});
 
+// UTF-16, as SQL Server counts lengths and the wide ODBC functions carry text. Bytes that form
+// no character, and lone surrogates coming back, become U+FFFD.
+std::u16string toUtf16(std::string_view text);
+std::string fromUtf16(std::u16string_view text);
+// The number of UTF-16 units of a valid UTF-8 text: a character past U+FFFF takes two.
+size_t utf16Length(std::string_view text);
+
 }  // namespace common

@@ -18,6 +18,7 @@ public:
     void commitTrans() override { closed(); }
     void rollbackTrans() override { closed(); }
     bool inTransaction() const override { return false; }
+    void lockForTransaction(const std::string&) override { closed(); }
 
 private:
     [[noreturn]] static void closed() {

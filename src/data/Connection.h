@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "data/Dialect.h"
 #include "data/Recordset.h"
 
 namespace data {
@@ -43,7 +44,9 @@ class Connection {
 public:
     virtual ~Connection() = default;
     virtual bool isOpen() const = 0;
-    // A statement without a result; returns the rows affected (-1 when unknown).
+    // A statement without a result; returns the rows affected (-1 when unknown). Inside a
+    // transaction a backend may hold a write back until the next read, procedure or commit, so
+    // that a save's many writes travel together; its failure then surfaces there.
     virtual long execute(const std::string& sql) = 0;
     virtual RecordsetPtr open(const std::string& sql, CursorType cursor = CursorType::ForwardOnly,
                               LockType lock = LockType::ReadOnly) = 0;
@@ -52,6 +55,11 @@ public:
     virtual void commitTrans() = 0;
     virtual void rollbackTrans() = 0;
     virtual bool inTransaction() const = 0;
+    // Until the transaction ends, no other connection takes the same lock: SQL Server's
+    // application lock, which waits at most the lock timeout; the embedded database's
+    // transaction holds the write lock from its start already.
+    virtual void lockForTransaction(const std::string& resource) { (void)resource; }
+    virtual Dialect dialect() const { return {}; }
 };
 
 using ConnectionPtr = std::shared_ptr<Connection>;
@@ -73,6 +81,8 @@ public:
     void commitTrans() override { inner_->commitTrans(); }
     void rollbackTrans() override { inner_->rollbackTrans(); }
     bool inTransaction() const override { return inner_->inTransaction(); }
+    void lockForTransaction(const std::string& resource) override { inner_->lockForTransaction(resource); }
+    Dialect dialect() const override { return inner_->dialect(); }
 
 protected:
     Connection& inner() { return *inner_; }

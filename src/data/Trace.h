@@ -40,6 +40,8 @@ public:
     void commitTrans() override;
     void rollbackTrans() override;
     bool inTransaction() const override;
+    void lockForTransaction(const std::string& resource) override { inner_->lockForTransaction(resource); }
+    Dialect dialect() const override { return inner_->dialect(); }
 
     void record(TraceEntry e);  // used by traced commands
 

@@ -25,6 +25,10 @@ data::Connection& Module::connection() {
     return *session.connection;
 }
 
+void Module::LockCompanyEntries() {
+    connection().lockForTransaction("payacclink entries of company " + std::to_string(session.companyId));
+}
+
 template <class T>
 T& Module::instance(std::unique_ptr<T>& slot) {
     if (!slot) {
@@ -35,6 +39,10 @@ T& Module::instance(std::unique_ptr<T>& slot) {
         form.unloader = [this](ui::Form& f, int mode) { return unloadForm(f, mode); };
         form.loaded = true;
         form.messageTitle = session.msgTitle;
+        // A free-text box is as long as its column, which SQL Server counts in UTF-16 units.
+        if (session.connection && session.connection->dialect().countsUtf16())
+            for (ui::Control* c : form.controls())
+                if (auto* box = dynamic_cast<ui::TextBox*>(c)) box->maxLengthInUtf16 = true;
         toolkit_.formLoaded(form);
         try {
             form.Form_Load();

@@ -43,6 +43,9 @@ public:
 
     // The session connection, auto-created (unopened) when empty.
     data::Connection& connection();
+    // Inside a save's or a cancellation's transaction: no other copy writes the company's
+    // entries until it ends, whatever plan the server picks for the guards' reads.
+    void LockCompanyEntries();
 
     // The single screen instances, created and loaded on first use.
     browser::FrmMaster& FrmMaster();

@@ -24,8 +24,8 @@ namespace {
 
 Value Number(const std::string& cell) { return Value(Val(cell)); }
 Value Text(const std::string& cell) { return Value(Trim(cell)); }
-Value DateText(const std::string& cell) {
-    return Value(common::formatDate(common::toDate(cell), "dd/MMM/yyyy"));
+Value DateText(const data::Dialect& dialect, const std::string& cell) {
+    return dialect.dateValue(common::toDate(cell), "dd/MMM/yyyy");
 }
 
 // The TransID of the browser's selected row.
@@ -79,7 +79,12 @@ void frmPayrollAccountsLinking::cmdOk_Click() {
     const std::string tagBefore = cmdOk.Tag, numberBefore = txtTransNo.text();
     auto rollBack = [&] {
         auto& conn = module_.connection();
-        if (module_.TransactionOpen && conn.inTransaction()) conn.rollbackTrans();
+        // A rollback that fails (the connection is gone, and its transaction with it) must
+        // not cost the work on screen.
+        try {
+            if (module_.TransactionOpen && conn.inTransaction()) conn.rollbackTrans();
+        } catch (const common::Error&) {
+        }
         cmdOk.Tag = tagBefore;
         if (txtTransNo.text() != numberBefore) txtTransNo.setText(numberBefore);
     };
@@ -191,10 +196,14 @@ std::string frmPayrollAccountsLinking::HighestEntryNumberGuarded(const std::stri
     // The server counts characters, not bytes: a prefix in Arabic is as long as it looks.
     const std::string suffix =
         "substring(TransNo," + std::to_string(common::utf8Length(prefix) + 1) + ",4000)";
-    std::string sql = "Select isnull(max(try_convert(int," + suffix + ")),0) from " +
-                      s.tables.paPayAccLinkHeader + " where CompanyID = " + std::to_string(s.companyId) +
-                      " and substring(TransNo,1,len('" + prefix + "'))='" + prefix + "' and " + suffix +
-                      " like '[0-9]%'";
+    // Before compatibility level 110 TRY_CONVERT is no keyword: up to nine digits always fit.
+    const std::string number = module_.connection().dialect().hasTryConvert()
+                                   ? "try_convert(int," + suffix + ")"
+                                   : "convert(int,case when " + suffix + " not like '%[^0-9]%' and len(" +
+                                         suffix + ") between 1 and 9 then " + suffix + " end)";
+    std::string sql = "Select isnull(max(" + number + "),0) from " + s.tables.paPayAccLinkHeader +
+                      " where CompanyID = " + std::to_string(s.companyId) + " and substring(TransNo,1,len('" +
+                      prefix + "'))='" + prefix + "' and " + suffix + " like '[0-9]%'";
     auto rs = module_.connection().open(sql, data::CursorType::Static, data::LockType::Optimistic);
     std::string highest = rs->eof() ? std::string("0") : rs->field(0).toText();
     rs->close();
@@ -216,6 +225,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
 
         conn.beginTrans();
         module_.TransactionOpen = true;
+        module_.LockCompanyEntries();
         TakeFreeEntryKeys(transId);
         StopIfSourcesTaken(transId);
         auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkHeader + " ( CompanyID," +
@@ -224,7 +234,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         cmd->refreshParameters();
         cmd->execute(
             {Value(s.companyId), Value(transId), Value(cboDepartment.itemData(cboDepartment.listIndex())),
-             Value(Trim(txtTransNo.text())), Value(common::formatDate(dtpTransDate.value(), "dd/MMM/yyyy")),
+             Value(Trim(txtTransNo.text())), conn.dialect().dateValue(dtpTransDate.value(), "dd/MMM/yyyy"),
              Value(typeCode.substr(0, 1)), Value(Trim(txtRemarks.text())), Value(0)});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
@@ -241,6 +251,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
                           "Remarks=? where CompanyID=" + company + " and transID=" + std::to_string(transId);
         conn.beginTrans();
         module_.TransactionOpen = true;
+        module_.LockCompanyEntries();
         StopIfEntryClosed(transId);
         StopIfSourcesTaken(transId);
         auto cmd = conn.command(sql);
@@ -284,7 +295,7 @@ void frmPayrollAccountsLinking::InsertIntoDetailTable(int32_t& transId) {
                       Number(l.cell(r, det::TransID)),
                       Text(l.cell(r, det::TransNo)),
                       Text(l.cell(r, det::Type)),
-                      DateText(l.cell(r, det::Date)),
+                      DateText(conn.dialect(), l.cell(r, det::Date)),
                       Number(l.cell(r, det::EmpID)),
                       Text(l.cell(r, det::Employee)),
                       Text(l.cell(r, det::EmpNo)),

@@ -67,6 +67,7 @@ void frmcancell::Cmdok_Click() {
 
         conn = &module_.connection();
         conn->beginTrans();
+        module_.LockCompanyEntries();
         if (EntryClosedMeanwhile(row, transId)) {
             conn->rollbackTrans();
             module_.MsgBox(
@@ -80,13 +81,17 @@ void frmcancell::Cmdok_Click() {
         std::string sql = "update ";
         sql += module_.session.tables.paPayAccLinkHeader;
         sql += "  set cancelled=1,";
-        sql += " cancelremarks='";
-        sql += QuotedLiteralText(txtreason.text());
-        sql += "' where TransID=";
+        // SQL Server gets the reason as a parameter: no code page or quote can change it there.
+        const bool bound = conn->dialect().bindsUserText();
+        sql += bound ? " cancelremarks=?" : " cancelremarks='" + QuotedLiteralText(txtreason.text()) + "'";
+        sql += " where TransID=";
         sql += std::to_string(transId);
         sql += "  and CompanyID= ";
         sql += company;
-        conn->execute(sql);
+        if (bound)
+            conn->command(sql)->execute({common::Value(txtreason.text())});
+        else
+            conn->execute(sql);
 
         ReleaseSourceTransactions(typeName, transId);
         conn->commitTrans();
@@ -97,7 +102,11 @@ void frmcancell::Cmdok_Click() {
         cmdok.setEnabled(false);
         unload();
     } catch (const common::Error& e) {
-        if (conn != nullptr && conn->inTransaction()) conn->rollbackTrans();
+        try {
+            if (conn != nullptr && conn->inTransaction()) conn->rollbackTrans();
+        } catch (const common::Error&) {
+            // The connection is gone, and the transaction with it; the error below says why.
+        }
         module_.LogError("frmcancell", "Cmdok_Click ", e);
     }
 }

@@ -22,9 +22,10 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& 
     sql += " where h.CompanyID=" + std::to_string(s.companyId);
     // The day after the range as the upper bound keeps an entry dated with a time of day; a
     // range to the calendar's last day has no day after it and no bound.
-    sql += " and h.TransDate>='" + common::formatDate(from, "dd/MMM/yyyy") + "'";
+    const data::Dialect dialect = s.connection.dialect();
+    sql += " and h.TransDate>=" + dialect.dateLiteral(from, "dd/MMM/yyyy");
     if (to < common::DateTime::ymd(9999, 12, 31))
-        sql += " and h.TransDate<'" + common::formatDate(common::addDays(to, 1), "dd/MMM/yyyy") + "'";
+        sql += " and h.TransDate<" + dialect.dateLiteral(common::addDays(to, 1), "dd/MMM/yyyy");
     if (!includeCancelled) sql += " and isnull(h.Cancelled,0)<>1";
     sql += " order by h.TransDate, h.TransID, p.DetailID";
 

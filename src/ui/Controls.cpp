@@ -201,6 +201,18 @@ TextBox::TextBox(Form& f, std::string name, Control* container)
 
 int TextBox::length() const { return static_cast<int>(common::utf8Length(text_)); }
 
+size_t TextBox::fitting(const std::string& text) const {
+    if (!maxLengthInUtf16) return common::utf8Offset(text, static_cast<size_t>(maxLength));
+    size_t units = 0, pos = 0;
+    while (pos < text.size()) {
+        size_t next = pos;
+        units += common::utf8Next(text, next) >= 0x10000 ? 2 : 1;
+        if (units > static_cast<size_t>(maxLength)) break;
+        pos = next;
+    }
+    return pos;
+}
+
 void TextBox::setText(std::string v) {
     v = common::validUtf8(v);
     if (v == text_) return;
@@ -269,8 +281,7 @@ void TextBox::typeKey(int16_t keyAscii, const std::string& character) {
             const size_t to = common::utf8Offset(text_, static_cast<size_t>(start + len));
             std::string next = text_.substr(0, from) + typed + text_.substr(to);
             if (!typed.empty()) ++start;
-            bool fits =
-                maxLength <= 0 || static_cast<int>(common::utf8Length(next)) <= maxLength || k == vbKeyBack;
+            bool fits = maxLength <= 0 || fitting(next) == next.size() || k == vbKeyBack;
             if (fits && next != text_) {
                 text_ = std::move(next);
                 selStart_ = start;
@@ -294,7 +305,7 @@ void TextBox::userPaste(const std::string& text) {
         takeFocus(*this);
         if (locked_ || refuseNul(text)) return;
         std::string v = common::validUtf8(text);
-        if (maxLength > 0) v.resize(common::utf8Offset(v, static_cast<size_t>(maxLength)));
+        if (maxLength > 0) v.resize(fitting(v));
         if (v == text_) return;
         text_ = std::move(v);
         selStart_ = length();

@@ -160,6 +160,9 @@ public:
     void setSelStart(int v);
     void setSelLength(int v);
     int maxLength = 0;
+    // maxLength counts UTF-16 units, as a server's nvarchar column does: a character past U+FFFF
+    // (an emoji) takes two.
+    bool maxLengthInUtf16 = false;
     // The length of the text in characters.
     int length() const;
 
@@ -183,6 +186,8 @@ public:
 private:
     void typeKey(int16_t keyAscii, const std::string& character);
     bool refuseNul(const std::string& text);
+    // The bytes of the text's longest beginning within maxLength.
+    size_t fitting(const std::string& text) const;
     std::string text_;
     bool locked_ = false;
     int selStart_ = 0, selLength_ = 0;

@@ -1,0 +1,159 @@
+// What the screens send over FreeTDS, read from the responder's record of the wire: declarations,
+// round trips, transaction requests, text; and what a lock timeout, an old compatibility level
+// and a lost connection do to a save.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "../TestSupport.h"
+#include "data/odbc/OdbcConnection.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "support/TdsResponder.h"
+
+namespace {
+
+using testsupport::WireRequest;
+
+class WireTest : public testsupport::ModuleTest {
+protected:
+    void SetUp() override {
+        ModuleTest::SetUp();
+        responder = std::make_unique<testsupport::TdsResponder>(dbPath);
+        connect();
+    }
+    void TearDown() override {
+        module.reset();
+        session.reset();
+        responder.reset();
+    }
+    // The module's connection goes through FreeTDS to the responder; `raw` stays on the file.
+    void connect() {
+        module.reset();
+        auto odbc = data::odbc::open(responder->connectionString());
+        session->trace = trace = std::make_shared<data::TraceConnection>(odbc);
+        session->reopen(toolkit);
+        module = std::move(session->module);
+    }
+    // New, Payroll, the department, Show, every run ticked, the remarks; Ok is the test's.
+    linking::frmPayrollAccountsLinking& newEntry(const std::string& department, const std::string& remarks) {
+        module->FrmMaster().cmdnew.userClick();
+        auto& f = module->frmPayrollAccountsLinking();
+        f.cboType.userSelectText("Payroll");
+        f.cboDepartment.userSelectText(department);
+        f.cmdShow.userClick();
+        f.chkSelectAll.userClick();
+        f.txtRemarks.userPaste(remarks);
+        return f;
+    }
+    std::vector<WireRequest> ok(linking::frmPayrollAccountsLinking& f) {
+        responder->clearRecord();
+        f.cmdOk.userClick();
+        return responder->record();
+    }
+    std::unique_ptr<testsupport::TdsResponder> responder;
+};
+
+size_t count(const std::vector<WireRequest>& record, const std::string& kind) {
+    size_t n = 0;
+    for (const auto& r : record)
+        for (const auto& c : r.calls) n += c.kind == kind;
+    return n;
+}
+
+TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines) {
+    const std::string remarks = "\xd8\xb1\xd8\xa7\xd8\xaa\xd8\xa8 \xe0\xa4\xb5\xe0\xa5\x87 \xf0\x9f\x8e\x89";
+    auto small = ok(newEntry("Administration", remarks));
+    ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << toolkit.lastMessage()->text;
+    auto large = ok(newEntry("Site Operations", "second"));
+    ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+    const std::string details = "paPayAccLinkDetails(";
+    auto rows = [&](const std::vector<WireRequest>& record) {
+        size_t n = 0;
+        for (const auto& r : record)
+            for (const auto& c : r.calls)
+                n += c.name == "sp_execute" && c.text.find(details) != std::string::npos;
+        return n;
+    };
+    // Five times the lines, no more round trips (the first save also prepared its statements).
+    EXPECT_GT(rows(large), rows(small) * 3);
+    EXPECT_LE(large.size(), small.size());
+    EXPECT_LE(small.size(), 21u);
+
+    std::map<std::string, std::set<std::string>> declarations;
+    bool remarksAsUnicode = false, dateAsDate = false;
+    for (const auto* record : {&small, &large})
+        for (const auto& r : *record)
+            for (const auto& c : r.calls) {
+                if (!c.declarations.empty()) declarations[c.text].insert(c.declarations);
+                for (size_t i = 0; i < c.values.size(); ++i) {
+                    remarksAsUnicode |= c.values[i] == remarks && c.types[i] == "nvarchar(4000)";
+                    dateAsDate |= c.text.find("paPayAccLinkHeader (") != std::string::npos && i == 4 &&
+                                  c.types[i].rfind("datetime2", 0) == 0;
+                }
+            }
+    EXPECT_TRUE(remarksAsUnicode);
+    EXPECT_TRUE(dateAsDate);
+    EXPECT_GE(declarations.size(), 3u);
+    for (const auto& [text, forms] : declarations) EXPECT_EQ(forms.size(), 1u) << text;
+
+    // One transaction, its lock taken first, the posted flags in one batch, then the commit.
+    const auto& calls = [&] {
+        std::vector<testsupport::WireCall> all;
+        for (const auto& r : small) all.insert(all.end(), r.calls.begin(), r.calls.end());
+        return all;
+    }();
+    EXPECT_EQ(count(small, "begin"), 1u);
+    EXPECT_EQ(count(small, "commit"), 1u);
+    size_t begin = 0;
+    while (calls[begin].kind != "begin") ++begin;
+    EXPECT_NE(calls[begin + 1].text.find("sp_getapplock @Resource = N'payacclink entries of company 1'"),
+              std::string::npos);
+    EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [](const auto& c) {
+        return c.kind == "batch" && std::count(c.text.begin(), c.text.end(), ';') > 2 &&
+               c.text.find("update pMonthlyPayRollProcessing set mppPosted=1") == 0;
+    }));
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"), common::Value(remarks));
+}
+
+TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
+    auto& f = newEntry("Administration", "October");
+    const std::string before = dbState();
+    // Another copy holds the company's entries past the wait: one sentence, nothing written,
+    // also when the connection goes down at the rollback that follows.
+    responder->setApplockResult(-1);
+    responder->dropOn("rollback");
+    f.cmdOk.userClick();
+    ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));
+    EXPECT_NE(toolkit.lastMessage()->text.find("more than 15 seconds"), std::string::npos);
+    EXPECT_EQ(dbState(), before);
+    responder->setApplockResult(0);
+
+    // The connection drops at the commit: the work stays, Close asks, the next Ok connects again.
+    EXPECT_EQ(count(responder->record(), "rollback"), 1u);
+    responder->dropOn("commit");
+    f.cmdOk.userClick();
+    ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));
+    EXPECT_NE(toolkit.lastMessage()->text.find("the connection to the database was lost"), std::string::npos);
+    EXPECT_EQ(dbState(), before);
+    toolkit.answers.push_back(ui::vbNo);
+    int cancel = 0;
+    f.Form_QueryUnload(cancel, 0);
+    EXPECT_EQ(toolkit.lastMessage()->text, "Save Changes?");
+    f.cmdOk.userClick();
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"),
+              common::Value("October"));
+
+    // At compatibility level 100 the numbering past an odd stored number goes without TRY_CONVERT.
+    raw->execute("update paPayAccLinkHeader set TransNo='PAL/7.5' where TransNo='PAL/5'");
+    responder->setCompatibilityLevel(100);
+    connect();
+    auto& again = newEntry("Finance & Accounts", "level 100");
+    ok(again);
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << toolkit.lastMessage()->text;
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/7'"),
+              common::Value("level 100"));
+}
+
+}  // namespace
