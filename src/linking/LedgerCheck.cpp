@@ -1,7 +1,7 @@
 #include "linking/LedgerCheck.h"
 
+#include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 #include "common/Conv.h"
 
@@ -130,69 +130,96 @@ std::string sourceName(bool payroll, const std::string& number) {
     return (payroll ? "Payroll run " : "Payment ") + number;
 }
 
-std::string sourceNumber(data::Connection& c, const LedgerEntry& e, int32_t id) {
-    const std::string company = std::to_string(e.companyId), key = std::to_string(id);
-    auto rs = c.open(e.payroll ? "select mppProcessNo from pMonthlyPayRollProcessing where mppCompanyID=" +
-                                     company + " and mppProcessID=" + key
-                               : "select phPaymentNo from pPaymentHeader where phCompanyID=" + company +
-                                     " and phPaymentID=" + key);
-    const std::string number = rs->eof() ? key : text(rs->field(0));
+// The source table of the entry's kind, as the statements name it.
+struct SourceTable {
+    const char* table;
+    const char* company;
+    const char* key;
+    const char* number;
+    const char* flag;
+};
+SourceTable sourceTable(bool payroll) {
+    return payroll ? SourceTable{"pMonthlyPayRollProcessing", "mppCompanyID", "mppProcessID", "mppProcessNo",
+                                 "mppPosted"}
+                   : SourceTable{"pPaymentHeader", "phCompanyID", "phPaymentID", "phPaymentNo", "phPosted"};
+}
+
+// The other live entry of the kind that links a source too.
+std::string holder(data::Connection& c, const data::TableNames& t, const LedgerEntry& e, int32_t source) {
+    auto rs = c.open(
+        "select h.TransNo from " + t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
+        " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID where o.CompanyID=" +
+        std::to_string(e.companyId) + " and o.RefTransID=" + std::to_string(source) + " and o.TransID<>" +
+        std::to_string(e.transId) + " and isnull(h.Cancelled,0)<>1 and h.TransType" +
+        (e.payroll ? "=" : "<>") + "'P' order by h.TransID");
+    const std::string number = rs->eof() ? std::string() : text(rs->field(0));
     rs->close();
     return number;
 }
 
-std::string entryNumber(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
-                        int32_t transId) {
-    auto rs = c.open("select TransNo from " + t.paPayAccLinkHeader + " where CompanyID=" +
-                     std::to_string(e.companyId) + " and TransID=" + std::to_string(transId));
-    const std::string number = rs->eof() ? std::to_string(transId) : text(rs->field(0));
-    rs->close();
-    return number;
-}
+// Checked in slices, so that no statement grows with the entry; each source is one index
+// look-up on its table and one on the details' source index.
+constexpr size_t kSourcesPerCheck = 500;
 
 std::string checkSources(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
                          const Key& where) {
-    const std::string company = std::to_string(e.companyId);
-    // Each source the entry links, once, with its posted flag and the first other live entry
-    // of its kind that links it too: a 40,000-line entry links 10,000 runs, and the check
-    // reads those rather than every line.
-    std::string sql = "select d.RefTransID, ";
-    sql += e.payroll ? "isnull(s.mppPosted,0)" : "isnull(s.phPosted,0)";
-    sql += " Flagged, (select min(o.TransID) from " + t.paPayAccLinkDetails + " o inner join " +
-           t.paPayAccLinkHeader;
-    sql += " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID where o.CompanyID=" + company;
-    sql += " and o.RefTransID=d.RefTransID and o.TransID<>" + std::to_string(e.transId);
-    sql += " and isnull(h.Cancelled,0)<>1";
-    sql += e.payroll ? " and h.TransType='P'" : " and h.TransType<>'P'";
-    sql += ") OtherEntry from (select distinct RefTransID from " + t.paPayAccLinkDetails + " where " +
-           where("") + ") d";
-    sql += e.payroll ? " left join pMonthlyPayRollProcessing s on s.mppCompanyID=" + company +
-                           " and s.mppProcessID=d.RefTransID"
-                     : " left join pPaymentHeader s on s.phCompanyID=" + company +
-                           " and s.phPaymentID=d.RefTransID";
-    auto rs = c.open(sql);
-    std::unordered_set<int32_t> linked;
-    linked.reserve(rs->rows().size());
-    for (const auto& row : rs->rows()) {
-        const auto id = static_cast<int32_t>(number(row[0]));
-        if (number(row[1]) != 1)
-            return sourceName(e.payroll, sourceNumber(c, e, id)) +
-                   " is linked by this entry but was not marked posted: press Ok again, and if it happens "
-                   "again, "
-                   "report it to support.";
-        if (!row[2].isNull())
-            return sourceName(e.payroll, sourceNumber(c, e, id)) + " is linked by entry " +
-                   entryNumber(c, t, e, static_cast<int32_t>(number(row[2]))) +
-                   " as well: press Show again to list the sources still open.";
-        linked.insert(id);
+    const SourceTable st = sourceTable(e.payroll);
+    const std::string company = std::to_string(e.companyId), entry = std::to_string(e.transId);
+    const std::string s = std::string("s.");
+    long own = 0;
+    for (size_t from = 0; from < e.flagged.size(); from += kSourcesPerCheck) {
+        std::string keys;
+        const size_t to = std::min(e.flagged.size(), from + kSourcesPerCheck);
+        for (size_t i = from; i < to; ++i) keys += (i > from ? "," : "") + std::to_string(e.flagged[i]);
+        std::string sql = "select " + s + st.key + " SourceID, " + s + st.number + " SourceNo, isnull(" + s +
+                          st.flag + ",0) Flagged, (select count(*) from " + t.paPayAccLinkDetails +
+                          " o where o.CompanyID=" + s + st.company + " and o.RefTransID=" + s + st.key +
+                          " and o.TransID=" + entry + ") Own, (select count(*) from " +
+                          t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
+                          " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID" +
+                          " where o.CompanyID=" + s + st.company + " and o.RefTransID=" + s + st.key +
+                          " and o.TransID<>" + entry + " and isnull(h.Cancelled,0)<>1 and h.TransType" +
+                          (e.payroll ? "=" : "<>") + "'P') Others from " + st.table + " s where " + s +
+                          st.company + "=" + company + " and " + s + st.key + " in (" + keys + ")";
+        auto rs = c.open(sql);
+        std::string why;
+        size_t found = 0;
+        for (; !rs->eof() && why.empty(); rs->moveNext(), ++found) {
+            const std::string name = sourceName(e.payroll, text(rs->field("SourceNo")));
+            const double linkedRows = number(rs->field("Own"));
+            own += static_cast<long>(linkedRows);
+            if (linkedRows == 0)
+                why = name +
+                      " would be marked posted although this entry does not link it: press Show again "
+                      "and tick what the entry should link.";
+            else if (number(rs->field("Flagged")) != 1)
+                why = name +
+                      " is linked by this entry but was not marked posted: press Ok again, and if it "
+                      "happens again, report it to support.";
+            else if (number(rs->field("Others")) > 0)
+                why = name + " is linked by entry " +
+                      holder(c, t, e, static_cast<int32_t>(number(rs->field(0)))) +
+                      " as well: press Show again to list the sources still open.";
+        }
+        rs->close();
+        if (!why.empty()) return why;
+        if (found != to - from)
+            return std::string(e.payroll ? "A payroll run" : "A payment") +
+                   " this entry would mark posted is not in the company's records: press Show again.";
     }
+    // Every line of the entry belongs to a source it marked posted.
+    auto rs = c.open("select count(*) from " + t.paPayAccLinkDetails + " where " + where(""));
+    const long lines = rs->eof() ? 0 : static_cast<long>(number(rs->field(0)));
     rs->close();
-    for (int32_t id : e.flagged)
-        if (!linked.count(id))
-            return sourceName(e.payroll, sourceNumber(c, e, id)) +
-                   " would be marked posted although this entry does not link it: press Show again and tick "
-                   "what the entry should link.";
-    return "";
+    if (lines == own) return "";
+    rs = c.open("select d.RefTransNo from " + t.paPayAccLinkDetails + " d left join " + st.table + " s on " +
+                s + st.company + "=d.CompanyID and " + s + st.key + "=d.RefTransID where " + where("d") +
+                " and isnull(" + s + st.flag + ",0)<>1 order by d.DetailID");
+    const std::string number = rs->eof() ? std::string() : text(rs->field(0));
+    rs->close();
+    return sourceName(e.payroll, number) +
+           " is linked by this entry but was not marked posted: press Ok again, and if it happens again, "
+           "report it to support.";
 }
 
 }  // namespace
