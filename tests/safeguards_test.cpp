@@ -205,6 +205,46 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     EXPECT_EQ(rows("select Remarks, Cancelled, Posted from paPayAccLinkHeader where TransID=7"), "|0|1|\n");
 }
 
+// An edit opened before another user released one of its sources, and a new entry linked it:
+// saving the stale edit would link the run twice, so it is refused and changes nothing.
+TEST_F(SafeguardTest, AStaleEditOfASourceAnotherEntryTookMeanwhileIsRefused) {
+    addRun(9101, 901, 1000, 100, 50);
+    addRun(9102, 902, 2000, 200, 80);
+    auto& f = openNew();
+    show(f, "Payroll");
+    f.chkSelectAll.userSet(1);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+
+    OtherCopy stale(*module, dbPath);
+    auto& g = stale.module.FrmMaster().flexMaster;
+    g.userSelectCell(g.rows() - 1, 0);
+    stale.module.FrmMaster().CmdEdit.userClick();
+    auto& editing = stale.module.frmPayrollAccountsLinking();
+    ASSERT_EQ(editing.lvwTransactions.count(), 2);
+
+    auto& mine = openEdit(6);
+    mine.lvwTransactions.userToggle(2);
+    mine.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    auto& taking = openNew();
+    show(taking, "Payroll");
+    ASSERT_EQ(taking.lvwTransactions.count(), 1);
+    taking.lvwTransactions.userToggle(1);
+    taking.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+
+    const std::string before = dbState();
+    editing.txtRemarks.userPaste("late");
+    editing.cmdOk.userClick();
+    EXPECT_EQ(
+        lastBox(stale.toolkit).text,
+        "Entry PAL/7 has linked some of the ticked transactions since they were listed; press Show again to "
+        "list the ones still open.");
+    EXPECT_EQ(dbState(), before);
+    EXPECT_TRUE(stale.linkingOpen());
+}
+
 // Two programs save at the same moment, each in a department of its own: every save goes
 // through with a key and a number of its own.
 TEST_F(SafeguardTest, ParallelSavesAllSucceedWithDistinctNumbers) {

@@ -84,6 +84,14 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
 
     const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
     EXPECT_EQ(cancelled.status(), "Cancelled");
+    // Cancelled after it was posted: the cancellation is what counts, on paper and in the ledger.
+    raw->execute("update paPayAccLinkHeader set Cancelled=1 where CompanyID=1 and TransID=1");
+    EXPECT_EQ(report::LoadVoucher(session(), 1, "").status(), "Cancelled");
+    EXPECT_EQ(report::LoadLedgerRows(session(), common::DateTime::ymd(2026, 8, 31),
+                                     common::DateTime::ymd(2026, 8, 31), true)[0]
+                  .status,
+              "Cancelled");
+    raw->execute("update paPayAccLinkHeader set Cancelled=0 where CompanyID=1 and TransID=1");
     EXPECT_EQ(cancelled.cancelReason, "Entered against the wrong period");
     EXPECT_EQ(report::FindEntry(session(), "pal/4"), 4);
     EXPECT_FALSE(report::FindEntry(session(), "PAL/4' or '1'='1").has_value());
@@ -203,6 +211,10 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
         EXPECT_EQ(readCsv(report::CsvTextField(lead + std::string("SUM(A1)")) + "\r\n")[0][0],
                   "'" + std::string(lead) + "SUM(A1)");
     EXPECT_EQ(report::CsvTextField("Net pay - AED"), "Net pay - AED");
+    // One special character alone.
+    for (const auto& [alone, written] : std::vector<std::pair<std::string, std::string>>{
+             {",", "\",\""}, {"\"", "\"\"\"\""}, {"\n", "\"\n\""}, {"=", "'="}, {"-", "'-"}, {"'", "'"}})
+        EXPECT_EQ(report::CsvTextField(alone), written) << alone;
     EXPECT_EQ(records[2][1], "31/08/2026");
     EXPECT_EQ(records[2][2], "Payroll");
 
