@@ -157,61 +157,82 @@ std::string holder(data::Connection& c, const data::TableNames& t, const LedgerE
     return number;
 }
 
-// Checked in slices, so that no statement grows with the entry; each source is one index
-// look-up on its table and one on the details' source index.
+// Checked in slices, so that no statement grows with the entry; each source costs an index
+// look-up or two, and a clean entry three counts a slice.
 constexpr size_t kSourcesPerCheck = 500;
+
+// Which source of a slice is wrong, and how: read only once a count says one is.
+std::string findWrongSource(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
+                            const std::string& keys) {
+    const SourceTable st = sourceTable(e.payroll);
+    const std::string company = std::to_string(e.companyId), entry = std::to_string(e.transId);
+    const std::string s = "s.";
+    std::string sql =
+        "select " + s + st.key + " SourceID, " + s + st.number + " SourceNo, isnull(" + s + st.flag +
+        ",0) Flagged, (select count(*) from " + t.paPayAccLinkDetails + " o where o.CompanyID=" + s +
+        st.company + " and o.RefTransID=" + s + st.key + " and o.TransID=" + entry +
+        ") Own, (select count(*) from " + t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
+        " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID where o.CompanyID=" + s + st.company +
+        " and o.RefTransID=" + s + st.key + " and o.TransID<>" + entry +
+        " and isnull(h.Cancelled,0)<>1 and h.TransType" + (e.payroll ? "=" : "<>") + "'P') Others from " +
+        st.table + " s where " + s + st.company + "=" + company + " and " + s + st.key + " in (" + keys + ")";
+    auto rs = c.open(sql);
+    std::string why;
+    for (; !rs->eof() && why.empty(); rs->moveNext()) {
+        const std::string name = sourceName(e.payroll, text(rs->field(1)));
+        if (number(rs->field(3)) == 0)
+            why = name +
+                  " would be marked posted although this entry does not link it: press Show again and tick "
+                  "what the entry should link.";
+        else if (number(rs->field(2)) != 1)
+            why = name +
+                  " is linked by this entry but was not marked posted: press Ok again, and if it happens "
+                  "again, report it to support.";
+        else if (number(rs->field(4)) > 0)
+            why = name + " is linked by entry " +
+                  holder(c, t, e, static_cast<int32_t>(number(rs->field(0)))) +
+                  " as well: press Show again to list the sources still open.";
+    }
+    rs->close();
+    if (why.empty())
+        why = std::string(e.payroll ? "A payroll run" : "A payment") +
+              " this entry would mark posted is not in the company's records: press Show again.";
+    return why;
+}
 
 std::string checkSources(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
                          const Key& where) {
     const SourceTable st = sourceTable(e.payroll);
     const std::string company = std::to_string(e.companyId), entry = std::to_string(e.transId);
-    const std::string s = std::string("s.");
-    long own = 0;
+    const std::string s = "s.";
     for (size_t from = 0; from < e.flagged.size(); from += kSourcesPerCheck) {
         std::string keys;
         const size_t to = std::min(e.flagged.size(), from + kSourcesPerCheck);
         for (size_t i = from; i < to; ++i) keys += (i > from ? "," : "") + std::to_string(e.flagged[i]);
-        std::string sql = "select " + s + st.key + " SourceID, " + s + st.number + " SourceNo, isnull(" + s +
-                          st.flag + ",0) Flagged, (select count(*) from " + t.paPayAccLinkDetails +
-                          " o where o.CompanyID=" + s + st.company + " and o.RefTransID=" + s + st.key +
-                          " and o.TransID=" + entry + ") Own, (select count(*) from " +
-                          t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
-                          " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID" +
-                          " where o.CompanyID=" + s + st.company + " and o.RefTransID=" + s + st.key +
-                          " and o.TransID<>" + entry + " and isnull(h.Cancelled,0)<>1 and h.TransType" +
-                          (e.payroll ? "=" : "<>") + "'P') Others from " + st.table + " s where " + s +
-                          st.company + "=" + company + " and " + s + st.key + " in (" + keys + ")";
+        const std::string slice = " from " + std::string(st.table) + " s where " + s + st.company + "=" +
+                                  company + " and " + s + st.key + " in (" + keys + ")";
+        // Flagged, linked by this entry, and linked by another live entry of its kind.
+        std::string sql =
+            "select (select count(*)" + slice + " and " + s + st.flag + "=1) Flagged, (select count(*)" +
+            slice + " and exists (select 1 from " + t.paPayAccLinkDetails + " o where o.CompanyID=" + s +
+            st.company + " and o.RefTransID=" + s + st.key + " and o.TransID=" + entry +
+            ")) Linked, (select count(*) from " + t.paPayAccLinkDetails + " o inner join " +
+            t.paPayAccLinkHeader + " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID" +
+            " where o.CompanyID=" + company + " and o.RefTransID in (" + keys + ") and o.TransID<>" + entry +
+            " and isnull(h.Cancelled,0)<>1 and h.TransType" + (e.payroll ? "=" : "<>") + "'P') Others";
         auto rs = c.open(sql);
-        std::string why;
-        size_t found = 0;
-        for (; !rs->eof() && why.empty(); rs->moveNext(), ++found) {
-            const std::string name = sourceName(e.payroll, text(rs->field("SourceNo")));
-            const double linkedRows = number(rs->field("Own"));
-            own += static_cast<long>(linkedRows);
-            if (linkedRows == 0)
-                why = name +
-                      " would be marked posted although this entry does not link it: press Show again "
-                      "and tick what the entry should link.";
-            else if (number(rs->field("Flagged")) != 1)
-                why = name +
-                      " is linked by this entry but was not marked posted: press Ok again, and if it "
-                      "happens again, report it to support.";
-            else if (number(rs->field("Others")) > 0)
-                why = name + " is linked by entry " +
-                      holder(c, t, e, static_cast<int32_t>(number(rs->field(0)))) +
-                      " as well: press Show again to list the sources still open.";
-        }
+        const auto n = static_cast<double>(to - from);
+        const bool whole =
+            !rs->eof() && number(rs->field(0)) == n && number(rs->field(1)) == n && number(rs->field(2)) == 0;
         rs->close();
-        if (!why.empty()) return why;
-        if (found != to - from)
-            return std::string(e.payroll ? "A payroll run" : "A payment") +
-                   " this entry would mark posted is not in the company's records: press Show again.";
+        if (!whole) return findWrongSource(c, t, e, keys);
     }
-    // Every line of the entry belongs to a source it marked posted.
-    auto rs = c.open("select count(*) from " + t.paPayAccLinkDetails + " where " + where(""));
-    const long lines = rs->eof() ? 0 : static_cast<long>(number(rs->field(0)));
+    // Every source the entry links is one it marked posted: as many as it marked.
+    auto rs = c.open("select count(distinct RefTransID) Linked from " + t.paPayAccLinkDetails + " where " +
+                     where(""));
+    const double linked = rs->eof() ? 0 : number(rs->field(0));
     rs->close();
-    if (lines == own) return "";
+    if (linked == static_cast<double>(e.flagged.size())) return "";
     rs = c.open("select d.RefTransNo from " + t.paPayAccLinkDetails + " d left join " + st.table + " s on " +
                 s + st.company + "=d.CompanyID and " + s + st.key + "=d.RefTransID where " + where("d") +
                 " and isnull(" + s + st.flag + ",0)<>1 order by d.DetailID");
@@ -219,7 +240,8 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
     rs->close();
     return sourceName(e.payroll, number) +
            " is linked by this entry but was not marked posted: press Ok again, and if it happens again, "
-           "report it to support.";
+           "report it "
+           "to support.";
 }
 
 }  // namespace
