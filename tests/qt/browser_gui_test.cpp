@@ -92,6 +92,8 @@ TEST_F(BrowserGuiTest, KeysOpenEntriesNeverPostSortFollowsTheEntryAndPostingPrev
         waitActive(window);
         QTest::keyClick(grid, Qt::Key_F, Qt::ControlModifier);
         EXPECT_EQ(window.focusWidget(), widget<QLineEdit>(window, "txtsearch"));
+        keyIn(window, Qt::Key_Tab);  // reading order: the search line, then the sort line below it
+        EXPECT_EQ(window.focusWidget(), widget<QComboBox>(window, "cboColNames"));
         QString pdfName;
         whenShown<QPrintPreviewDialog>({}, [&](QPrintPreviewDialog& preview) {
             pdfName = preview.printer()->docName();
