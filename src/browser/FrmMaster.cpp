@@ -383,12 +383,13 @@ void FrmMaster::SearchGrid() {
     // The first match in the sorted order. Every row is looked at: halving would need the
     // prefixes in the order the column is sorted in, which numbers inside texts (PAL/9,
     // PAL/10) and letters beyond ASCII do not keep.
+    common::PrefixMatch begins(search);
     int match = 0;
     for (int r = 1; r < flexMaster.rows() && match == 0; ++r) {
         const std::string cell = common::Trim(flexMaster.textMatrix(r, col));
         const bool found =
             numeric ? common::Val(cell.substr(0, common::utf8Offset(cell, searchLength))) == searchNumber
-                    : common::startsWithNoCase(cell, search);
+                    : begins(cell);
         if (found) match = r;
     }
     if (match == 0) return;

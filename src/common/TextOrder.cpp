@@ -19,9 +19,8 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
-std::string foldCase(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
+void foldCase(std::string_view text, std::string& out) {
+    out.clear();
     const locale_t locale = unicodeCtype();
     for (size_t pos = 0; pos < text.size();) {
         const char c = text[pos];
@@ -41,6 +40,12 @@ std::string foldCase(std::string_view text) {
         out += utf8Encode(static_cast<char32_t>(towlower_l(static_cast<wint_t>(ch), locale)));
         pos += n;
     }
+}
+
+std::string foldCase(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    foldCase(text, out);
     return out;
 }
 
@@ -72,10 +77,12 @@ int compareNatural(std::string_view a, std::string_view b) {
     return zeros;
 }
 
-bool startsWithNoCase(std::string_view text, std::string_view prefix) {
-    const std::string folded = foldCase(prefix);
+PrefixMatch::PrefixMatch(std::string_view prefix) : folded_(foldCase(prefix)), length_(utf8Length(prefix)) {}
+
+bool PrefixMatch::operator()(std::string_view text) {
     // Folding keeps the number of characters, not always of bytes: fold as many characters.
-    return foldCase(text.substr(0, utf8Offset(text, utf8Length(prefix)))).rfind(folded, 0) == 0;
+    foldCase(text.substr(0, utf8Offset(text, length_)), scratch_);
+    return scratch_.compare(0, folded_.size(), folded_) == 0 && scratch_.size() >= folded_.size();
 }
 
 }  // namespace common

@@ -8,15 +8,24 @@
 namespace common {
 
 // The text with every letter in lower case (Unicode's simple case mapping); bytes that form
-// no character stay as they are.
+// no character stay as they are. The second form reuses out's room.
 std::string foldCase(std::string_view text);
+void foldCase(std::string_view text, std::string& out);
 
 // Natural order of two texts: digit runs compare by their value (leading zeros break a tie
 // only), everything else by code point. Negative, zero or positive, as strcmp. The texts are
 // compared as they are: fold them first for an order without regard to case.
 int compareNatural(std::string_view a, std::string_view b);
 
-// Whether the text begins with the prefix, both folded to one case.
-bool startsWithNoCase(std::string_view text, std::string_view prefix);
+// Whether texts begin with the prefix, both folded to one case; for many texts in a row.
+class PrefixMatch {
+public:
+    explicit PrefixMatch(std::string_view prefix);
+    bool operator()(std::string_view text);
+
+private:
+    std::string folded_, scratch_;
+    size_t length_;  // the prefix's characters
+};
 
 }  // namespace common

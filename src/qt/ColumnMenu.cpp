@@ -35,6 +35,8 @@ ColumnMenu::ColumnMenu(QAbstractItemView& view, QHeaderView& header, QString key
     header.setContextMenuPolicy(Qt::CustomContextMenu);
     connect(&header, &QHeaderView::customContextMenuRequested, this, &ColumnMenu::showMenu);
     // Only widths the user drags are remembered, not those the list lays out itself.
+    headerViewport_ = header.viewport();
+    viewViewport_ = view.viewport();
     header.viewport()->installEventFilter(this);
     view.viewport()->installEventFilter(this);
     connect(&header, &QHeaderView::sectionResized, this, [this](int col, int, int size) {
@@ -92,11 +94,11 @@ void ColumnMenu::fitAmounts() {
 }
 
 bool ColumnMenu::eventFilter(QObject* watched, QEvent* event) {
-    if (header_ != nullptr && watched == header_->viewport()) {
+    if (watched == headerViewport_) {
         if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick)
             userResizing_ = true;
         if (event->type() == QEvent::MouseButtonRelease) userResizing_ = false;
-    } else if (view_ != nullptr && watched == view_->viewport() && event->type() == QEvent::Resize) {
+    } else if (watched == viewViewport_ && event->type() == QEvent::Resize) {
         fitAmounts();
     }
     return false;

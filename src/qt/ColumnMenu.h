@@ -41,6 +41,9 @@ private:
 
     QPointer<QAbstractItemView> view_;
     QPointer<QHeaderView> header_;
+    // Compared, never followed: their events come also while the views are being destroyed.
+    const QObject* viewViewport_ = nullptr;
+    const QObject* headerViewport_ = nullptr;
     QString key_;
     const ListLook& look_;
     QSet<int> hidden_;

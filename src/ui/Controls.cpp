@@ -948,7 +948,12 @@ void FlexGrid::sort(Sort mode) {
         const std::string& t = cells_[first + r][c1 + k];
         key.isNum = numeric || (generic && common::IsNumeric(t));
         key.num = key.isNum ? numberOf(t) : 0.0;
-        if (!key.isNum || !numeric) key.text = fold ? common::foldCase(t) : t;
+        if (numeric) return;
+        if (fold) {
+            common::foldCase(t, key.text);
+        } else {
+            key.text = t;
+        }
     };
     // Entry numbers read as people read them: PAL/2 before PAL/10 in the generic mode.
     auto compareKeys = [&](const Key& x, const Key& y) {

@@ -336,8 +336,9 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                 EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
                             line.height());
             }
-            // Enter on a line edits it: each amount names its currency, and Escape leaves.
-            QStringList labels;
+            // Enter on a line edits it: each amount names its currency, the stepping and commit
+            // shortcuts move through the lines, and Escape leaves.
+            QStringList labels, steps;
             auto readLabels = [&](QWidget& editor) {
                 labels.clear();
                 for (const char* name : {"lblAmount", "lblDepAmount", "lblCompAmount"})
@@ -346,8 +347,23 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
             };
             postings->setCurrentIndex(lines->index(0, 1));
             ASSERT_EQ(f.lvwPostingDetails.cell(1, 3), "USD");
-            whenShown("frmJournalDetails", readLabels);
+            whenShown("frmJournalDetails", [&](QWidget& editor) {
+                waitActive(editor);
+                for (auto [key, mods] : {std::pair{Qt::Key_End, Qt::AltModifier},
+                                         {Qt::Key_Home, Qt::AltModifier},
+                                         {Qt::Key_Right, Qt::AltModifier},
+                                         {Qt::Key_Left, Qt::AltModifier},
+                                         {Qt::Key_S, Qt::ControlModifier}}) {
+                    if (key == Qt::Key_S)
+                        QTest::keyClicks(widget<QLineEdit>(editor, "txtDescription"), "Oct");
+                    keyIn(editor, key, mods);
+                    steps << widget<QLineEdit>(editor, "txtSlNo")->text();
+                }
+                readLabels(editor);
+            });
             QTest::keyClick(postings, Qt::Key_Return);
+            EXPECT_EQ(steps, QStringList({QString::number(f.lvwPostingDetails.count()), "1", "2", "1", "2"}))
+                << "Ctrl+S commits the line and goes on to the next";
             EXPECT_EQ(labels, QStringList({"Amount (USD)", "Department (AED)", "Company (AED)"}));
             EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
             // A right-click selects its line; Add, chosen by keyboard, opens the line editor.
