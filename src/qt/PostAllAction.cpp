@@ -23,10 +23,10 @@
 #include "browser/FrmMaster.h"
 #include "browser/PostAllDepartments.h"
 #include "common/Conv.h"
+#include "common/Files.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
 #include "qt/PostAllTable.h"
-#include "report/LedgerExport.h"
 
 namespace qtui {
 
@@ -217,8 +217,9 @@ void saveCsv(QWidget* parent, const PostAllTable& table, const QString& suggeste
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return;
     const std::string file = dialog.selectedFiles().front().toStdString();
     try {
-        const std::string text = table.csv();
-        report::WriteFileAtomically(file, [&](std::ostream& out) { out << text; });
+        common::OutputFile out(file);
+        out.write(table.csv());
+        out.commit();
     } catch (const std::exception& e) {
         QMessageBox::information(parent, dialog.windowTitle(), QString::fromUtf8(e.what()));
     }

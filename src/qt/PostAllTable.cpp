@@ -177,7 +177,7 @@ std::string PostAllTable::csv() const {
     std::string out;
     for (int c = 0; c < kColumns; ++c) out += (c > 0 ? "," : "") + report::CsvField(kHeadings[c]);
     out += "\r\n";
-    auto field = [](const QString& text) { return report::CsvField(text.toStdString()); };
+    auto field = [](const QString& text) { return report::CsvTextField(text.toStdString()); };
     for (const Row& r : rows_) {
         out += field(r.department) + ',' + field(r.entry) + ',' + field(r.sources) + ',' + field(r.lines) +
                ',' + field(r.currency) + ',';

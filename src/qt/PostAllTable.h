@@ -26,7 +26,8 @@ public:
 
     // Every row, the headings first, cells joined by tabs.
     QString tabSeparated() const;
-    // RFC 4180 with the amounts as plain numbers.
+    // RFC 4180 with the amounts as plain numbers (texts that a spreadsheet would take for a
+    // formula are kept as text).
     std::string csv() const;
     // The table as HTML for printing, under a title.
     QString html(const QString& title) const;
