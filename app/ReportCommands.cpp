@@ -1,6 +1,5 @@
 #include "ReportCommands.h"
 
-#include <cctype>
 #include <iostream>
 #include <optional>
 #include <regex>
@@ -47,14 +46,6 @@ data::TableNames checkedTables(const ReportSession& s) {
     return tables;
 }
 
-// An entry number as a file name: separators and other awkward characters become '-'.
-std::string fileNameOf(const std::string& entryNo) {
-    std::string name;
-    for (char c : entryNo)
-        name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
-    return (name.empty() ? std::string("voucher") : name) + ".pdf";
-}
-
 template <class Body>
 int guarded(const Body& body) {
     try {
@@ -78,7 +69,7 @@ int runPrint(const PrintOptions& o, const ReportSession& s) {
         const std::optional<int32_t> id = report::FindEntry(rs, o.entry);
         if (!id) throw Refused("no entry '" + o.entry + "' in company " + std::to_string(s.companyId));
         const report::Voucher voucher = report::LoadVoucher(rs, *id, report::NowText());
-        const std::string file = o.pdf.empty() ? fileNameOf(voucher.entryNo) : o.pdf;
+        const std::string file = o.pdf.empty() ? report::VoucherFileName(voucher.entryNo) : o.pdf;
 #ifdef PAYACC_HAVE_QT
         std::string error;
         const int pages = qtui::writeVoucherPdfFile(voucher, file, error);

@@ -136,8 +136,9 @@ void BM_SortByColumn(benchmark::State& state) {
 }
 
 // The last keystroke of "PAL/4242" in txtsearch with "Trans No" chosen in cboSearch. Each
-// keystroke sorts the column before halving: range(0) 0 has the grid in TransID order first
-// (the first keystroke after a load or another sort), 1 has it sorted on the column already
+// keystroke sorts the column, then reads the rows before the first match: range(0) 0 has the
+// grid in TransID order first (the first keystroke after a load or another sort; in natural
+// order the entry numbers are already in TransID order), 1 has it sorted on the column already
 // (every further keystroke).
 void BM_PrefixSearch(benchmark::State& state) {
     const bool sortedAlready = state.range(0) == 1;
@@ -164,7 +165,7 @@ void BM_PrefixSearch(benchmark::State& state) {
 }
 
 // The grid's ascending sort of the search column on its own, the column already in order: the
-// part of every search keystroke that is the grid's (the halving itself reads ~17 cells).
+// part of every search keystroke that is the grid's.
 void BM_SearchColumnSortAlone(benchmark::State& state) {
     Session s(browserDb());
     auto& g = s.browser().flexMaster;

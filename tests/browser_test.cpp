@@ -129,10 +129,10 @@ TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
     EXPECT_EQ(buttons(f), "NEDP");
 }
 
-TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
+TEST_F(BrowserTest, SortAndSearchKeepTheChosenEntryInNaturalOrderForEveryLetter) {
     int id = 1200;
-    for (const char* no : {"PAL-7", "ZZZ", "PAL-3", "ABC-1", "PAL-5"}) add(++id, no, "2026-10-10");
-    add(5, "PAY-1", "2026-10-10");
+    for (const char* no : {"PAL-7", "ZZZ", "PAL-3", "ABC-1", "PAL-10", "ÉTÉ-2"}) add(++id, no, "2026-10-10");
+    add(5, "PAY-1", "2026-10-10", "P", 1);  // cancelled
     auto& f = module->FrmMaster();
     auto& g = f.flexMaster;
     auto landedOn = [&](const std::string& id) {
@@ -140,23 +140,43 @@ TEST_F(BrowserTest, SearchLandsOnTheFirstPrefixMatch) {
         EXPECT_EQ(g.topRow(), g.row());
         EXPECT_EQ(g.col(), 0);
         EXPECT_EQ(g.colSel(), g.cols() - 1);
+        EXPECT_EQ(f.lastSearchMatch(), g.row());
     };
 
-    // Sorted descending first: the search sorts its column ascending again.
+    // A sort moves the chosen entry's row, and the selection and the buttons go with it.
+    g.userSelectCell(browserRow(5), 1);
+    EXPECT_EQ(buttons(f), "NE-P");
     f.optDescend.userSet(true);
     ASSERT_TRUE(f.cboColNames.userSelectText("Entry No"));
-    ASSERT_TRUE(f.cboSearch.userSelectText("Entry No"));
-    f.txtsearch.userType("pal");
-    landedOn("1203");
-    EXPECT_EQ(column(g, 1), (Strings{"ABC-1", "PAL-3", "PAL-5", "PAL-7", "PAY-1", "ZZZ"}));
-    const int landed = g.row();
-    f.txtsearch.userType("x");  // "palx" matches nothing: the current row stays
-    EXPECT_EQ(g.row(), landed);
+    EXPECT_EQ(column(g, 1), (Strings{"ÉTÉ-2", "ZZZ", "PAY-1", "PAL-10", "PAL-7", "PAL-3", "ABC-1"}));
+    EXPECT_EQ(g.textMatrix(g.row(), 0), "5");
+    EXPECT_EQ(buttons(f), "NE-P");
+    EXPECT_EQ(g.sortedBy(), ui::FlexGrid::flexSortGenericDescending);
 
+    // The search sorts its column ascending again and finds the first match, numbers in the
+    // entry numbers and letters beyond ASCII included; no match leaves the row where it is.
+    ASSERT_TRUE(f.cboSearch.userSelectText("Entry No"));
+    f.txtsearch.userType("pal-1");
+    landedOn("1205");
+    EXPECT_EQ(column(g, 1), (Strings{"ABC-1", "PAL-3", "PAL-7", "PAL-10", "PAY-1", "ZZZ", "ÉTÉ-2"}));
+    const int landed = g.row();
+    f.txtsearch.userType("x");
+    EXPECT_EQ(g.row(), landed);
+    EXPECT_EQ(f.lastSearchMatch(), 0);
     f.txtsearch.userPaste("");
+    f.txtsearch.userType("été");
+    landedOn("1206");
+
     ASSERT_TRUE(f.cboSearch.userSelectText("ID"));
+    f.txtsearch.userPaste("");
     f.txtsearch.userType("12");  // the first two characters compared as a number
     landedOn("1201");
+
+    // A refill lists the rows in the statement's order; the chosen entry stays chosen.
+    g.userSelectCell(browserRow(1203), 1);
+    f.PopulateRecentEntries();
+    EXPECT_EQ(g.textMatrix(g.row(), 0), "1203");
+    EXPECT_EQ(g.sortedBy(), ui::FlexGrid::flexSortNone);
     EXPECT_TRUE(toolkit.messages.empty());
 }
 

@@ -169,6 +169,15 @@ TEST_F(GatherTest, ShowNeedsATypeAndADepartmentAndPaymentsGoStraightToTheDetailL
     f.cmdShow.userClick();
     EXPECT_EQ(lastMessage(), "Select a department.");
     EXPECT_EQ(f.activeControl(), &f.cboDepartment);
+    // A range that ends before it starts is refused before anything is asked of the database.
+    f.cboDepartment.userSelect(0);
+    f.dtpFromDate.userSet(DateTime::ymd(2026, 10, 2));
+    f.dtpToDate.userSet(DateTime::ymd(2026, 10, 1));
+    trace->clear();
+    f.cmdShow.userClick();
+    EXPECT_EQ(lastMessage(), linking::frmPayrollAccountsLinking::kRangeBackwards);
+    EXPECT_EQ(f.activeControl(), &f.dtpFromDate);
+    EXPECT_TRUE(trace->statements().empty());
 
     toolkit.messages.clear();
     gather(f, "Holded Salaries", DateTime::ymd(2026, 11, 20));

@@ -7,6 +7,8 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/TextOrder.h"
+#include "common/Utf8.h"
 #include "data/TableNames.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmcancell.h"
@@ -161,6 +163,10 @@ void FrmMaster::Form_KeyPress(int16_t& keyAscii) {
 
 void FrmMaster::GridPopulate(const std::string& sql) {
     auto rs = module_.connection().open(sql, data::CursorType::Keyset, data::LockType::Optimistic);
+    // The entry selected before the refill stays selected wherever it is listed now.
+    const std::string selectedId = flexMaster.row() >= 1 && flexMaster.cols() > kColTransID
+                                       ? flexMaster.textMatrix(flexMaster.row(), kColTransID)
+                                       : std::string();
 
     const int cols = rs->fieldCount();
     flexMaster.setCols(cols);
@@ -187,6 +193,12 @@ void FrmMaster::GridPopulate(const std::string& sql) {
     FillColumnHeaders("paPayAccLinkHeader");
 
     rs->close();
+    if (!selectedId.empty())
+        for (int r = 1; r < flexMaster.rows(); ++r)
+            if (flexMaster.textMatrix(r, kColTransID) == selectedId) {
+                if (r != flexMaster.row()) flexMaster.setRow(r);
+                break;
+            }
 }
 
 void FrmMaster::FillColumnHeaders(const std::string& tableName) {
@@ -347,6 +359,7 @@ void FrmMaster::optDescend_Click() { cboColNames.setListIndex(-1); }
 void FrmMaster::txtsearch_KeyUp(int16_t& keyCode, int16_t shift) {
     (void)keyCode;
     (void)shift;
+    lastSearchMatch_ = -1;
     if (!common::Trim(txtsearch.text()).empty()) SearchGrid();
 }
 
@@ -356,41 +369,31 @@ void FrmMaster::SearchGrid() {
     const int col = static_cast<int>(cboSearch.itemData(index));
     flexMaster.setCol(col);
     flexMaster.setColSel(col);
-    // The halving below needs the column in ascending order.
+    // The search shows the first match in ascending order.
     flexMaster.sort(ui::FlexGrid::flexSortGenericAscending);
 
-    int low = 1;
-    int high = flexMaster.rows() - 1;
-    if (high < 1) return;
+    lastSearchMatch_ = 0;
+    if (flexMaster.rows() < 2) return;
 
     const std::string search = common::Trim(txtsearch.text());
     const bool numeric = common::IsNumeric(search);
     const double searchNumber = numeric ? common::Val(search) : 0.0;
-    const std::string searchUpper = common::UCase(search);
+    const size_t searchLength = common::utf8Length(search);
 
+    // The first match in the sorted order. Every row is looked at: halving would need the
+    // prefixes in the order the column is sorted in, which numbers inside texts (PAL/9,
+    // PAL/10) and letters beyond ASCII do not keep.
+    common::PrefixMatch begins(search);
     int match = 0;
-    while (low <= high) {
-        const int mid = (low + high) / 2;
-        const std::string prefix = common::Trim(flexMaster.textMatrix(mid, col)).substr(0, search.size());
-        int order;
-        if (numeric) {
-            const double cell = common::Val(prefix);
-            order = cell > searchNumber ? 1 : cell < searchNumber ? -1 : 0;
-        } else {
-            const int cmp = common::UCase(prefix).compare(searchUpper);
-            order = cmp > 0 ? 1 : cmp < 0 ? -1 : 0;
-        }
-        if (order > 0) {
-            high = mid - 1;
-        } else if (order < 0) {
-            low = mid + 1;
-        } else {
-            // Keep halving below: the first match in the sorted order is the one shown.
-            match = mid;
-            high = mid - 1;
-        }
+    for (int r = 1; r < flexMaster.rows() && match == 0; ++r) {
+        const std::string cell = common::Trim(flexMaster.textMatrix(r, col));
+        const bool found =
+            numeric ? common::Val(cell.substr(0, common::utf8Offset(cell, searchLength))) == searchNumber
+                    : begins(cell);
+        if (found) match = r;
     }
     if (match == 0) return;
+    lastSearchMatch_ = match;
 
     flexMaster.setRow(match);
     flexMaster.setRowSel(match);

@@ -56,6 +56,9 @@ public:
     void LoadEntryPostingDetails(int32_t& transId);
 
     const std::string& rights() const { return rights_; }
+    // The row the last search landed on: 0 when it found nothing, -1 when the last key in the
+    // search box searched nothing (no column chosen, or no text).
+    int lastSearchMatch() const { return lastSearchMatch_; }
     entry::Module& module() const { return module_; }
     // The help file that F1 opens on this screen.
     const std::string& helpFile() const { return helpFile_; }
@@ -69,7 +72,8 @@ private:
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::string rights_;
     std::string helpFile_;
-    int16_t previousDays_ = 0;    // the settings' list window, read at load
+    int16_t previousDays_ = 0;  // the settings' list window, read at load
+    int lastSearchMatch_ = -1;
     std::vector<size_t> widths_;  // longest text per column while the grid fills
 };
 

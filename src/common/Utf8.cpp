@@ -39,6 +39,10 @@ size_t wellFormed(std::string_view text, size_t pos) {
 
 }  // namespace
 
+size_t utf8CharLength(std::string_view text, size_t pos) {
+    return pos < text.size() ? wellFormed(text, pos) : 0;
+}
+
 size_t utf8Length(std::string_view text) {
     size_t n = 0;
     for (unsigned char b : text)

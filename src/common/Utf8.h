@@ -16,6 +16,8 @@ size_t utf8Offset(std::string_view text, size_t index);
 std::string validUtf8(std::string_view text);
 // One character in UTF-8; a surrogate or a value past U+10FFFF becomes U+FFFD.
 std::string utf8Encode(char32_t c);
+// The length in bytes of the well-formed character at text[pos], 0 when the bytes there form none.
+size_t utf8CharLength(std::string_view text, size_t pos);
 // Decodes the character at text[pos] (the text must be valid) and moves pos past it.
 char32_t utf8Next(std::string_view text, size_t& pos);
 // The text as it may go to a terminal: control characters (C0 but those in keep, DEL, C1)

@@ -66,6 +66,9 @@ frmJournalDetails::frmJournalDetails(entry::Module& module)
     // there used to be saved as the account amount.
     txtDepAmount.setLocked(true);
     txtCompAmount.setLocked(true);
+    // The line's number and the balance are the editor's to show: nothing typed there is kept.
+    txtSlNo.setLocked(true);
+    txtBalance.setLocked(true);
     optDebit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     optCredit.KeyPress = [this](int16_t& k) { ui::SendTabOnEnter(toolkit(), k); };
     txtAmount.Change = [this] { txtAmount_Change(); };

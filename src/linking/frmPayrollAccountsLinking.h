@@ -84,6 +84,8 @@ public:
     void cboType_Click();
     void cboDepartment_Click();
     void cmdShow_Click();
+    static constexpr const char* kRangeBackwards =
+        "The From date is after the To date: choose a From date on or before the To date.";
     void FillPayrollDetails();
     void FillPaymentDetails(const std::string& procedure, const std::string& typeCode,
                             const std::string& entryLabel);

@@ -72,6 +72,13 @@ void frmPayrollAccountsLinking::cmdShow_Click() {
         cboDepartment.setFocus();
         return;
     }
+    // A range that ends before it starts lists nothing, which looked like a month with nothing
+    // to post.
+    if (dtpFromDate.value().dateOnly() > dtpToDate.value().dateOnly()) {
+        module_.MsgBox(kRangeBackwards, ui::vbOKOnly + ui::vbInformation);
+        dtpFromDate.setFocus();
+        return;
+    }
 
     const std::string type = Trim(cboType.text());
     if (type == "Payroll") {

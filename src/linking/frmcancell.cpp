@@ -12,11 +12,9 @@ namespace {
 // The browser's columns that the cancellation reads and marks.
 constexpr int kColTransID = 0, kColType = 3, kColCancel = 5, kColPosted = 6;
 constexpr uint32_t kCancelledColor = 255;  // red, as the browser colours cancelled rows
-constexpr int16_t kApostrophe = 39;
 
-// The reason box filters the apostrophe out of typed input, but a pasted one still reaches
-// the statement. Doubling it keeps the statement's shape, so the stored reason is exactly
-// what the user gave and a quote can never end the literal early.
+// Doubling an apostrophe keeps the statement's shape, so the stored reason is exactly what
+// the user typed or pasted and a quote can never end the literal early.
 std::string QuotedLiteralText(const std::string& text) {
     std::string out;
     out.reserve(text.size());
@@ -35,9 +33,11 @@ frmcancell::frmcancell(entry::Module& module)
       lblreason(add<ui::Label>("lblreason", "Reason:", &Frame1)),
       txtreason(add<ui::TextBox>("txtreason", &Frame1)),
       cmdok(add<ui::CommandButton>("cmdok", "&Ok", &Frame1)),
+      cmdKeep(add<ui::CommandButton>("cmdKeep", "&Keep entry", &Frame1)),
       module_(module) {
     txtreason.KeyPress = [this](int16_t& k) { txtreason_KeyPress(k); };
     cmdok.Click = [this] { Cmdok_Click(); };
+    cmdKeep.Click = [this] { cmdKeep_Click(); };
     // No longer than the header's cancelremarks column (255 characters).
     txtreason.maxLength = 255;
 }
@@ -98,6 +98,8 @@ void frmcancell::Cmdok_Click() {
 
         grid.setTextMatrix(row, kColCancel, "Yes");
         for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
+        // The browser's Delete follows the row it stays on: a cancelled entry cannot be cancelled again.
+        module_.FrmMaster().CmdDelete.setEnabled(false);
 
         cmdok.setEnabled(false);
         unload();
@@ -128,8 +130,10 @@ bool frmcancell::EntryClosedMeanwhile(int row, int32_t transId) {
     ui::FlexGrid& grid = module_.FrmMaster().flexMaster;
     grid.setTextMatrix(row, kColCancel, cancelled ? "Yes" : "No");
     grid.setTextMatrix(row, kColPosted, posted ? "Yes" : "No");
-    if (cancelled)
+    if (cancelled) {
         for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
+        module_.FrmMaster().CmdDelete.setEnabled(false);
+    }
     return true;
 }
 
@@ -163,19 +167,12 @@ void frmcancell::ReleaseSourceTransactions(const std::string& typeName, int32_t 
 }
 
 void frmcancell::txtreason_KeyPress(int16_t& keyAscii) {
-    if (keyAscii == kApostrophe) keyAscii = 0;
+    // The reason is stored as typed, apostrophes included: the statement doubles them.
     if (keyAscii == ui::vbKeyReturn) cmdok.setFocus();
 }
 
-void frmcancell::Form_QueryUnload(int& cancel, int unloadMode) {
-    (void)unloadMode;
-    // Once open, the screen cannot be closed without cancelling the entry.
-    if (!cmdok.enabled()) return;
-    cancel = 1;
-    Cmdok_Click();
-    // A successful cancellation has unloaded the screen itself.
-    if (!cmdok.enabled()) return;
-    if (!common::Trim(txtreason.text()).empty()) cancel = 0;
-}
+// Only Ok cancels the entry: Keep entry, like Escape and the window's frame, leaves it as it
+// was. (The classic screen took a close for Ok, so it could not be left without cancelling.)
+void frmcancell::cmdKeep_Click() { unload(); }
 
 }  // namespace linking

@@ -18,10 +18,12 @@ public:
     ui::Label& lblreason;
     ui::TextBox& txtreason;
     ui::CommandButton& cmdok;
+    // Leaves the screen with the entry as it was (the classic screen had no way back).
+    ui::CommandButton& cmdKeep;
 
     void Form_Load() override;
-    void Form_QueryUnload(int& cancel, int unloadMode) override;
     void Cmdok_Click();
+    void cmdKeep_Click();
     void txtreason_KeyPress(int16_t& keyAscii);
     void ReleaseSourceTransactions(const std::string& typeName, int32_t transId);
 

@@ -436,7 +436,8 @@ void Binder::refresh(Binding& b) {
     if (b.focusPolicy & Qt::TabFocus) w->setFocusPolicy(c.tabStop() ? b.focusPolicy : Qt::ClickFocus);
 
     if (auto* label = qobject_cast<QLabel*>(w)) {
-        label->setText(b.labelHasBuddy ? qs(c.caption()) : withoutMnemonic(qs(c.caption())));
+        const QString caption = shownCaption(qs(form_.name()), qs(c.name()), qs(c.caption()));
+        label->setText(b.labelHasBuddy ? caption : withoutMnemonic(caption));
     } else if (auto* group = qobject_cast<QGroupBox*>(w)) {
         group->setTitle(qs(c.caption()));
     } else if (auto* button = qobject_cast<QPushButton*>(w)) {
@@ -449,7 +450,14 @@ void Binder::refresh(Binding& b) {
             edit->setMaxLength(maxLength);
         const QString text = shownText(*edit, qs(model.text()), edit->maxLength());
         if (edit->text() != text) edit->setText(text);
-        edit->setReadOnly(model.locked());
+        if (edit->isReadOnly() != model.locked()) {
+            edit->setReadOnly(model.locked());
+            // A box that takes no typing looks it: the window's colour, not the field's.
+            QPalette palette = edit->palette();
+            palette.setColor(QPalette::Base,
+                             root_->palette().color(model.locked() ? QPalette::Window : QPalette::Base));
+            edit->setPalette(palette);
+        }
     } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
         auto& model = static_cast<ui::ComboBox&>(c);
         bool same = combo->count() == model.listCount();

@@ -14,7 +14,9 @@ namespace {
 
 constexpr ColumnLook kText{}, kId{CellLook::Text, true, nullptr},
     kFlag{CellLook::CreditFlag, false, "Cr: credit line, Dr: debit line"};
-constexpr ColumnLook amount(const char* tip) { return {CellLook::Amount, false, tip}; }
+constexpr ColumnLook amount(const char* tip, const char* named = nullptr) {
+    return {CellLook::Amount, false, tip, named};
+}
 
 const std::map<QString, ListLook>& looks() {
     static const std::map<QString, ListLook> all = [] {
@@ -36,8 +38,8 @@ const std::map<QString, ListLook>& looks() {
              kText,
              kText,
              amount("Amount in the line's own currency"),
-             amount("Amount in the department's currency"),
-             amount("Amount in the company's currency"),
+             amount("Amount in the department's currency", "Department"),
+             amount("Amount in the company's currency", "Company"),
              kText,
              kText,
              kId,
@@ -49,8 +51,8 @@ const std::map<QString, ListLook>& looks() {
              amount("Credit in the account's currency"), kId,
              amount("Debit less credit, in the account's currency"),
              amount("Net amount in the line's own currency"), kText,
-             amount("Net amount in the company's currency"),
-             amount("Net amount in the department's currency"), kId, kId, kId},
+             amount("Net amount in the company's currency", "Company"),
+             amount("Net amount in the department's currency", "Department"), kId, kId, kId},
             3,
             5,
             6,
@@ -69,6 +71,25 @@ const std::map<QString, ListLook>& looks() {
 const ListLook* listLook(const QString& form, const QString& list) {
     auto it = looks().find(form + '.' + list);
     return it == looks().end() ? nullptr : &it->second;
+}
+
+QString currencyIn(const QString& caption) {
+    const qsizetype open = caption.indexOf('('), close = caption.indexOf(')', open + 1);
+    return open < 0 || close < 0 ? QString() : caption.mid(open + 1, close - open - 1).trimmed();
+}
+
+QString namedAmount(const QString& name, const QString& caption) {
+    const QString currency = currencyIn(caption);
+    return currency.isEmpty() ? name : QStringLiteral("%1 (%2)").arg(name, currency);
+}
+
+QString shownCaption(const QString& form, const QString& control, const QString& caption) {
+    if (form != "frmJournalDetails") return caption;
+    if (control == "lblAmount") return namedAmount(QStringLiteral("Amount"), caption);
+    if (control == "lblDepAmount") return namedAmount(QStringLiteral("Department"), caption);
+    if (control == "lblCompAmount") return namedAmount(QStringLiteral("Company"), caption);
+    if (control == "lblBalance") return namedAmount(QStringLiteral("Balance"), caption);
+    return caption;
 }
 
 QString formatAmount(const QString& raw) {

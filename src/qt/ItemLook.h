@@ -14,6 +14,9 @@ struct ColumnLook {
     CellLook look = CellLook::Text;
     bool internal = false;  // an id the user does not need: hidden by default
     const char* tip = nullptr;
+    // Shown instead of a heading that only says "Amount(AED)": what the amount is, with the
+    // heading's currency ("Department (AED)").
+    const char* named = nullptr;
 };
 
 struct ListLook {
@@ -33,6 +36,14 @@ struct ListLook {
 
 // The look of a list of a form, or nullptr for a list shown plainly.
 const ListLook* listLook(const QString& form, const QString& list);
+
+// The currency a caption names in brackets ("Amount(AED) :" -> "AED"), or "".
+QString currencyIn(const QString& caption);
+// A name and the caption's currency: "Department (AED)", or "Department" without one.
+QString namedAmount(const QString& name, const QString& caption);
+// A label's caption as the window shows it: the line editor's three amounts say whose
+// currency each is in ("Amount (USD)", "Department (AED)", "Company (AED)").
+QString shownCaption(const QString& form, const QString& control, const QString& caption);
 
 // "1619265" -> "1,619,265.00"; text that is not a number comes back as it is.
 QString formatAmount(const QString& raw);

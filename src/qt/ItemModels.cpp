@@ -83,9 +83,11 @@ bool ListViewModel::setData(const QModelIndex& index, const QVariant& value, int
 
 QVariant ListViewModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section >= list_.columnCount()) return {};
-    if (role == Qt::DisplayRole) return qs(list_.columnHeader(section));
+    const ColumnLook column = look_ != nullptr ? look_->column(section) : ColumnLook{};
+    if (role == Qt::DisplayRole)
+        return column.named != nullptr ? namedAmount(column.named, qs(list_.columnHeader(section)))
+                                       : qs(list_.columnHeader(section));
     if (look_ == nullptr) return {};
-    const ColumnLook column = look_->column(section);
     if (role == Qt::ToolTipRole && column.tip != nullptr) return QString(column.tip);
     if (role == Qt::TextAlignmentRole && column.look == CellLook::Amount)
         return int(Qt::AlignRight | Qt::AlignVCenter);

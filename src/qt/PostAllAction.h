@@ -1,6 +1,8 @@
 #pragma once
-// The browser's "Post all departments..." action: the month-end posting of the command line,
-// with a cancellable progress dialog between departments and the same summary at the end.
+// The browser's "Post all departments..." action: the month-end posting of the command line.
+// The request dialog first shows what a run would post (its dry run) and posts only from a
+// "Post n entries" button that is never a default; a cancellable progress dialog runs between
+// departments, and the summary at the end is a table to copy, print or save as CSV.
 #include <QDialog>
 
 namespace browser {

@@ -9,13 +9,14 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QShortcut>
 #include <QStatusBar>
 #include <QTableView>
 #include <QTreeView>
 
+#include "browser/FrmMaster.h"
 #include "common/Error.h"
 #include "qt/Binder.h"
+#include "qt/BrowserGrid.h"
 #include "qt/ColumnMenu.h"
 #include "qt/ItemLook.h"
 #include "qt/ItemModels.h"
@@ -32,31 +33,6 @@ namespace {
 constexpr int kNoteMs = 20000;
 // Work shorter than this needs no progress shown; a shown one repaints at most this often.
 constexpr int kProgressAfterMs = 500, kProgressPaintMs = 100;
-
-struct Shortcut {
-    const char* form;
-    const char* target;  // a button is clicked, anything else takes the focus
-    QKeySequence::StandardKey standard;
-    QKeyCombination key;
-    const char* tip;  // for buttons without a caption
-};
-
-const Shortcut kShortcuts[] = {
-    {"FrmMaster", "cmdnew", QKeySequence::New, QKeyCombination(), nullptr},
-    {"FrmMaster", "txtsearch", QKeySequence::Find, QKeyCombination(), nullptr},
-    {"FrmMaster", "cmdPrint", QKeySequence::Print, QKeyCombination(), nullptr},
-    {"frmPayrollAccountsLinking", "cmdOk", QKeySequence::Save, QKeyCombination(), nullptr},
-    {"frmPayrollAccountsLinking", "cmdShow", QKeySequence::Refresh, QKeyCombination(), nullptr},
-    {"frmJournalDetails", "cmdOK", QKeySequence::Save, QKeyCombination(), nullptr},
-    {"frmJournalDetails", "cmdFirst", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Home),
-     "First line"},
-    {"frmJournalDetails", "cmdPrevious", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Left),
-     "Previous line"},
-    {"frmJournalDetails", "cmdNext", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_Right),
-     "Next line"},
-    {"frmJournalDetails", "cmdLast", QKeySequence::UnknownKey, QKeyCombination(Qt::ALT, Qt::Key_End),
-     "Last line"},
-};
 
 QDateEdit* dateEditOf(QObject* o) {
     for (; o != nullptr; o = o->parent())
@@ -99,20 +75,16 @@ Presentation::Presentation(FormDialog& dialog) : QObject(&dialog), dialog_(dialo
     dialog.setPalette(palette);
 
     dressLists();
-    dressButtons();
-    addShortcuts();
+    addTips();
     watchWork();
     letListsShrink(dialog);
+    // A whole month's posting lines of a department on a laptop screen at 125 %.
+    if (auto* postings = dialog.findChild<QTreeView*>("lvwPostingDetails")) keepRowsInSight(*postings, 8);
+    if (auto* master = dynamic_cast<browser::FrmMaster*>(&dialog.form()))
+        browserGrid_ = new BrowserGrid(dialog, *master);
 
     if (dialog.form().name() == "frmcancell") {
-        if (auto* below = qobject_cast<FormDialog*>(dialog.parentWidget())) {
-            if (auto* grid = dynamic_cast<ui::FlexGrid*>(below->form().find("flexMaster"))) {
-                try {
-                    entryNumber_ = QString::fromStdString(grid->textMatrix(grid->row(), 1));
-                } catch (const common::Error&) {
-                }
-            }
-        }
+        entryNumber_ = browserEntryNumber();
         if (!entryNumber_.isEmpty()) note(tr("Cancelling entry %1").arg(entryNumber_));
     }
 }
@@ -122,12 +94,24 @@ Presentation::~Presentation() { detach(); }
 void Presentation::detach() {
     if (detached_) return;
     detached_ = true;
+    if (browserGrid_ != nullptr) browserGrid_->detach();
     for (auto& [control, id] : listeners_) control->removeListener(id);
     listeners_.clear();
     for (auto* totals : dialog_.findChildren<PostingTotals*>()) totals->detach();
 }
 
 ui::Control* Presentation::control(const char* name) const { return dialog_.form().find(name); }
+
+QString Presentation::browserEntryNumber() const {
+    auto* below = qobject_cast<FormDialog*>(dialog_.parentWidget());
+    auto* grid = below != nullptr ? dynamic_cast<ui::FlexGrid*>(below->form().find("flexMaster")) : nullptr;
+    try {
+        if (grid != nullptr && grid->row() >= 1)
+            return QString::fromStdString(grid->textMatrix(grid->row(), 1));
+    } catch (const common::Error&) {
+    }
+    return {};
+}
 
 ColumnMenu* Presentation::columnMenu(const QString& list) const {
     auto it = columnMenus_.find(list);
@@ -191,23 +175,6 @@ void Presentation::dressLists() {
     }
 }
 
-void Presentation::dressButtons() {
-    const std::string& form = dialog_.form().name();
-    for (const Shortcut& s : kShortcuts) {
-        if (form != s.form) continue;
-        auto* target = dialog_.findChild<QWidget*>(s.target);
-        if (target == nullptr) continue;
-        const QKeySequence key = s.key.key() != Qt::Key(0) ? QKeySequence(s.key) : QKeySequence(s.standard);
-        if (key.isEmpty()) continue;
-        QString tip = s.tip != nullptr ? tr(s.tip) : QString();
-        tip = tip.isEmpty() ? key.toString(QKeySequence::NativeText)
-                            : tr("%1 (%2)").arg(tip, key.toString(QKeySequence::NativeText));
-        // The binder shows the model's own tooltip first and this one when there is none.
-        target->setProperty("lookToolTip", tip);
-        target->setToolTip(tip);
-    }
-}
-
 namespace {
 
 // Two boxes whose captions may read alike ("Amount(AED)") once the currencies are known.
@@ -221,28 +188,12 @@ const std::pair<const char*, const char*> kBoxTips[] = {
 
 }  // namespace
 
-void Presentation::addShortcuts() {
+void Presentation::addTips() {
     for (const auto& [name, tip] : kBoxTips) {
         if (auto* w = dialog_.findChild<QWidget*>(name)) {
             w->setProperty("lookToolTip", tr(tip));
             w->setToolTip(tr(tip));
         }
-    }
-    const std::string& form = dialog_.form().name();
-    for (const Shortcut& s : kShortcuts) {
-        if (form != s.form) continue;
-        QPointer<QWidget> target = dialog_.findChild<QWidget*>(s.target);
-        const QKeySequence key = s.key.key() != Qt::Key(0) ? QKeySequence(s.key) : QKeySequence(s.standard);
-        if (target == nullptr || key.isEmpty()) continue;
-        auto* shortcut = new QShortcut(key, &dialog_);
-        connect(shortcut, &QShortcut::activated, this, [this, target] {
-            if (target == nullptr || detached_) return;
-            if (auto* button = qobject_cast<QPushButton*>(target.data())) {
-                if (button->isVisible()) button->click();
-            } else if (target->isEnabled() && target->isVisible()) {
-                target->setFocus(Qt::ShortcutFocusReason);
-            }
-        });
     }
 }
 
@@ -338,10 +289,10 @@ QString Presentation::closingNote() const {
     if (acting == nullptr) return {};
     const std::string& form = dialog_.form().name();
     if (form == "frmPayrollAccountsLinking" && acting->name() == "cmdOk") {
-        if (auto* number = dynamic_cast<ui::TextBox*>(control("txtTransNo"));
-            number != nullptr && !number->text().empty())
-            return tr("Saved as %1").arg(QString::fromStdString(number->text()));
-        return tr("Saved");
+        // The number as stored: the save has brought the browser's row up to date, while the
+        // screen's box shows whatever was typed into it.
+        const QString number = browserEntryNumber();
+        return number.isEmpty() ? tr("Saved") : tr("Saved as %1").arg(number);
     }
     if (form == "frmcancell" && acting->name() == "cmdok")
         return entryNumber_.isEmpty() ? tr("Entry cancelled") : tr("Cancelled %1").arg(entryNumber_);

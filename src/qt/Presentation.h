@@ -1,7 +1,7 @@
 #pragma once
 // What a window adds to its form that the screens never see: amount formatting, column
-// menus, totals, a status line with short notes, keyboard conveniences and a size that fits
-// the screen. Made after the binder, so that the views already show their models.
+// menus, totals, a status line with short notes, tooltips and a size that fits the screen.
+// Made after the binder, so that the views already show their models.
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
@@ -19,6 +19,7 @@ class Control;
 
 namespace qtui {
 
+class BrowserGrid;
 class ColumnMenu;
 class FormDialog;
 
@@ -44,19 +45,21 @@ protected:
 
 private:
     void dressLists();
-    void dressButtons();
-    void addShortcuts();
+    void addTips();
     void watchWork();
     void openMenuAtCurrentRow(QTreeView& tree);
     void showProgress(const QString& text);
     void hideProgress();
     void workStep();
     ui::Control* control(const char* name) const;
+    // The entry number of the browser's selected row, when this window was opened from it.
+    QString browserEntryNumber() const;
 
     FormDialog& dialog_;
     QStatusBar* status_ = nullptr;
     QProgressBar* progress_ = nullptr;
     std::map<QString, ColumnMenu*> columnMenus_;
+    BrowserGrid* browserGrid_ = nullptr;
     std::vector<std::pair<ui::Control*, int>> listeners_;
     QElapsedTimer work_, lastPaint_;
     QString entryNumber_;  // the entry the cancellation screen cancels

@@ -22,6 +22,7 @@
 #include "data/ErrorLog.h"
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
+#include "qt/Keyboard.h"
 #include "qt/PostAllAction.h"
 #include "qt/Presentation.h"
 #include "qt/VoucherPrinter.h"
@@ -46,6 +47,7 @@ FormDialog::FormDialog(ui::Form& form, QWidget* parent) : QDialog(parent), form_
     binder_ = std::make_unique<Binder>(form, this);
     presentation_ = new Presentation(*this);
     if (auto* master = dynamic_cast<browser::FrmMaster*>(&form)) addPostAllAction(*this, *master);
+    keyboard_ = new Keyboard(*this);
 }
 
 FormDialog::~FormDialog() {
@@ -57,6 +59,7 @@ FormDialog::~FormDialog() {
 void FormDialog::markUnloaded() {
     if (unloaded_) return;
     unloaded_ = true;
+    saveWindowGeometry(*this);
     presentation_->detach();
     binder_->detach();
     hide();
@@ -79,6 +82,10 @@ void FormDialog::closeEvent(QCloseEvent* event) {
         return;
     }
     form_.userClose();
+}
+
+void FormDialog::reject() {
+    if (!unloaded_) keyboard_->leave();
 }
 
 void FormDialog::showEvent(QShowEvent* event) {
@@ -108,6 +115,10 @@ FormDialog* QtToolkit::topWindow() const {
     for (auto it = stack_.rbegin(); it != stack_.rend(); ++it)
         if (*it != nullptr && !(*it)->formUnloaded()) return *it;
     return nullptr;
+}
+
+void QtToolkit::reactivate() const {
+    if (FormDialog* top = topWindow(); top != nullptr && top->isVisible()) top->activateWindow();
 }
 
 std::string QtToolkit::moduleHelpFile() { return data::componentFolder() + "/Help/helpfile.hlp"; }
@@ -176,6 +187,7 @@ int QtToolkit::msgBox(const ui::MessageBoxRequest& request) {
     if (busy_) QApplication::restoreOverrideCursor();
     box.exec();
     if (busy_) QApplication::setOverrideCursor(Qt::WaitCursor);
+    reactivate();
 
     QAbstractButton* clicked = box.clickedButton();
     for (auto& [b, answer] : buttons)
@@ -205,7 +217,7 @@ void QtToolkit::showModal(ui::Form& form) {
         }
     } cleanup{*this, dialog};
 
-    fitToScreen(*dialog);
+    fitToScreen(*dialog, restoreWindowGeometry(*dialog));
     dialog->show();
     dialog->raise();
     dialog->activateWindow();
@@ -230,6 +242,7 @@ void QtToolkit::formUnloaded(ui::Form& form) {
     dialog->markUnloaded();
     if (FormDialog* below = topWindow(); below != nullptr && !note.isEmpty())
         below->presentation().note(note);
+    if (wasTop) reactivate();
     // The form below a closed modal child becomes the active form again.
     if (wasTop) {
         if (FormDialog* below = topWindow()) below->form().Form_Activate();
@@ -308,6 +321,7 @@ void QtToolkit::showError(const common::Error& error) {
                     qs("Run-time error '" + std::to_string(error.number()) + "':\n\n" + error.description()),
                     QMessageBox::Ok, topWindow());
     box.exec();
+    reactivate();
 }
 
 void QtToolkit::focusChanged(ui::Control& control) {
@@ -321,6 +335,7 @@ void QtToolkit::previewVoucher(const report::Voucher& voucher) {
     if (busy_) QApplication::restoreOverrideCursor();
     showVoucherPreview(voucher, topWindow());
     if (busy_) QApplication::setOverrideCursor(Qt::WaitCursor);
+    reactivate();
 }
 
 }  // namespace qtui

@@ -16,6 +16,7 @@
 namespace qtui {
 
 class Binder;
+class Keyboard;
 class Presentation;
 
 // The window of one shown form. The frame's close button asks the form (which may refuse);
@@ -29,6 +30,7 @@ public:
     ui::Form& form() const { return form_; }
     Binder& binder() const { return *binder_; }
     Presentation& presentation() const { return *presentation_; }
+    Keyboard& keyboard() const { return *keyboard_; }
     bool formUnloaded() const { return unloaded_; }
     void markUnloaded();
     // The nested loop of a modal form: returns when the form has been unloaded.
@@ -39,14 +41,15 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    // Escape is no close key on these screens.
-    void reject() override {}
+    // Escape presses the screen's own Close or Cancel, where it has one.
+    void reject() override;
     void showEvent(QShowEvent* event) override;
 
 private:
     ui::Form& form_;
     std::unique_ptr<Binder> binder_;
     Presentation* presentation_ = nullptr;  // a child of the dialog
+    Keyboard* keyboard_ = nullptr;          // a child of the dialog
     bool unloaded_ = false;
     QEventLoop* loop_ = nullptr;
 };
@@ -80,6 +83,9 @@ public:
     void setNextMenuPosition(std::optional<QPoint> at) { menuAt_ = at; }
     // The help file that F1 opens.
     static std::string moduleHelpFile();
+    // The innermost form's window takes the keyboard again after a window over it closed,
+    // also where no window manager hands it back.
+    void reactivate() const;
 
 private:
     std::vector<QPointer<FormDialog>> stack_;  // shown forms, innermost last

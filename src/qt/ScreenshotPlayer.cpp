@@ -2,16 +2,21 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
+#include <QDateEdit>
 #include <QDir>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include "common/Conv.h"
 #include "common/DateTime.h"
@@ -103,6 +108,11 @@ void ScreenshotPlayer::fail(const std::string& why) {
 }
 
 void ScreenshotPlayer::step() {
+    // Long work shows its progress and takes no lines until it is done.
+    if (qobject_cast<QProgressDialog*>(QApplication::activeModalWidget()) != nullptr) {
+        schedule(kStepMs);
+        return;
+    }
     if (handleMessageBox() || handlePopup()) {
         schedule(kStepMs);
         return;
@@ -202,6 +212,10 @@ void ScreenshotPlayer::runLine(const std::string& raw) {
     if (line.empty() || line[0] == '#') return;
     // The expectations are the script runner's part.
     const std::string command = line.substr(0, line.find_first_of(" \t"));
+    if (command == "widget") {
+        runWidgetLine(line);
+        return;
+    }
     if (command.rfind("expect", 0) == 0 || command == "dump") return;
     if (command == "close") {
         // A window of the front end's own over the forms (the print preview) closes first.
@@ -215,6 +229,34 @@ void ScreenshotPlayer::runLine(const std::string& raw) {
         actions_->run(ui::parseScriptLine(line, ui::UserActions::syntax()));
     } catch (const ui::ActionFailed& f) {
         fail(f.message + " (line " + std::to_string(next_) + ")");
+    }
+}
+
+void ScreenshotPlayer::runWidgetLine(const std::string& line) {
+    // "widget click NAME" or "widget set NAME TEXT" on the window of the front end's own that
+    // is open (the month-end posting's dialogs): they have no control models to drive.
+    std::vector<std::string> words;
+    std::istringstream in(line);
+    for (std::string word; in >> word;) words.push_back(word);
+    QWidget* window = QApplication::activeModalWidget();
+    if (words.size() < 3 || window == nullptr) {
+        fail("cannot run \"" + line + "\" (line " + std::to_string(next_) + ")");
+        return;
+    }
+    const QString name = QString::fromStdString(words[2]);
+    std::string text;
+    for (size_t i = 3; i < words.size(); ++i) text += (i > 3 ? " " : "") + words[i];
+    QWidget* target = window->findChild<QWidget*>(name);
+    if (auto* button = qobject_cast<QAbstractButton*>(target); button != nullptr && words[1] == "click") {
+        button->click();
+    } else if (auto* edit = qobject_cast<QLineEdit*>(target); edit != nullptr && words[1] == "set") {
+        edit->setText(QString::fromStdString(text));
+    } else if (auto* date = qobject_cast<QDateEdit*>(target); date != nullptr && words[1] == "set") {
+        date->setDate(QDate::fromString(QString::fromStdString(text), "dd/MM/yyyy"));
+    } else if (auto* combo = qobject_cast<QComboBox*>(target); combo != nullptr && words[1] == "set") {
+        combo->setCurrentText(QString::fromStdString(text));
+    } else {
+        fail("no widget to " + words[1] + " called " + words[2] + " (line " + std::to_string(next_) + ")");
     }
 }
 

@@ -2,6 +2,7 @@
 // Plays a script (the script runner's user actions; its expectations are skipped) through
 // the Qt toolkit on a timer and saves a picture of the screen after each "# screenshot NAME"
 // line: the screenshots of the documentation come from a real run on a real database.
+// "widget click NAME" and "widget set NAME TEXT" drive the window's own dialogs.
 #include <QObject>
 #include <deque>
 #include <memory>
@@ -27,6 +28,7 @@ private:
     void step();
     void schedule(int ms);
     void runLine(const std::string& line);
+    void runWidgetLine(const std::string& line);
     bool handleMessageBox();
     bool handlePopup();
     void finish();

@@ -487,7 +487,8 @@ int writeVoucherPdf(const report::Voucher& voucher, const QString& file, QString
 void showVoucherPreview(const report::Voucher& voucher, QWidget* parent) {
     QPrinter printer(QPrinter::HighResolution);
     setVoucherPage(printer);
-    printer.setDocName(QStringLiteral("Journal Voucher ") + qs(voucher.entryNo));
+    // The print dialog offers the document's name as the PDF's file name: no '/' in it.
+    printer.setDocName(QString::fromStdString(report::VoucherFileName(voucher.entryNo)).chopped(4));
     QPrintPreviewDialog dialog(&printer, parent);
     dialog.setObjectName(QStringLiteral("VoucherPreview"));
     dialog.setWindowTitle(QStringLiteral("Journal Voucher ") + qs(voucher.entryNo));

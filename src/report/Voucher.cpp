@@ -1,5 +1,6 @@
 #include "report/Voucher.h"
 
+#include <cctype>
 #include <cmath>
 
 #include "common/Conv.h"
@@ -7,6 +8,13 @@
 namespace report {
 
 std::string Amount(double value) { return common::Format(value, "#,##0.00"); }
+
+std::string VoucherFileName(const std::string& entryNo) {
+    std::string name;
+    for (char c : entryNo)
+        name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
+    return (name.empty() ? std::string("voucher") : name) + ".pdf";
+}
 
 Imbalance NetAmounts(const Voucher& voucher) {
     Imbalance net;

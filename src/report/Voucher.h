@@ -65,6 +65,10 @@ struct Voucher {
 // Amounts as they stand on paper: thousand separators and two decimals ("1,234,567.80").
 std::string Amount(double value);
 
+// The file name a voucher's PDF gets by default: the entry number with its separators and
+// other awkward characters as '-' ("PAL/6" -> "PAL-6.pdf").
+std::string VoucherFileName(const std::string& entryNo);
+
 // What the department amounts and the company amounts of the lines net to.
 struct Imbalance {
     double department = 0, company = 0;

@@ -7,6 +7,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/TextOrder.h"
 #include "common/Utf8.h"
 #include "ui/Form.h"
 
@@ -796,6 +797,7 @@ void FlexGrid::setData(std::vector<std::vector<std::string>> dataRows) {
     row_ = std::min(std::max(row_, std::min(fixed, last)), last);
     rowSel_ = row_;
     topRow_ = std::min(fixed, last);
+    sortedBy_ = flexSortNone;  // the rows come in the order they were given
     changed(Change::Rows);
 }
 
@@ -886,17 +888,6 @@ void FlexGrid::setColWidth(int col, int width) {
 
 namespace {
 
-// Text order without regard to case, comparing byte by byte as unsigned.
-int compareFolded(const std::string& a, const std::string& b) {
-    size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i) {
-        int x = std::tolower(static_cast<unsigned char>(a[i]));
-        int y = std::tolower(static_cast<unsigned char>(b[i]));
-        if (x != y) return x < y ? -1 : 1;
-    }
-    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
-}
-
 // The number a numeric cell stands for; thousands separators are part of a number's text.
 double numberOf(const std::string& s) {
     if (s.find(',') == std::string::npos) return common::Val(s);
@@ -930,8 +921,11 @@ void FlexGrid::sort(Sort mode) {
     if (mode == flexSortNone) return;
     int first = std::clamp(fixedRows, 0, rows_);
     int n = rows_ - first;
-    if (n < 2 || cols_ == 0) return;
+    if (cols_ == 0) return;
     int c1 = std::min(col_, colSel_), c2 = std::min(std::max(col_, colSel_), cols_ - 1);
+    sortedCol_ = c1;
+    sortedBy_ = mode;
+    if (n < 2) return;
     int keys = c2 - c1 + 1;
 
     bool generic = mode == flexSortGenericAscending || mode == flexSortGenericDescending;
@@ -939,39 +933,47 @@ void FlexGrid::sort(Sort mode) {
     bool noCase = mode == flexSortStringNoCaseAscending || mode == flexSortStringNoCaseDescending;
     bool descending = mode == flexSortGenericDescending || mode == flexSortNumericDescending ||
                       mode == flexSortStringNoCaseDescending || mode == flexSortStringDescending;
+    // Texts are folded to one case for every letter, once per cell rather than inside each
+    // comparison (that folding was most of a sort's time).
+    const bool fold = generic || noCase;
 
-    // One sort key per cell: whether it counts as a number, and its value.
+    // One sort key per cell: whether it counts as a number, its value, and its text (folded
+    // where the mode ignores case).
     struct Key {
-        const std::string* text;
-        bool isNum;
-        double num;
+        std::string text;
+        bool isNum = false;
+        double num = 0;
     };
-    auto keyOf = [&](int r, int k) {
+    auto keyOf = [&](int r, int k, Key& key) {
         const std::string& t = cells_[first + r][c1 + k];
-        bool isN = numeric || (generic && common::IsNumeric(t));
-        return Key{&t, isN, isN ? numberOf(t) : 0.0};
+        key.isNum = numeric || (generic && common::IsNumeric(t));
+        key.num = key.isNum ? numberOf(t) : 0.0;
+        if (numeric) return;
+        if (fold) {
+            common::foldCase(t, key.text);
+        } else {
+            key.text = t;
+        }
     };
-    // Texts compare without regard to case in the generic and no-case modes; `folded` says the
-    // texts are already in one case.
-    auto compareKeys = [&](const Key& x, const Key& y, bool folded) {
+    // Entry numbers read as people read them: PAL/2 before PAL/10 in the generic mode.
+    auto compareKeys = [&](const Key& x, const Key& y) {
         if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
-        if ((generic || noCase) && !folded) return compareFolded(*x.text, *y.text);
-        int c = x.text->compare(*y.text);
+        if (generic) return common::compareNatural(x.text, y.text);
+        int c = x.text.compare(y.text);
         return c < 0 ? -1 : (c > 0 ? 1 : 0);
     };
 
     // A column already in order (the search sorts its column at every keystroke) is found in
-    // one pass that reads each cell once and allocates nothing; the stable sort would not move
-    // a row of it anyway.
+    // one pass that reads each cell once; the stable sort would not move a row of it anyway.
     {
         std::vector<Key> prev(static_cast<size_t>(keys)), cur(static_cast<size_t>(keys));
-        for (int k = 0; k < keys; ++k) prev[static_cast<size_t>(k)] = keyOf(0, k);
+        for (int k = 0; k < keys; ++k) keyOf(0, k, prev[static_cast<size_t>(k)]);
         bool inOrder = true;
         for (int r = 1; r < n && inOrder; ++r) {
             int c = 0;
             for (int k = 0; k < keys; ++k) {
-                cur[static_cast<size_t>(k)] = keyOf(r, k);
-                if (c == 0) c = compareKeys(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)], false);
+                keyOf(r, k, cur[static_cast<size_t>(k)]);
+                if (c == 0) c = compareKeys(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)]);
             }
             inOrder = descending ? c >= 0 : c <= 0;
             std::swap(prev, cur);
@@ -979,24 +981,13 @@ void FlexGrid::sort(Sort mode) {
         if (inOrder) return;
     }
 
-    // Otherwise every key is read once, and texts are folded to one case once per cell rather
-    // than inside each comparison (that folding was most of a sort's time).
     std::vector<Key> all(static_cast<size_t>(n) * keys);
-    std::vector<std::string> folded;
-    if (generic || noCase) folded.resize(all.size());
     for (int r = 0; r < n; ++r)
-        for (int k = 0; k < keys; ++k) {
-            size_t i = static_cast<size_t>(r) * keys + k;
-            all[i] = keyOf(r, k);
-            if (folded.empty()) continue;
-            folded[i] = *all[i].text;
-            for (char& ch : folded[i]) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-            all[i].text = &folded[i];
-        }
+        for (int k = 0; k < keys; ++k) keyOf(r, k, all[static_cast<size_t>(r) * keys + k]);
     auto compare = [&](int a, int b) {
         for (int k = 0; k < keys; ++k) {
-            int c = compareKeys(all[static_cast<size_t>(a) * keys + k],
-                                all[static_cast<size_t>(b) * keys + k], true);
+            int c =
+                compareKeys(all[static_cast<size_t>(a) * keys + k], all[static_cast<size_t>(b) * keys + k]);
             if (c != 0) return c;
         }
         return 0;
@@ -1006,19 +997,23 @@ void FlexGrid::sort(Sort mode) {
     for (int i = 0; i < n; ++i) order[i] = i;
     mergeSort(order, [&](int a, int b) { return descending ? compare(a, b) > 0 : compare(a, b) < 0; });
 
-    // Rows (and their colours) move as wholes: no cell is copied.
+    // Rows (and their colours) move as wholes: no cell is copied. The current row moves with
+    // its entry, so that what acts on "the selected entry" still acts on the one the user chose.
     std::vector<std::vector<std::string>> sortedCells;
     std::vector<std::vector<uint32_t>> sortedColors;
     sortedCells.reserve(n);
     sortedColors.reserve(n);
-    for (int i : order) {
-        sortedCells.push_back(std::move(cells_[first + i]));
-        sortedColors.push_back(std::move(colors_[first + i]));
+    int current = row_;
+    for (int i = 0; i < n; ++i) {
+        sortedCells.push_back(std::move(cells_[first + order[i]]));
+        sortedColors.push_back(std::move(colors_[first + order[i]]));
+        if (first + order[i] == row_) current = first + i;
     }
     for (int i = 0; i < n; ++i) {
         cells_[first + i] = std::move(sortedCells[i]);
         colors_[first + i] = std::move(sortedColors[i]);
     }
+    row_ = rowSel_ = current;
     changed(Change::Sort);
 }
 

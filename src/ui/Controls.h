@@ -397,8 +397,12 @@ public:
     void setTopRow(int r);
     int colWidth(int col) const;
     void setColWidth(int col, int width);
-    // Sorts the data rows (colours move with their rows) on the columns from col to colSel.
+    // Sorts the data rows (colours move with their rows) on the columns from col to colSel;
+    // the current row stays on the row it was on, wherever that row goes.
     void sort(Sort mode);
+    // The first column and the mode of the last sort (flexSortNone before any).
+    int sortedCol() const { return sortedCol_; }
+    Sort sortedBy() const { return sortedBy_; }
 
     Handler<> RowColChange, Click, DblClick;
     Handler<int16_t&, int16_t> KeyDown;
@@ -413,6 +417,8 @@ private:
     std::vector<std::vector<uint32_t>> colors_;
     std::vector<int> widths_;
     int row_ = 1, col_ = 0, colSel_ = 0, rowSel_ = 1, topRow_ = 1;
+    int sortedCol_ = 0;
+    Sort sortedBy_ = flexSortNone;
 };
 
 inline constexpr uint32_t kDefaultColor = 0xFFFFFFFFu;

@@ -1,65 +1,217 @@
-// The browser in real widgets: its order buttons, the print preview of the selected entry,
-// and "Post all departments...": the request dialog, the run through the same driver as the
-// command line and the summary; Print and posting follow the user's rights.
+// The browser in real widgets, keyboard first: Enter and a double click open an entry and
+// nothing else, the shortcuts fire, headings sort with the selection staying on its entry, a
+// search that finds nothing says so, the cancellation can be left, the print preview names
+// its PDF without a '/', and "Post all departments..." previews before it posts and sums up
+// in a table to copy, print and save. Print and posting follow the user's rights; the window
+// opens the size it was closed with.
+#include <QClipboard>
 #include <QComboBox>
 #include <QDateEdit>
-#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPrintPreviewDialog>
 #include <QPrintPreviewWidget>
-#include <QRadioButton>
+#include <QPrinter>
+#include <QStatusBar>
+#include <QTableView>
+#include <QTableWidget>
 
 #include "browser/FrmMaster.h"
 #include "gui_support.h"
+#include "linking/frmPayrollAccountsLinking.h"
+#include "qt/Presentation.h"
 
 namespace guitest {
 namespace {
 
-TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
-    auto& master = module->FrmMaster();
-    const int rowsBefore = master.flexMaster.rows();
-    QString previewTitle, summary;
-    int previewPages = 0;
-    showModal(master, [&](qtui::FormDialog& window) {
-        // The option buttons show their models, also when the user's click changes them.
-        auto* ascending = widget<QRadioButton>(window, "optAscend");
-        auto* descending = widget<QRadioButton>(window, "optDescend");
-        EXPECT_TRUE(ascending->isChecked() && !descending->isChecked());
-        QTest::mouseClick(descending, Qt::LeftButton);
-        EXPECT_TRUE(master.optDescend.value() && descending->isChecked() && !ascending->isChecked());
+class BrowserGuiTest : public GuiTest {
+protected:
+    int entries() {
+        return session->raw->open("select count(*) from paPayAccLinkHeader")->field(0).toInt32();
+    }
+    std::string cancelled(const std::string& no) {
+        auto rs = session->raw->open(
+            "select Cancelled, cancelremarks from paPayAccLinkHeader where TransNo='" + no + "'");
+        return rs->field(0).joinText() + "|" + rs->field(1).joinText();
+    }
+    // Selects the entry's row by clicking it, as a user does.
+    QModelIndex select(QTableView* grid, const std::string& no) {
+        auto& g = module->FrmMaster().flexMaster;
+        for (int r = 1; r < g.rows(); ++r)
+            if (g.textMatrix(r, 1) == no) {
+                const QModelIndex index = grid->model()->index(r - 1, 1);
+                QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, grid->visualRect(index).center());
+                return index;
+            }
+        ADD_FAILURE() << "no entry " << no;
+        return {};
+    }
+    std::string selectedNo() {
+        auto& g = module->FrmMaster().flexMaster;
+        return g.textMatrix(g.row(), 1);
+    }
+    // Runs drive in the linking screen once it shows, then leaves it with Escape.
+    void inLinkingScreen(std::string* shownNo, const std::function<void(QWidget&)>& drive = {}) {
+        whenShown("frmPayrollAccountsLinking", [this, shownNo, drive](QWidget& d) {
+            if (shownNo != nullptr) *shownNo = module->frmPayrollAccountsLinking().txtTransNo.text();
+            waitActive(d);
+            if (drive) drive(d);
+            keyIn(d, Qt::Key_Escape);
+        });
+    }
+};
 
-        int row = 1;
-        while (row < master.flexMaster.rows() && master.flexMaster.textMatrix(row, 1) != "PAL/2") ++row;
-        master.flexMaster.userSelectCell(row, 1);
+TEST_F(BrowserGuiTest, KeysOpenEntriesNeverPostSortFollowsTheEntryAndPostingPreviewsFirst) {
+    auto& master = module->FrmMaster();
+    const int before = entries();
+    const QString csv = QString::fromStdString(tmp.file("october.csv"));
+    QSize closedWith;
+    showModal(master, [&](qtui::FormDialog& window) {
+        auto* grid = widget<QTableView>(window, "flexMaster");
+        for (auto* b : window.findChildren<QPushButton*>())
+            EXPECT_FALSE(b->isDefault() || b->autoDefault()) << b->objectName().toStdString();
+
+        // Enter on a row opens that entry as Edit does; Enter in it moves on, Escape leaves:
+        // two Enters save nothing. A double click opens an entry too.
+        std::string opened;
+        select(grid, "PAL/3");
+        inLinkingScreen(&opened, [](QWidget& d) { keyIn(d, Qt::Key_Return); });
+        QTest::keyClick(grid, Qt::Key_Return);
+        EXPECT_EQ(opened, "PAL/3");
+        inLinkingScreen(&opened);
+        QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {},
+                           grid->visualRect(select(grid, "PAL/5")).center());
+        EXPECT_EQ(opened, "PAL/5");
+        EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
+
+        // Each shortcut fires: Ctrl+F goes to the search, Ctrl+P previews the entry, whose PDF
+        // takes a file name without '/', and Ctrl+N opens a new entry, where F5 shows and
+        // Ctrl+S saves (both refused here with the screen's own boxes).
+        waitActive(window);
+        QTest::keyClick(grid, Qt::Key_F, Qt::ControlModifier);
+        EXPECT_EQ(window.focusWidget(), widget<QLineEdit>(window, "txtsearch"));
+        keyIn(window, Qt::Key_Tab);  // reading order: the search line, then the sort line below it
+        EXPECT_EQ(window.focusWidget(), widget<QComboBox>(window, "cboColNames"));
+        QString pdfName;
         whenShown<QPrintPreviewDialog>({}, [&](QPrintPreviewDialog& preview) {
-            previewTitle = preview.windowTitle();
-            auto* view = preview.findChild<QPrintPreviewWidget*>();
-            waitFor([&] { return view != nullptr && view->pageCount() > 0; });
-            previewPages = view != nullptr ? view->pageCount() : 0;
+            pdfName = preview.printer()->docName();
             preview.reject();
         });
-        QTest::mouseClick(widget<QPushButton>(window, "cmdPrint"), Qt::LeftButton);
+        QTest::keyClick(grid, Qt::Key_P, Qt::ControlModifier);
+        EXPECT_EQ(pdfName, "PAL-5");
+        EXPECT_TRUE(waitActive(window));
+        int boxes = 0;
+        inLinkingScreen(nullptr, [&](QWidget& d) {
+            for (auto key : {QKeyCombination(Qt::Key_F5), QKeyCombination(Qt::CTRL, Qt::Key_S)}) {
+                SeenBox seen;
+                answerNextBox(QMessageBox::Ok, &seen);
+                keyIn(d, key.key(), key.keyboardModifiers());
+                boxes += seen.text.isEmpty() ? 0 : 1;
+                waitActive(d);
+            }
+        });
+        QTest::keyClick(grid, Qt::Key_N, Qt::ControlModifier);
+        EXPECT_EQ(boxes, 2);
+        EXPECT_EQ(entries(), before);
 
-        whenShown("PostAllDepartments", [](QWidget& d) {
+        // A heading sorts, entry numbers in natural order, a second click turns the order round;
+        // the selection stays on its entry and Delete stays off for a cancelled one.
+        select(grid, "PAL/2");
+        EXPECT_FALSE(widget<QPushButton>(window, "CmdDelete")->isEnabled());
+        QHeaderView* header = grid->horizontalHeader();
+        for (Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                              QPoint(header->sectionViewportPosition(1) + 5, header->height() / 2));
+            EXPECT_TRUE(header->isSortIndicatorShown());
+            EXPECT_EQ(header->sortIndicatorSection(), 1);
+            EXPECT_EQ(header->sortIndicatorOrder(), order);
+            EXPECT_EQ(selectedNo(), "PAL/2");
+            window.binder().flush();
+            EXPECT_EQ(grid->currentIndex().row() + 1, master.flexMaster.row());
+            EXPECT_FALSE(widget<QPushButton>(window, "CmdDelete")->isEnabled());
+        }
+        EXPECT_EQ(master.flexMaster.textMatrix(1, 1), "PAL/5");
+
+        // A search that finds nothing says so.
+        master.cboSearch.userSelectText("Type");
+        QTest::keyClicks(widget<QLineEdit>(window, "txtsearch"), "zz");
+        EXPECT_TRUE(
+            waitFor([&] { return window.presentation().statusLine()->currentMessage().contains("zz"); }));
+
+        // The cancellation is left with Escape; then a reason typed with an apostrophe is stored
+        // as typed, and Delete is off at once.
+        select(grid, "PAL/3");
+        for (const char* reason : {"", "Entry's twin"}) {
+            answerNextBox(QMessageBox::Yes);
+            whenShown("frmcancell", [reason](QWidget& d) {
+                auto* box = d.findChild<QLineEdit*>("txtreason");
+                if (*reason == '\0') return QTest::keyClick(box, Qt::Key_Escape);
+                QTest::keyClicks(box, reason);
+                QTest::mouseClick(d.findChild<QPushButton*>("cmdok"), Qt::LeftButton);
+            });
+            QTest::mouseClick(widget<QPushButton>(window, "CmdDelete"), Qt::LeftButton);
+            EXPECT_FALSE(module->isLoaded("frmcancell"));
+            EXPECT_EQ(cancelled("PAL/3"), *reason == '\0' ? "0|" : "1|Entry's twin");
+        }
+        EXPECT_FALSE(widget<QPushButton>(window, "CmdDelete")->isEnabled());
+
+        // Post all: Enter in a field previews and writes nothing; the previewed numbers follow
+        // each other; a change wants a new preview; only the explicit button posts.
+        QString previewNumbers, copied, summary;
+        whenShown("PostAllDepartments", [&](QWidget& d) {
             d.findChild<QComboBox*>("type")->setCurrentText("Payroll");
             d.findChild<QDateEdit*>("from")->setDate(QDate(2026, 10, 1));
             d.findChild<QDateEdit*>("to")->setDate(QDate(2026, 10, 31));
-            d.findChild<QLineEdit*>("remarks")->setText("October payroll");
-            d.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+            auto* remarks = d.findChild<QLineEdit*>("remarks");
+            auto* post = d.findChild<QPushButton*>("post");
+            QTest::keyClick(remarks, Qt::Key_Return);
+            EXPECT_EQ(entries(), before);
+            EXPECT_EQ(post->text(), "&Post 5 entries");
+            EXPECT_TRUE(post->isEnabled() && !post->isDefault() && !post->autoDefault());
+            auto* table = d.findChild<QTableWidget*>("outcomes");
+            for (int r = 0; r < table->rowCount(); ++r)
+                if (table->item(r, 1)->text().startsWith("PAL"))
+                    previewNumbers += table->item(r, 1)->text() + " ";
+            QTest::keyClicks(remarks, "October payroll");
+            EXPECT_FALSE(post->isEnabled());
+            QTest::keyClick(remarks, Qt::Key_Return);
+            post->click();
         });
         whenShown("PostAllSummary", [&](QWidget& d) {
-            summary = d.findChild<QPlainTextEdit*>()->toPlainText();
-            d.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
+            summary = d.findChild<QLabel*>("counts")->text();
+            d.findChild<QPushButton*>("copy")->click();
+            copied = QApplication::clipboard()->text();
+            whenShown<QFileDialog>("saveSummary", [&](QFileDialog& files) {
+                files.selectFile(csv);
+                static_cast<QDialog&>(files).accept();  // as its Save button does
+            });
+            d.findChild<QPushButton*>("saveCsv")->click();
+            int pages = 0;
+            whenShown<QPrintPreviewDialog>("PostAllPrint", [&](QPrintPreviewDialog& preview) {
+                auto* view = preview.findChild<QPrintPreviewWidget*>();
+                waitFor([&] { return view->pageCount() > 0; });
+                pages = view->pageCount();
+                preview.reject();
+            });
+            d.findChild<QPushButton*>("print")->click();
+            EXPECT_EQ(pages, 1);
+            d.findChild<QPushButton*>("close")->click();
         });
         widget<QPushButton>(window, "cmdPostAll")->click();
+        closedWith = window.size() - QSize(0, 30);
+        window.resize(closedWith);
+        EXPECT_EQ(previewNumbers.simplified(), "PAL/6 PAL/7 PAL/8 PAL/9 PAL/10");
+        EXPECT_EQ(summary, "5 department(s): 5 posted, 0 with nothing to post, 0 not posted");
+        EXPECT_TRUE(copied.contains("Engineering Centre Pune\tPAL/7\t60\t4\tINR\t7,956,000.00\t7,956,000.00"))
+            << copied.toStdString();
         widget<QPushButton>(window, "CmdClose")->click();
     });
-    EXPECT_EQ(previewTitle, "Journal Voucher PAL/2");
-    EXPECT_EQ(previewPages, 1);
-    EXPECT_TRUE(summary.contains("Engineering Centre Pune      PAL/7")) << summary.toStdString();
-    EXPECT_TRUE(summary.contains("5 department(s): 5 posted")) << summary.toStdString();
-    EXPECT_EQ(master.flexMaster.rows(), rowsBefore + 5) << "the browser lists the new entries";
+    EXPECT_EQ(entries(), before + 5);
+    EXPECT_NE(testsupport::slurp(csv.toStdString())
+                  .find("Engineering Centre Pune,PAL/7,60,4,INR,7956000.00,7956000.00,\r\n"),
+              std::string::npos);
 
     // A user without the New and Print rights can neither post nor print.
     module.reset();
@@ -67,6 +219,7 @@ TEST_F(GuiTest, BrowserSortsPrintsAndPostsEveryDepartmentOnlyWithTheRights) {
     module = std::move(session->module);
     module->session.userId = 4;
     showModal(module->FrmMaster(), [&](qtui::FormDialog& window) {
+        EXPECT_EQ(window.size(), closedWith);
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPostAll")->isEnabled());
         EXPECT_FALSE(widget<QPushButton>(window, "cmdPrint")->isEnabled());
         widget<QPushButton>(window, "CmdClose")->click();

@@ -20,6 +20,10 @@
 #include "qt/Binder.h"
 #include "qt/QtToolkit.h"
 
+// Texts and sizes in failure messages as they read.
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QSize& s, std::ostream* os) { *os << s.width() << 'x' << s.height(); }
+
 namespace guitest {
 
 inline void startApp() {
@@ -41,6 +45,11 @@ inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000
         QTest::qWait(10);
     }
     return true;
+}
+
+// Waits until the window takes the keyboard, as a user waits before pressing a shortcut in it.
+inline bool waitActive(QWidget& window) {
+    return waitFor([&window] { return QApplication::activeWindow() == &window; });
 }
 
 // The visible top-level window of that class, and of that name when one is given.
@@ -74,6 +83,12 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
 template <class W = QWidget, class Action>
 void whenShown(const QString& name, Action action) {
     whenReady([name] { return visible<W>(name) != nullptr; }, [name, action] { action(*visible<W>(name)); });
+}
+
+// A key on the window's focus widget (the window itself when none has the focus yet).
+inline void keyIn(QWidget& window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QWidget* target = window.focusWidget() != nullptr ? window.focusWidget() : &window;
+    QTest::keyClick(target, key, modifiers);
 }
 
 // What a message box showed.

@@ -12,6 +12,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QStyleOptionViewItem>
+#include <QTableView>
 #include <QTreeView>
 #include <array>
 #include <map>
@@ -107,6 +108,11 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
             d.binder().flush();
             EXPECT_FALSE(postings->isColumnHidden(7));
             EXPECT_TRUE(postings->isColumnHidden(4));
+            EXPECT_EQ(postings->model()->headerData(12, Qt::Horizontal).toString(), "Department (AED)");
+            // A width the user drags is kept for the next time (the drag is between press and release).
+            QTest::mousePress(postings->header()->viewport(), Qt::LeftButton, {}, QPoint(2, 2));
+            postings->header()->resizeSection(2, 60);
+            QTest::mouseRelease(postings->header()->viewport(), Qt::LeftButton, {}, QPoint(2, 2));
             d.close();
         });
         QTest::mouseClick(widget<QPushButton>(master, "CmdEdit"), Qt::LeftButton);
@@ -120,6 +126,13 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
             // A key per character beyond ASCII (the emoji's carries two UTF-16 units); Backspace
             // and Delete take whole characters at the widget's cursor and leave it there; a paste
             // arrives as it is.
+            // Tab goes in reading order: the number, its date, then the type.
+            widget<QLineEdit>(d, "txtTransNo")->setFocus();
+            for (ui::Control* next :
+                 {static_cast<ui::Control*>(&f.dtpTransDate), static_cast<ui::Control*>(&f.cboType)}) {
+                keyIn(d, Qt::Key_Tab);
+                EXPECT_EQ(d.binder().controlOf(d.focusWidget()), next);
+            }
             auto* remarks = widget<QLineEdit>(d, "txtRemarks");
             remarks->setFocus();
             for (const char* typed : {"م", "ر", "ح", "ب", "ا", " ", "😀"})
@@ -290,6 +303,18 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                 auto* w = widget<QWidget>(d, name);
                 EXPECT_TRUE(d.rect().contains(QRect(w->mapTo(&d, QPoint(0, 0)), w->size()))) << name;
             }
+            // At 1024x700 every amount is in sight without scrolling sideways, the dragged width as
+            // it was left; at 125 % eight posting lines are.
+            d.resize(1024 - qtui::kFrameAllowanceWidth, 700 - qtui::kFrameAllowanceHeight);
+            QApplication::processEvents();
+            EXPECT_EQ(postings->columnWidth(2), 60);
+            for (int col : {5, 6, 8, 9, 11, 12})
+                EXPECT_LE(postings->header()->sectionViewportPosition(col) + postings->columnWidth(col),
+                          postings->viewport()->width())
+                    << col;
+            d.resize(1093 - qtui::kFrameAllowanceWidth, 614 - qtui::kFrameAllowanceHeight);
+            QApplication::processEvents();
+            EXPECT_GE(postings->viewport()->height(), 8 * postings->sizeHintForRow(0));
 
             // Shift+F10 and the Menu key open the list's menu at the current line.
             QStringList offered;
@@ -311,6 +336,36 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                 EXPECT_NEAR(menuAt.y(), postings->viewport()->mapToGlobal(line.bottomLeft()).y(),
                             line.height());
             }
+            // Enter on a line edits it: each amount names its currency, the stepping and commit
+            // shortcuts move through the lines, and Escape leaves.
+            QStringList labels, steps;
+            auto readLabels = [&](QWidget& editor) {
+                labels.clear();
+                for (const char* name : {"lblAmount", "lblDepAmount", "lblCompAmount"})
+                    labels << widget<QLabel>(editor, name)->text();
+                keyIn(editor, Qt::Key_Escape);
+            };
+            postings->setCurrentIndex(lines->index(0, 1));
+            ASSERT_EQ(f.lvwPostingDetails.cell(1, 3), "USD");
+            whenShown("frmJournalDetails", [&](QWidget& editor) {
+                waitActive(editor);
+                for (auto [key, mods] : {std::pair{Qt::Key_End, Qt::AltModifier},
+                                         {Qt::Key_Home, Qt::AltModifier},
+                                         {Qt::Key_Right, Qt::AltModifier},
+                                         {Qt::Key_Left, Qt::AltModifier},
+                                         {Qt::Key_S, Qt::ControlModifier}}) {
+                    if (key == Qt::Key_S)
+                        QTest::keyClicks(widget<QLineEdit>(editor, "txtDescription"), "Oct");
+                    keyIn(editor, key, mods);
+                    steps << widget<QLineEdit>(editor, "txtSlNo")->text();
+                }
+                readLabels(editor);
+            });
+            QTest::keyClick(postings, Qt::Key_Return);
+            EXPECT_EQ(steps, QStringList({QString::number(f.lvwPostingDetails.count()), "1", "2", "1", "2"}))
+                << "Ctrl+S commits the line and goes on to the next";
+            EXPECT_EQ(labels, QStringList({"Amount (USD)", "Department (AED)", "Company (AED)"}));
+            EXPECT_FALSE(module->isLoaded("frmJournalDetails"));
             // A right-click selects its line; Add, chosen by keyboard, opens the line editor.
             bool editorShown = false;
             whenReady(menuUp, [&] {
@@ -318,7 +373,7 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                     editorShown = true;
                     EXPECT_EQ(widget<QLineEdit>(editor, "txtSlNo")->text().toStdString(),
                               std::to_string(f.lvwPostingDetails.count() + 1));
-                    QTest::mouseClick(widget<QPushButton>(editor, "cmdCancel"), Qt::LeftButton);
+                    readLabels(editor);
                 });
                 QTest::keyClick(menu(), Qt::Key_Down);
                 QTest::keyClick(menu(), Qt::Key_Return);  // the first item: "&Add"
@@ -327,10 +382,19 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                               postings->visualRect(lines->index(0, 0)).center());
             EXPECT_EQ(f.lvwPostingDetails.selectedIndex(), 1);
             EXPECT_TRUE(editorShown);
+            EXPECT_EQ(labels.front(), "Amount") << "no account chosen yet";
 
             QTest::mouseClick(widget<QPushButton>(d, "cmdOk"), Qt::LeftButton);
         });
         QTest::mouseClick(widget<QPushButton>(master, "cmdnew"), Qt::LeftButton);
+        EXPECT_EQ(master.presentation().statusLine()->currentMessage(), "Saved as PAL/6");
+        // Edited again with a letter typed into its number, it is still saved as PAL/6.
+        inLinkingScreen([&](qtui::FormDialog& d, linking::frmPayrollAccountsLinking&) {
+            waitActive(d);
+            QTest::keyClick(widget<QLineEdit>(d, "txtTransNo"), Qt::Key_X);
+            keyIn(d, Qt::Key_S, Qt::ControlModifier);
+        });
+        QTest::keyClick(widget<QTableView>(master, "flexMaster"), Qt::Key_Return);
         EXPECT_EQ(master.presentation().statusLine()->currentMessage(), "Saved as PAL/6");
         master.close();
     });
