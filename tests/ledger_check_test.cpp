@@ -11,32 +11,45 @@ TEST_F(LinkingTest, TheLedgerCheckRefusesWhatAFaultAboveItWouldHaveSaved) {
         const char* fault;
         const char* sentence;
     } cases[] = {
-        {"create trigger fault after update of mppPosted on pMonthlyPayRollProcessing when new.mppProcessID=9002 "
+        {"create trigger fault after update of mppPosted on pMonthlyPayRollProcessing when "
+         "new.mppProcessID=9002 "
          "begin update pMonthlyPayRollProcessing set mppPosted=0 where mppProcessID=9002; end",
-         "Payroll run PRT/9002 is linked by this entry but was not marked posted: press Ok again, and if it happens "
+         "Payroll run PRT/9002 is linked by this entry but was not marked posted: press Ok again, and if it "
+         "happens "
          "again, report it to support."},
-        {"create trigger fault after insert on paPayAccLinkDetails when new.RefTransID=9002 and new.TransID=6 "
+        {"create trigger fault after insert on paPayAccLinkDetails when new.RefTransID=9002 and "
+         "new.TransID=6 "
          "begin delete from paPayAccLinkDetails where TransID=6 and RefTransID=9002; end",
-         "Payroll run PRT/9002 would be marked posted although this entry does not link it: press Show again and "
+         "Payroll run PRT/9002 would be marked posted although this entry does not link it: press Show again "
+         "and "
          "tick what the entry should link."},
-        {"create trigger fault after insert on paPayAccLinkDetails when new.RefTransID=9003 and new.TransID=6 "
-         "begin insert or ignore into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-         "Cancelled) values (1, 99, 9, 'OLD/1', '2026-11-01', 'P', 0); insert or ignore into paPayAccLinkDetails (CompanyID, "
+        {"create trigger fault after insert on paPayAccLinkDetails when new.RefTransID=9003 and "
+         "new.TransID=6 "
+         "begin insert or ignore into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, "
+         "TransDate, TransType, "
+         "Cancelled) values (1, 99, 9, 'OLD/1', '2026-11-01', 'P', 0); insert or ignore into "
+         "paPayAccLinkDetails (CompanyID, "
          "TransID, DetailID, RefTransID) values (1, 99, 1, 9003); end",
-         "Payroll run PRT/9003 is linked by entry OLD/1 as well: press Show again to list the sources still open."},
+         "Payroll run PRT/9003 is linked by entry OLD/1 as well: press Show again to list the sources still "
+         "open."},
         {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=2 begin update "
          "paPayAccLinkPostingDetails set AccountID=4711 where TransID=new.TransID and DetailID=2; end",
-         "Line 2, Staff Allowances - AED, names an account that is not in the accounts master: check the accounts "
+         "Line 2, Staff Allowances - AED, names an account that is not in the accounts master: check the "
+         "accounts "
          "and the salary account settings."},
         {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=1 begin update "
-         "paPayAccLinkPostingDetails set CompAmount=CompAmount+1 where TransID=new.TransID and DetailID=1; end",
-         "The company amounts of this entry do not balance (they differ by 1.00 AED): the exchange rates of its "
-         "currencies do not agree; balance it with a line in the currency of the lines that differ, or check the "
+         "paPayAccLinkPostingDetails set CompAmount=CompAmount+1 where TransID=new.TransID and DetailID=1; "
+         "end",
+         "The company amounts of this entry do not balance (they differ by 1.00 AED): the exchange rates of "
+         "its "
+         "currencies do not agree; balance it with a line in the currency of the lines that differ, or check "
+         "the "
          "exchange rates to AED."},
         {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=3 begin update "
          "paPayAccLinkPostingDetails set DeptAmount=-DeptAmount, CompAmount=-CompAmount where "
          "TransID=new.TransID and DetailID=3; end",
-         "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand on the "
+         "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand "
+         "on the "
          "other side: open the line in the editor and save it again."},
     };
     const std::string before = dbState();

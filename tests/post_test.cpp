@@ -4,8 +4,8 @@
 #include <signal.h>
 
 #include <chrono>
-#include <regex>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <thread>
 

@@ -146,6 +146,7 @@ TEST_F(BrowserGuiTest, KeysOpenEntriesNeverPostSortFollowsTheEntryAndPostingPrev
         for (const char* reason : {"", "Entry's twin"}) {
             answerNextBox(QMessageBox::Yes);
             whenShown("frmcancell", [reason](QWidget& d) {
+                waitActive(d);  // keys reach a window once it has the keyboard
                 auto* box = d.findChild<QLineEdit*>("txtreason");
                 if (*reason == '\0') return QTest::keyClick(box, Qt::Key_Escape);
                 QTest::keyClicks(box, reason);
@@ -185,6 +186,8 @@ TEST_F(BrowserGuiTest, KeysOpenEntriesNeverPostSortFollowsTheEntryAndPostingPrev
             copied = QApplication::clipboard()->text();
             whenShown<QFileDialog>("saveSummary", [&](QFileDialog& files) {
                 files.selectFile(csv);
+                // The dialog reads its folder in the background: accepted before, it may save nothing.
+                waitFor([&] { return files.selectedFiles().value(0) == csv; });
                 static_cast<QDialog&>(files).accept();  // as its Save button does
             });
             d.findChild<QPushButton*>("saveCsv")->click();

@@ -343,6 +343,7 @@ TEST_F(PresentationTest, EntriesReachTheirHandlersAndShowAmountsTotalsMenusColum
                 labels.clear();
                 for (const char* name : {"lblAmount", "lblDepAmount", "lblCompAmount"})
                     labels << widget<QLabel>(editor, name)->text();
+                waitActive(editor);
                 keyIn(editor, Qt::Key_Escape);
             };
             postings->setCurrentIndex(lines->index(0, 1));
