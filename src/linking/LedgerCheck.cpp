@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 #include "common/Conv.h"
 
@@ -144,104 +145,69 @@ SourceTable sourceTable(bool payroll) {
                    : SourceTable{"pPaymentHeader", "phCompanyID", "phPaymentID", "phPaymentNo", "phPosted"};
 }
 
-// The other live entry of the kind that links a source too.
-std::string holder(data::Connection& c, const data::TableNames& t, const LedgerEntry& e, int32_t source) {
-    auto rs = c.open(
-        "select h.TransNo from " + t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
-        " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID where o.CompanyID=" +
-        std::to_string(e.companyId) + " and o.RefTransID=" + std::to_string(source) + " and o.TransID<>" +
-        std::to_string(e.transId) + " and isnull(h.Cancelled,0)<>1 and h.TransType" +
-        (e.payroll ? "=" : "<>") + "'P' order by h.TransID");
-    const std::string number = rs->eof() ? std::string() : text(rs->field(0));
+// Checked in slices, so that no statement grows with the entry; each source costs one index
+// look-up.
+constexpr size_t kSourcesPerCheck = 1000;
+
+std::string sourceNumber(data::Connection& c, const LedgerEntry& e, int32_t id) {
+    const SourceTable st = sourceTable(e.payroll);
+    auto rs = c.open("select " + std::string(st.number) + " from " + st.table + " where " + st.company + "=" +
+                     std::to_string(e.companyId) + " and " + st.key + "=" + std::to_string(id));
+    const std::string number = rs->eof() ? std::to_string(id) : text(rs->field(0));
     rs->close();
     return number;
 }
 
-// Checked in slices, so that no statement grows with the entry; each source costs an index
-// look-up or two, and a clean entry three counts a slice.
-constexpr size_t kSourcesPerCheck = 500;
-
-// Which source of a slice is wrong, and how: read only once a count says one is.
-std::string findWrongSource(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
-                            const std::string& keys) {
-    const SourceTable st = sourceTable(e.payroll);
-    const std::string company = std::to_string(e.companyId), entry = std::to_string(e.transId);
-    const std::string s = "s.";
-    std::string sql =
-        "select " + s + st.key + " SourceID, " + s + st.number + " SourceNo, isnull(" + s + st.flag +
-        ",0) Flagged, (select count(*) from " + t.paPayAccLinkDetails + " o where o.CompanyID=" + s +
-        st.company + " and o.RefTransID=" + s + st.key + " and o.TransID=" + entry +
-        ") Own, (select count(*) from " + t.paPayAccLinkDetails + " o inner join " + t.paPayAccLinkHeader +
-        " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID where o.CompanyID=" + s + st.company +
-        " and o.RefTransID=" + s + st.key + " and o.TransID<>" + entry +
-        " and isnull(h.Cancelled,0)<>1 and h.TransType" + (e.payroll ? "=" : "<>") + "'P') Others from " +
-        st.table + " s where " + s + st.company + "=" + company + " and " + s + st.key + " in (" + keys + ")";
-    auto rs = c.open(sql);
-    std::string why;
-    for (; !rs->eof() && why.empty(); rs->moveNext()) {
-        const std::string name = sourceName(e.payroll, text(rs->field(1)));
-        if (number(rs->field(3)) == 0)
-            why = name +
-                  " would be marked posted although this entry does not link it: press Show again and tick "
-                  "what the entry should link.";
-        else if (number(rs->field(2)) != 1)
-            why = name +
-                  " is linked by this entry but was not marked posted: press Ok again, and if it happens "
-                  "again, report it to support.";
-        else if (number(rs->field(4)) > 0)
-            why = name + " is linked by entry " +
-                  holder(c, t, e, static_cast<int32_t>(number(rs->field(0)))) +
-                  " as well: press Show again to list the sources still open.";
-    }
-    rs->close();
-    if (why.empty())
-        why = std::string(e.payroll ? "A payroll run" : "A payment") +
-              " this entry would mark posted is not in the company's records: press Show again.";
-    return why;
-}
-
 std::string checkSources(data::Connection& c, const data::TableNames& t, const LedgerEntry& e,
                          const Key& where) {
+    // The lines hold exactly the sources flagged: a source flagged without a line, or a line
+    // of a source left unflagged, would leave the flags and the ledger apart.
+    const std::unordered_set<int32_t> flagged(e.flagged.begin(), e.flagged.end());
+    const std::unordered_set<int32_t> linked(e.linked.begin(), e.linked.end());
+    for (int32_t id : e.flagged)
+        if (!linked.count(id))
+            return sourceName(e.payroll, sourceNumber(c, e, id)) +
+                   " would be marked posted although this entry does not link it: press Show again and tick "
+                   "what the entry should link.";
+    for (int32_t id : e.linked)
+        if (!flagged.count(id))
+            return sourceName(e.payroll, sourceNumber(c, e, id)) +
+                   " is linked by this entry but was not marked posted: press Ok again, and if it happens "
+                   "again, "
+                   "report it to support.";
+    auto rs = c.open("select count(*) Lines from " + t.paPayAccLinkDetails + " where " + where(""));
+    const double lines = rs->eof() ? 0 : number(rs->field(0));
+    rs->close();
+    if (lines != static_cast<double>(e.linked.size()))
+        return "This entry holds " + common::NumberText(lines) + " source lines where " +
+               std::to_string(e.linked.size()) +
+               " were written: press Ok again, and if it happens again, report it "
+               "to support.";
+
+    // And the flags took.
     const SourceTable st = sourceTable(e.payroll);
-    const std::string company = std::to_string(e.companyId), entry = std::to_string(e.transId);
-    const std::string s = "s.";
+    const std::string company = std::to_string(e.companyId);
     for (size_t from = 0; from < e.flagged.size(); from += kSourcesPerCheck) {
         std::string keys;
         const size_t to = std::min(e.flagged.size(), from + kSourcesPerCheck);
         for (size_t i = from; i < to; ++i) keys += (i > from ? "," : "") + std::to_string(e.flagged[i]);
-        const std::string slice = " from " + std::string(st.table) + " s where " + s + st.company + "=" +
-                                  company + " and " + s + st.key + " in (" + keys + ")";
-        // Flagged, linked by this entry, and linked by another live entry of its kind.
-        std::string sql =
-            "select (select count(*)" + slice + " and " + s + st.flag + "=1) Flagged, (select count(*)" +
-            slice + " and exists (select 1 from " + t.paPayAccLinkDetails + " o where o.CompanyID=" + s +
-            st.company + " and o.RefTransID=" + s + st.key + " and o.TransID=" + entry +
-            ")) Linked, (select count(*) from " + t.paPayAccLinkDetails + " o inner join " +
-            t.paPayAccLinkHeader + " h on h.CompanyID=o.CompanyID and h.TransID=o.TransID" +
-            " where o.CompanyID=" + company + " and o.RefTransID in (" + keys + ") and o.TransID<>" + entry +
-            " and isnull(h.Cancelled,0)<>1 and h.TransType" + (e.payroll ? "=" : "<>") + "'P') Others";
-        auto rs = c.open(sql);
-        const auto n = static_cast<double>(to - from);
-        const bool whole =
-            !rs->eof() && number(rs->field(0)) == n && number(rs->field(1)) == n && number(rs->field(2)) == 0;
+        const std::string slice = " from " + std::string(st.table) + " where " + st.company + "=" + company +
+                                  " and " + st.key + " in (" + keys + ")";
+        rs = c.open("select count(*) Flagged" + slice + " and " + st.flag + "=1");
+        const double flags = rs->eof() ? 0 : number(rs->field(0));
         rs->close();
-        if (!whole) return findWrongSource(c, t, e, keys);
+        if (flags == static_cast<double>(to - from)) continue;
+        rs = c.open("select " + std::string(st.number) + slice + " and isnull(" + st.flag + ",0)<>1");
+        const std::string which = rs->eof() ? std::string() : text(rs->field(0));
+        rs->close();
+        return which.empty()
+                   ? std::string(e.payroll ? "A payroll run" : "A payment") +
+                         " this entry would mark posted is not in the company's records: press Show again."
+                   : sourceName(e.payroll, which) +
+                         " is linked by this entry but was not marked posted: press Ok again, and if it "
+                         "happens again, report it to support.";
     }
-    // Every source the entry links is one it marked posted: as many as it marked.
-    auto rs = c.open("select count(distinct RefTransID) Linked from " + t.paPayAccLinkDetails + " where " +
-                     where(""));
-    const double linked = rs->eof() ? 0 : number(rs->field(0));
-    rs->close();
-    if (linked == static_cast<double>(e.flagged.size())) return "";
-    rs = c.open("select d.RefTransNo from " + t.paPayAccLinkDetails + " d left join " + st.table + " s on " +
-                s + st.company + "=d.CompanyID and " + s + st.key + "=d.RefTransID where " + where("d") +
-                " and isnull(" + s + st.flag + ",0)<>1 order by d.DetailID");
-    const std::string number = rs->eof() ? std::string() : text(rs->field(0));
-    rs->close();
-    return sourceName(e.payroll, number) +
-           " is linked by this entry but was not marked posted: press Ok again, and if it happens again, "
-           "report it "
-           "to support.";
+    return "";
 }
 
 }  // namespace

@@ -8,8 +8,9 @@
 //   - every posting line names an account of the accounts master that has a known currency,
 //     and a line with a debit or a credit has a department and a company amount, of the sign
 //     of its side;
-//   - every source the save flagged posted is linked by this entry, every source this entry
-//     links is flagged posted, and no other live entry of the same kind links one of them.
+//   - the entry holds the detail rows the save wrote, their sources are the sources the save
+//     flagged posted, and each of those is flagged. (That no other live entry of the kind links
+//     one of them is the save's own guard, run at the same moment.)
 // Whatever fault of the screens above let an entry through, it ends here as a refused save
 // with one sentence, never as a wrong ledger.
 #include <cstdint>
@@ -26,6 +27,7 @@ struct LedgerEntry {
     int32_t transId = 0;
     bool payroll = true;           // payroll runs; payments otherwise
     std::vector<int32_t> flagged;  // the sources the save flagged posted
+    std::vector<int32_t> linked;   // the source of each detail row the save wrote
 };
 
 // "" when the entry may be committed; otherwise the sentence that tells the user which line

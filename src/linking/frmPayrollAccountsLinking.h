@@ -157,7 +157,8 @@ private:
     std::unique_ptr<TransactionIndex> transactionIndex_;
     std::unique_ptr<DetailIndex> detailIndex_;
     std::unique_ptr<PostingIndex> postingIndex_;
-    std::vector<int32_t> flagged_;  // the sources the running save marked posted
+    std::vector<int32_t> flagged_;        // the sources the running save marked posted
+    std::vector<int32_t> linkedSources_;  // the source of each detail row it wrote
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;
     std::unique_ptr<suite::clsCommonGen> gen_;

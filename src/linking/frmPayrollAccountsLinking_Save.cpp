@@ -62,7 +62,7 @@ constexpr int32_t kLedgerCheckFailed = -2147221504 + 513;
 // How often a save takes fresh keys after another copy took the ones it read.
 constexpr int kKeyAttempts = 5;
 // A long list of sources is checked in slices, so that no statement grows without bound.
-constexpr size_t kSourcesPerCheck = 500;
+constexpr size_t kSourcesPerCheck = 1000;
 
 }  // namespace
 
@@ -227,7 +227,6 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         module_.TransactionOpen = true;
         module_.LockCompanyEntries();
         TakeFreeEntryKeys(transId);
-        StopIfSourcesTaken(transId);
         auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkHeader + " ( CompanyID," +
                                 "TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled) " +
                                 "values (?, ?, ?, ?, ?, ?, ?, ?) ");
@@ -238,6 +237,9 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
              Value(typeCode.substr(0, 1)), Value(Trim(txtRemarks.text())), Value(0)});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
+        // Before the flags are set, so that a source an older entry linked without flagging it
+        // is still told apart from one linked meanwhile.
+        StopIfSourcesTaken(transId);
         UpdateTransTables();
         StopIfLedgerBreaks(transId);
         conn.commitTrans();
@@ -253,12 +255,14 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         module_.TransactionOpen = true;
         module_.LockCompanyEntries();
         StopIfEntryClosed(transId);
-        StopIfSourcesTaken(transId);
         auto cmd = conn.command(sql);
         cmd->refreshParameters();
         cmd->execute({Value(dtpTransDate.value()), Value(Trim(txtRemarks.text()))});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
+        // Before the flags are set, so that a source an older entry linked without flagging it
+        // is still told apart from one linked meanwhile.
+        StopIfSourcesTaken(transId);
         UpdateTransTables();
         StopIfLedgerBreaks(transId);
         conn.commitTrans();
@@ -285,9 +289,11 @@ void frmPayrollAccountsLinking::InsertIntoDetailTable(int32_t& transId) {
                      "Credit) Values ( ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ");
     auto& l = lvwTransactionDetails;
     int32_t detailId = 0;
+    linkedSources_.clear();
     for (int r = 1; r <= l.count(); ++r) {
         if (!l.checked(r)) continue;
         ++detailId;
+        linkedSources_.push_back(WholeNumber(l.cell(r, det::TransID)));
         cmd->execute({Value(s.companyId),
                       Value(transId),
                       Value(detailId),
@@ -494,6 +500,7 @@ void frmPayrollAccountsLinking::StopIfLedgerBreaks(int32_t transId) {
     entry.transId = transId;
     entry.payroll = Trim(cboType.text()) == "Payroll";
     entry.flagged = flagged_;
+    entry.linked = linkedSources_;
     const std::string why = LedgerCheck(module_.connection(), s.tables, entry);
     if (why.empty()) return;
     // Logged for support as handled failures are; the user reads the sentence, not a number.
