@@ -90,6 +90,18 @@ CREATE TABLE paPayAccLinkPostingDetails (
     CONSTRAINT pkPayAccLinkPostingDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
 
+-- Who saved and who cancelled each entry, and when: the link tables keep no user. On a
+-- database made before this table, create it with this statement to start keeping the
+-- history; without it nothing is recorded.
+CREATE TABLE paPayAccLinkHistory (
+    CompanyID int NOT NULL,
+    TransID   int NOT NULL,
+    EventTime datetime NOT NULL,
+    UserID    int NULL,
+    Action    nchar(1) NOT NULL  -- N saved as new, E saved after editing, C cancelled
+);
+CREATE INDEX ixPayAccLinkHistory ON paPayAccLinkHistory (CompanyID, TransID);
+
 -- ---------------------------------------------------------------- companies, currencies
 
 CREATE TABLE pCompanyMaster (

@@ -1,0 +1,241 @@
+#include "report/LedgerAudit.h"
+
+#include <algorithm>
+
+#include "common/Conv.h"
+#include "report/Fields.h"
+#include "report/Statements.h"
+
+namespace report {
+
+namespace {
+
+using fields::number;
+using fields::text;
+
+struct SourceKind {
+    const char* table;
+    const char* company;
+    const char* id;
+    const char* no;
+    const char* flag;
+    bool payroll;
+    const char* noun;
+};
+
+const SourceKind kKinds[] = {
+    {"pMonthlyPayRollProcessing", "mppCompanyID", "mppProcessID", "mppProcessNo", "mppPosted", true,
+     "payroll run"},
+    {"pPaymentHeader", "phCompanyID", "phPaymentID", "phPaymentNo", "phPosted", false, "payment"},
+};
+
+int32_t whole(const common::Value& v) { return static_cast<int32_t>(number(v)); }
+std::string amount(double v) { return common::Format(v, "0.00"); }
+
+class Audit {
+public:
+    Audit(data::Connection& c, const data::TableNames& t) : c_(c), t_(t) {}
+
+    void add(const std::string& check, int32_t company, std::string entry, std::string source,
+             std::string text, std::string action) {
+        result.findings.push_back(
+            {check, company, std::move(entry), std::move(source), std::move(text), std::move(action)});
+    }
+
+    // One pass over each source table: every source with the live entries that link it,
+    // grouped, keeping only those whose links or flag are wrong.
+    void sources(const SourceKind& k) {
+        std::string sql = "select m." + std::string(k.company) + " CompanyID, m." + k.id + " SourceID, m." +
+                          k.no + " SourceNo, isnull(m." + k.flag +
+                          ",0) Flag, count(distinct h.TransID) Live," +
+                          " min(h.TransNo) FirstEntry, max(h.TransNo) LastEntry from " + k.table + " m";
+        sql += " left join " + t_.paPayAccLinkDetails + " d on d.CompanyID=m." + k.company +
+               " and d.RefTransID=m." + k.id;
+        sql += " left join " + t_.paPayAccLinkHeader +
+               " h on h.CompanyID=d.CompanyID and h.TransID=d.TransID and " + sql::KindOf("h", k.payroll) +
+               " and isnull(h.Cancelled,0)<>1";
+        sql += " group by m." + std::string(k.company) + ", m." + k.id + ", m." + k.no + ", m." + k.flag;
+        const std::string live = "count(distinct h.TransID)";
+        sql += " having " + live + ">1 or (" + live + "=0 and m." + k.flag + "=1) or (" + live +
+               ">0 and isnull(m." + k.flag + ",0)<>1)";
+        auto rs = c_.open(sql);
+        for (; !rs->eof(); rs->moveNext()) {
+            const int32_t company = whole(rs->field(0));
+            const std::string source = std::string(k.noun) + " " + text(rs->field(2)) + " (id " +
+                                       std::to_string(whole(rs->field(1))) + ")";
+            const long live = static_cast<long>(number(rs->field(4)));
+            const std::string first = text(rs->field(5)), last = text(rs->field(6));
+            const std::string flag = std::string(k.flag);
+            if (live > 1) {
+                const std::string entries = live == 2
+                                                ? first + " and " + last
+                                                : first + " ... " + last + " (" + std::to_string(live) + ")";
+                add("twice-linked", company, entries, source,
+                    "linked by " + std::to_string(live) + " live entries, " + entries,
+                    "cancel the one that linked it in error, then set " + flag +
+                        " to 1 again, since the cancellation releases it");
+            } else if (live == 0) {
+                add("flag-without-link", company, "", source,
+                    "flagged posted (" + flag +
+                        "=1) but no live entry links it, so it is never listed to post",
+                    "set " + flag +
+                        " to 0 so that it can be posted, unless it reached the ledger another way");
+            } else {
+                add("link-without-flag", company, first, source,
+                    "linked by live entry " + first + " but not flagged posted (" + flag +
+                        "=0), so the linking screen lists it to post again",
+                    "set " + flag + " to 1");
+            }
+        }
+    }
+
+    // Live entries whose department or company amounts do not net to zero within their
+    // rounding: half a cent, and half a cent more for each hand line in another currency.
+    void balance() {
+        auto handLines = [](const std::string& currency) {
+            return "sum(case when p.Editable='Y' and isnull(p.AccCurrID,0)<>isnull(" + currency +
+                   ",0) then 1 else 0 end)";
+        };
+        auto outside = [](const std::string& sum, const std::string& hand) {
+            return "abs(" + sum + ")>0.005*(1+" + hand + ")+0.0000001";
+        };
+        const std::string dept = "sum(isnull(p.DeptAmount,0))", comp = "sum(isnull(p.CompAmount,0))";
+        const std::string deptHand = handLines("dp.DepCurrencyID"), compHand = handLines("c.CurrencyID");
+        std::string sql = "select h.CompanyID, h.TransID, h.TransNo, " + dept + " Dept, " + comp + " Comp, " +
+                          deptHand + " DeptHand, " + compHand + " CompHand, max(dc.Symbol) DeptSymbol," +
+                          " max(cc.Symbol) CompSymbol from " + t_.paPayAccLinkHeader + " h";
+        sql += " inner join " + t_.paPayAccLinkPostingDetails +
+               " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
+        sql += " left join " + t_.pDepartment +
+               " dp on dp.CompanyID=h.CompanyID and dp.DepartmentID=h.DepartmentID";
+        sql += " left join " + t_.pCompanyMaster + " c on c.CompanyID=h.CompanyID";
+        sql += " left join " + t_.pCurrencyMaster +
+               " dc on dc.CompanyID=h.CompanyID and dc.CurrencyID=dp.DepCurrencyID";
+        sql += " left join " + t_.pCurrencyMaster +
+               " cc on cc.CompanyID=h.CompanyID and cc.CurrencyID=c.CurrencyID";
+        sql += " where isnull(h.Cancelled,0)<>1 group by h.CompanyID, h.TransID, h.TransNo";
+        sql += " having " + outside(dept, deptHand) + " or " + outside(comp, compHand);
+        sql += " order by h.CompanyID, h.TransID";
+        auto rs = c_.open(sql);
+        for (; !rs->eof(); rs->moveNext()) {
+            const double d = number(rs->field("Dept")), k = number(rs->field("Comp"));
+            const std::string deptSymbol = text(rs->field("DeptSymbol")),
+                              compSymbol = text(rs->field("CompSymbol"));
+            add("unbalanced", whole(rs->field(0)), text(rs->field(2)), "",
+                "department amounts sum to " + amount(d) + " " + deptSymbol + " and company amounts to " +
+                    amount(k) + " " + compSymbol +
+                    " (allowed: " + amount(0.005 * (1 + number(rs->field("DeptHand")))) + " and " +
+                    amount(0.005 * (1 + number(rs->field("CompHand")))) + ")",
+                "open it and correct its lines, or cancel it and post its sources again");
+        }
+    }
+
+    // Lines of live entries whose account the company does not have, or whose currency is
+    // unknown.
+    void lines() {
+        std::string sql =
+            "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID, p.AccountDesc, p.AccCurrID,"
+            " a.AccountID KnownAccount, cu.CurrencyID KnownCurrency from " +
+            t_.paPayAccLinkHeader + " h";
+        sql += " inner join " + t_.paPayAccLinkPostingDetails +
+               " p on p.CompanyID=h.CompanyID and p.TransID=h.TransID";
+        sql +=
+            " left join " + t_.aAccountMaster + " a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID";
+        sql += " left join " + t_.pCurrencyMaster +
+               " cu on cu.CompanyID=p.CompanyID and cu.CurrencyID=p.AccCurrID";
+        sql += " where isnull(h.Cancelled,0)<>1 and (a.AccountID is null or cu.CurrencyID is null)";
+        sql += " order by h.CompanyID, h.TransID, p.DetailID";
+        auto rs = c_.open(sql);
+        for (; !rs->eof(); rs->moveNext()) {
+            const int32_t company = whole(rs->field(0));
+            const std::string line = "line " + std::to_string(whole(rs->field(2))) + " (account " +
+                                     rs->field(3).joinText() + " " + text(rs->field(4)) + ")";
+            if (rs->field("KnownAccount").isNull())
+                add("unknown-account", company, text(rs->field(1)), "",
+                    line + " names an account that company " + std::to_string(company) + " does not have",
+                    "cancel the entry and post its sources again once the account is set up");
+            else
+                add("no-currency", company, text(rs->field(1)), "",
+                    line + " has no known currency (AccCurrID " +
+                        (rs->field(5).isNull() ? std::string("empty") : rs->field(5).joinText()) + ")",
+                    "set the line's AccCurrID to the account's currency");
+        }
+    }
+
+    void numbers(int32_t interfaceId) {
+        auto rs = c_.open("select CompanyID, TransNo, count(*) Entries, min(TransID), max(TransID) from " +
+                          t_.paPayAccLinkHeader + " group by CompanyID, TransNo having count(*)>1" +
+                          " order by CompanyID, min(TransID)");
+        for (; !rs->eof(); rs->moveNext()) {
+            const std::string no = text(rs->field(1));
+            const std::string ids = std::to_string(whole(rs->field(3))) +
+                                    (number(rs->field(2)) > 2 ? " ... " : " and ") +
+                                    std::to_string(whole(rs->field(4)));
+            add("duplicate-number", whole(rs->field(0)), no, "",
+                (no.empty() ? std::string("entries without a number: ")
+                            : "entry number " + no + " is used by ") +
+                    rs->field(2).joinText() + " entries (TransID " + ids + ")",
+                no.empty() ? "give each a number of its own"
+                           : "give all but one of them a number of their own");
+        }
+
+        // The suffix after the company's prefix: the numbering takes the highest whole one,
+        // and the classic statement fails on one that isnumeric accepts and int refuses.
+        const std::string prefix = "isnull(x.Prefix,'')";
+        const std::string suffix = "substring(h.TransNo,len(" + prefix + ")+1,4000)";
+        std::string sql = "select h.CompanyID, h.TransNo, " + prefix + " Prefix, try_convert(int," + suffix +
+                          ") Number from " + t_.paPayAccLinkHeader + " h left join " + t_.pprefix +
+                          " x on x.companyid=h.CompanyID and x.InterfaceID=" + std::to_string(interfaceId);
+        sql += " where len(h.TransNo)>len(" + prefix +
+               ") and (x.Prefix=substring(h.TransNo,1,len(x.Prefix)) or " + prefix + "='') and isnumeric(" +
+               suffix + ")=1 and isnull(try_convert(int," + suffix + "),2147483647)=2147483647";
+        sql += " order by h.CompanyID, h.TransID";
+        rs = c_.open(sql);
+        for (; !rs->eof(); rs->moveNext()) {
+            const bool last = !rs->field(3).isNull();
+            add("number-blocks-numbering", whole(rs->field(0)), text(rs->field(1)), "",
+                "entry number " + text(rs->field(1)) + " continues the prefix '" + text(rs->field(2)) +
+                    "' with " +
+                    (last ? std::string("the highest number there is, so no entry can be numbered after it")
+                          : std::string("a number that is not a whole one, so the classic numbering fails "
+                                        "for every new entry of the company")),
+                "renumber it with a whole number below " + std::string(last ? "2147483647" : "that limit"));
+        }
+    }
+
+    long count(const std::string& sql) {
+        auto rs = c_.open(sql);
+        return rs->eof() ? 0 : static_cast<long>(number(rs->field(0)));
+    }
+
+    AuditResult result;
+
+private:
+    data::Connection& c_;
+    const data::TableNames& t_;
+};
+
+}  // namespace
+
+AuditResult RunAudit(data::Connection& connection, const data::TableNames& tables, int32_t interfaceId) {
+    sql::RequireTables(tables);
+    Audit audit(connection, tables);
+    for (const SourceKind& k : kKinds) audit.sources(k);
+    // Twice-linked first, then the flags, whatever table they came from.
+    std::stable_sort(audit.result.findings.begin(), audit.result.findings.end(),
+                     [](const Finding& a, const Finding& b) {
+                         auto rank = [](const std::string& c) {
+                             return c == "twice-linked" ? 0 : c == "flag-without-link" ? 1 : 2;
+                         };
+                         return rank(a.check) < rank(b.check);
+                     });
+    audit.balance();
+    audit.lines();
+    audit.numbers(interfaceId);
+    audit.result.entries = audit.count("select count(*) from " + tables.paPayAccLinkHeader);
+    for (const SourceKind& k : kKinds)
+        audit.result.sources += audit.count(std::string("select count(*) from ") + k.table);
+    return std::move(audit.result);
+}
+
+}  // namespace report
