@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <functional>
 #include <iostream>
-#include <map>
 #include <stdexcept>
+#include <vector>
 
 #include "common/Conv.h"
 #include "common/DateTime.h"
@@ -252,8 +252,12 @@ int runAudit(const Options& o, data::Connection& c, int32_t interfaceId) {
         else
             for (const report::Finding& f : result.findings) std::cout << findingLine(f) << "\n";
 
-        std::map<std::string, int> byCheck;
-        for (const report::Finding& f : result.findings) ++byCheck[f.check];
+        // Counted per check, in the order the checks run.
+        std::vector<std::pair<std::string, int>> byCheck;
+        for (const report::Finding& f : result.findings) {
+            if (byCheck.empty() || byCheck.back().first != f.check) byCheck.emplace_back(f.check, 0);
+            ++byCheck.back().second;
+        }
         std::string summary;
         for (const auto& [check, n] : byCheck)
             summary += (summary.empty() ? "" : ", ") + std::to_string(n) + " " + check;

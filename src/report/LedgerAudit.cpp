@@ -31,6 +31,7 @@ const SourceKind kKinds[] = {
 
 int32_t whole(const common::Value& v) { return static_cast<int32_t>(number(v)); }
 std::string amount(double v) { return common::Format(v, "0.00"); }
+std::string tolerance(double v) { return common::Format(v, "0.000"); }
 
 class Audit {
 public:
@@ -71,7 +72,7 @@ public:
                                                 ? first + " and " + last
                                                 : first + " ... " + last + " (" + std::to_string(live) + ")";
                 add("twice-linked", company, entries, source,
-                    "linked by " + std::to_string(live) + " live entries, " + entries,
+                    "linked by " + std::to_string(live) + " live entries",
                     "cancel the one that linked it in error, then set " + flag +
                         " to 1 again, since the cancellation releases it");
             } else if (live == 0) {
@@ -123,9 +124,9 @@ public:
                               compSymbol = text(rs->field("CompSymbol"));
             add("unbalanced", whole(rs->field(0)), text(rs->field(2)), "",
                 "department amounts sum to " + amount(d) + " " + deptSymbol + " and company amounts to " +
-                    amount(k) + " " + compSymbol +
-                    " (allowed: " + amount(0.005 * (1 + number(rs->field("DeptHand")))) + " and " +
-                    amount(0.005 * (1 + number(rs->field("CompHand")))) + ")",
+                    amount(k) + " " + compSymbol + " (within " +
+                    tolerance(0.005 * (1 + number(rs->field("DeptHand")))) + " and " +
+                    tolerance(0.005 * (1 + number(rs->field("CompHand")))) + " would do)",
                 "open it and correct its lines, or cancel it and post its sources again");
         }
     }
@@ -199,7 +200,7 @@ public:
                     (last ? std::string("the highest number there is, so no entry can be numbered after it")
                           : std::string("a number that is not a whole one, so the classic numbering fails "
                                         "for every new entry of the company")),
-                "renumber it with a whole number below " + std::string(last ? "2147483647" : "that limit"));
+                last ? "renumber it, and any entry after it, below that" : "renumber it with a whole number");
         }
     }
 

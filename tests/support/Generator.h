@@ -23,4 +23,22 @@ struct GeneratorOptions {
 // earlier attempts at the same runs. All of it in one transaction.
 void generateLarge(data::Connection& c, const GeneratorOptions& o);
 
+// A company's month ends: departments in the company's currency and in two others (rates
+// not 1), each with its payroll runs and its payments of the six kinds in every month (the
+// 28th, months up to October 2026). The sources of the first postedMonths months are linked
+// and flagged: per month, department and type, entriesPerType live entries share them, and
+// every cancelledEvery-th of those entries has a cancelled twin holding the same sources.
+struct MonthEndOptions {
+    int companyId = 1;
+    int departments = 3;
+    int employees = 8;  // per department; one run each per month
+    int payments = 12;  // per department and month, the kinds in turn
+    int months = 3;
+    int postedMonths = 2;
+    int entriesPerType = 1;
+    int cancelledEvery = 0;  // 0: none
+    unsigned seed = 1;
+};
+void generateMonthEnd(data::Connection& c, const MonthEndOptions& o);
+
 }  // namespace testsupport

@@ -1,0 +1,210 @@
+// Month-end status, audit and trace on generated company data (departments in three
+// currencies, payroll and the six kinds of payment, entries live and cancelled) and on the
+// demo: through the report queries and through the program as a scheduler runs it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "TestSupport.h"
+#include "browser/PostAllDepartments.h"
+#include "data/TableNames.h"
+#include "report/LedgerAudit.h"
+#include "report/MonthStatus.h"
+#include "support/Generator.h"
+
+namespace {
+
+using testsupport::ProgramResult;
+
+class MonthEndTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        data::setComponentFolder(tmp.path().string());
+        const std::string& made = testsupport::templateDb("monthend", false, [](data::Connection& c) {
+            testsupport::MonthEndOptions o;
+            o.departments = 3;
+            o.employees = 5;
+            o.payments = 8;
+            o.months = 2;
+            o.postedMonths = 1;
+            o.entriesPerType = 2;
+            o.cancelledEvery = 4;
+            testsupport::generateMonthEnd(c, o);
+        });
+        db = testsupport::copyDb(made, tmp.file("month.db"));
+        c = data::sqlite::open(db);
+        data::AssignTableName(*c, tables);
+    }
+    report::MonthStatus status(int month) {
+        report::StatusFilter f;
+        f.from = common::DateTime::ymd(2026, month, 1);
+        f.to = common::DateTime::ymd(2026, month, common::daysInMonth(2026, month));
+        return report::LoadMonthStatus({*c, tables, 1, 1}, f);
+    }
+    ProgramResult run(const std::string& args) {
+        return testsupport::runProgram(tmp.path().string(), args + " --db month.db --date 28/10/2026");
+    }
+    double scalar(const std::string& sql) { return c->open(sql)->field(0).toDouble(); }
+
+    testsupport::TempDir tmp;
+    std::string db;
+    data::ConnectionPtr c;
+    data::TableNames tables;
+};
+
+TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowed) {
+    // September was posted: every source of every type and department is held, by the live
+    // entries listed, and the cancelled twins release nothing.
+    const report::MonthStatus september = status(9);
+    ASSERT_EQ(september.cells.size(), 3u * 7u);
+    for (const report::StatusCell& cell : september.cells) {
+        EXPECT_EQ(cell.posted, cell.sources) << cell.typeCode << " " << cell.department;
+        EXPECT_EQ(cell.open + cell.released, 0);
+        EXPECT_EQ(cell.entries.size(), cell.typeCode == "P" ? 2u : 1u + (cell.sources > 1));
+    }
+
+    const report::MonthStatus before = status(10);
+    EXPECT_EQ(before.total().sources, 3 * (5 + 8));
+    EXPECT_EQ(before.total().open, before.total().sources);
+    ProgramResult open = run("status --from 01/10/2026 --to 31/10/2026 --csv open.csv");
+    EXPECT_EQ(open.status, 1) << open.err;
+    const std::string csv = testsupport::slurp(tmp.file("open.csv"));
+    EXPECT_EQ(csv.substr(0, csv.find('\n') + 1),
+              "type,department,sources,posted,open,open_amount,entries\r\n");
+    EXPECT_NE(csv.find("Payroll,Department 2,5,0,5,"), std::string::npos) << csv;
+
+    for (const auto& type : common::kTransactionTypes) {
+        browser::PostSession s;
+        s.connection = c;
+        s.processDate = "28/10/2026";
+        browser::PostRequest r;
+        r.type = type.name;
+        r.from = common::DateTime::ymd(2026, 10, 1);
+        r.to = common::DateTime::ymd(2026, 10, 31);
+        for (const auto& d : browser::PostAllDepartments(s).run(r))
+            ASSERT_EQ(d.status, browser::DepartmentOutcome::Status::Posted)
+                << type.name << " " << d.name << ": " << d.reason;
+    }
+
+    // Each cell's open amount was what its entries now debit in the company's currency: a
+    // payroll run's basic and allowances, a payment's lines, converted at rates that are not 1.
+    const report::MonthStatus after = status(10);
+    ASSERT_EQ(after.cells.size(), before.cells.size());
+    std::set<double> amounts;
+    for (size_t i = 0; i < after.cells.size(); ++i) {
+        const report::StatusCell &was = before.cells[i], &now = after.cells[i];
+        EXPECT_EQ(now.open, 0);
+        EXPECT_EQ(now.posted, was.sources);
+        ASSERT_EQ(now.entries.size(), 1u) << now.typeCode << " " << now.department;
+        const double debited =
+            scalar("select sum(CompAmount) from paPayAccLinkDetails where Credit=0 and TransID=" +
+                   std::to_string(now.entries[0].transId));
+        EXPECT_NEAR(was.openAmount, debited, 0.001) << now.typeCode << " " << now.department;
+        amounts.insert(was.openAmount);
+    }
+    EXPECT_EQ(amounts.size(), before.cells.size()) << "every cell has an amount of its own";
+    EXPECT_EQ(run("status --from 01/10/2026 --to 31/10/2026").status, 0);
+
+    // A cancelled entry releases its runs: open again, counted as released, exit status 1.
+    const report::EntryRef payroll = after.find("P", before.cells.front().departmentId)->entries[0];
+    c->execute("update paPayAccLinkHeader set Cancelled=1 where TransID=" + std::to_string(payroll.transId));
+    const report::StatusCell* released = status(10).find("P", before.cells.front().departmentId);
+    EXPECT_EQ(released->released, 5);
+    EXPECT_EQ(released->open, 5);
+    EXPECT_NEAR(released->openAmount, before.cells.front().openAmount, 0.001);
+    ProgramResult table = run("status --from 01/10/2026 --to 31/10/2026 --type payroll");
+    EXPECT_EQ(table.status, 1);
+    EXPECT_EQ(table.out.find("Savings"), std::string::npos) << table.out;
+}
+
+TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) {
+    ProgramResult clean = run("audit");
+    EXPECT_EQ(clean.status, 0) << clean.out << clean.err;
+    EXPECT_EQ(clean.out.rfind("No findings: ", 0), 0u) << clean.out;
+
+    auto id = [&](const std::string& sql) { return std::to_string(static_cast<long>(scalar(sql))); };
+    const std::string live = " from paPayAccLinkHeader h where h.Cancelled=0 and h.TransType=";
+    const std::string linked =
+        id("select min(RefTransID) from paPayAccLinkDetails d inner join paPayAccLinkHeader h "
+           "on h.TransID=d.TransID where h.TransType='P'");
+    const std::string openRun = id("select max(mppProcessID) from pMonthlyPayRollProcessing");
+    const std::string payment =
+        id("select min(RefTransID) from paPayAccLinkDetails d inner join "
+           "paPayAccLinkHeader h on h.TransID=d.TransID where h.TransType='S'");
+    std::vector<std::string> e;  // four live payroll entries
+    for (int k = 0; k < 4; ++k)
+        e.push_back(id("select min(h.TransID)" + live + "'P' and h.TransID>" + (k ? e.back() : "0")));
+    const std::string copied = id("select max(h.TransID)" + live + "'O'");
+    auto number = [&](const std::string& trans) {
+        return c->open("select TransNo from paPayAccLinkHeader where TransID=" + trans)->field(0).toText();
+    };
+    for (
+        const std::string& fault : std::vector<std::string>{
+            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, "
+            "Cancelled) values (1, 900, 1, 'PAL/900', '2026-09-30', 'P', 0)",
+            "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, RefTransID) values (1, 900, 1, " +
+                linked + ")",
+            "update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + openRun,
+            "update pPaymentHeader set phPosted=0 where phPaymentID=" + payment,
+            "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+0.02 where DetailID=1 and TransID=" +
+                e[0],
+            "update paPayAccLinkPostingDetails set AccountID=999999 where DetailID=2 and TransID=" + e[1],
+            "update paPayAccLinkPostingDetails set AccCurrID=NULL where DetailID=1 and TransID=" + e[2],
+            "update paPayAccLinkHeader set TransNo='" + number(copied) + "' where TransID=" + e[3],
+            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
+            "TransType, "
+            "Cancelled) values (1, 901, 1, 'PAL/1.5', '2026-09-30', 'P', 1)"})
+        c->execute(fault);
+    const auto state = [&] {
+        std::string s;
+        for (const char* table : {"paPayAccLinkHeader", "paPayAccLinkDetails", "paPayAccLinkPostingDetails",
+                                  "pMonthlyPayRollProcessing", "pPaymentHeader", "linktable"})
+            for (auto rs = c->open(std::string("select * from ") + table); !rs->eof(); rs->moveNext())
+                for (int i = 0; i < rs->fieldCount(); ++i) s += rs->field(i).joinText() + "|";
+        return s;
+    };
+    const std::string before = state();
+
+    ProgramResult found = run("audit --csv audit.csv");
+    EXPECT_EQ(found.status, 1) << found.err;
+    EXPECT_EQ(state(), before);
+    EXPECT_NE(found.out.find("8 finding(s): "), std::string::npos) << found.out;
+    // check, then the entry and the source it must name.
+    const std::map<std::string, std::pair<std::string, std::string>> expected = {
+        {"twice-linked", {number(e[0]).substr(0, 4), "(id " + linked + ")"}},
+        {"flag-without-link", {"", "(id " + openRun + ")"}},
+        {"link-without-flag", {"PAL/", "payment "}},
+        {"unbalanced", {number(e[0]), ""}},
+        {"unknown-account", {number(e[1]), ""}},
+        {"no-currency", {number(e[2]), ""}},
+        {"duplicate-number", {number(copied), ""}},
+        {"number-blocks-numbering", {"PAL/1.5", ""}}};
+    std::map<std::string, int> seen;
+    std::stringstream rows(testsupport::slurp(tmp.file("audit.csv")));
+    std::string row;
+    std::getline(rows, row);
+    EXPECT_EQ(row, "check,company,entry,source,finding,action\r");
+    while (std::getline(rows, row)) {
+        const std::string check = row.substr(0, row.find(','));
+        ++seen[check];
+        ASSERT_TRUE(expected.count(check)) << row;
+        EXPECT_NE(row.find("," + expected.at(check).first), std::string::npos) << row;
+        EXPECT_NE(row.find(expected.at(check).second), std::string::npos) << row;
+    }
+    for (const auto& [check, where] : expected) EXPECT_EQ(seen[check], 1) << check;
+    EXPECT_NE(testsupport::slurp(tmp.file("audit.csv")).find("(id " + payment + ")"), std::string::npos);
+
+    // A database that is not one of ours: one line, status 2.
+    data::sqlite::OpenOptions create;
+    create.create = true;
+    data::sqlite::open(tmp.file("other.db"), create)->execute("create table x (a int)");
+    ProgramResult other = testsupport::runProgram(tmp.path().string(), "audit --db other.db");
+    EXPECT_EQ(other.status, 2);
+    EXPECT_EQ(std::count(other.err.begin(), other.err.end(), '\n'), 1) << other.err;
+}
+
+}  // namespace
