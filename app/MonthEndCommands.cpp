@@ -86,17 +86,19 @@ std::string statusTable(const report::MonthStatus& s, const std::string& from, c
     const char* row = "%-18s %-26s %7s %7s %7s %14s %8s  %s\n";
     out += line(row, "Type", "Department", "Sources", "Posted", "Open", "Open amount", "Released", "Entries");
     bool missingRate = false;
-    auto print = [&](const std::string& type, const std::string& department, const report::StatusCell& c) {
+    auto print = [&](const std::string& type, const std::string& department, const report::StatusCell& c,
+                     const std::string& entries) {
         missingRate |= c.withoutRate > 0;
         out +=
             line(row, cut(type, 18).c_str(), cut(department, 26).c_str(), std::to_string(c.sources).c_str(),
                  std::to_string(c.posted).c_str(), std::to_string(c.open).c_str(),
                  (amount(c.openAmount) + (c.withoutRate > 0 ? "*" : "")).c_str(),
-                 std::to_string(c.released).c_str(), entryNumbers(c.entries).c_str());
+                 std::to_string(c.released).c_str(), entries.c_str());
     };
-    for (const report::StatusCell& c : s.cells) print(report::fields::typeName(c.typeCode), c.department, c);
+    for (const report::StatusCell& c : s.cells)
+        print(report::fields::typeName(c.typeCode), c.department, c, entryNumbers(c.entries));
     const report::StatusCell total = s.total();
-    print("Total", "", total);
+    print("Total", "", total, std::to_string(total.entries.size()) + " live entries");
     if (missingRate)
         out += "* " + std::to_string(total.withoutRate) + " open source(s) have no exchange rate to " +
                currency + " and are left out of the amount.\n";

@@ -66,8 +66,8 @@ CREATE TABLE paPayAccLinkDetails (
     Credit          int NULL DEFAULT 0,
     CONSTRAINT pkPayAccLinkDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
--- The save looks up which entries link a source.
-CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID);
+-- The save, the month-end status and the audit look up which entries link a source.
+CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID, TransID);
 
 CREATE TABLE paPayAccLinkPostingDetails (
     CompanyID      int NOT NULL,
@@ -191,6 +191,8 @@ CREATE TABLE pMonthlyPayRollProcessing (
 CREATE INDEX ixPayrollDepartmentDate
     ON pMonthlyPayRollProcessing (mppCompanyID, mppDepartmentID, mppProcessedDate);
 CREATE INDEX ixPayrollDate ON pMonthlyPayRollProcessing (mppProcessedDate);
+-- The month-end status reads a company's runs and payments of a month.
+CREATE INDEX ixPayrollCompanyDate ON pMonthlyPayRollProcessing (mppCompanyID, mppProcessedDate);
 
 CREATE TABLE pPaymentHeader (
     phCompanyID    int NOT NULL,
@@ -207,6 +209,7 @@ CREATE TABLE pPaymentHeader (
 );
 CREATE INDEX ixPaymentDepartmentType
     ON pPaymentHeader (phCompanyID, phDepartmentID, phType, phDate);
+CREATE INDEX ixPaymentCompanyDate ON pPaymentHeader (phCompanyID, phDate);
 
 CREATE TABLE pPaymentDetails (
     pdCompanyID   int NOT NULL,

@@ -43,22 +43,28 @@ public:
             {check, company, std::move(entry), std::move(source), std::move(text), std::move(action)});
     }
 
-    // One pass over each source table: every source with the live entries that link it,
-    // grouped, keeping only those whose links or flag are wrong.
-    void sources(const SourceKind& k) {
-        std::string sql = "select m." + std::string(k.company) + " CompanyID, m." + k.id + " SourceID, m." +
-                          k.no + " SourceNo, isnull(m." + k.flag +
-                          ",0) Flag, count(distinct h.TransID) Live," +
-                          " min(h.TransNo) FirstEntry, max(h.TransNo) LastEntry from " + k.table + " m";
-        sql += " left join " + t_.paPayAccLinkDetails + " d on d.CompanyID=m." + k.company +
-               " and d.RefTransID=m." + k.id;
-        sql += " left join " + t_.paPayAccLinkHeader +
-               " h on h.CompanyID=d.CompanyID and h.TransID=d.TransID and " + sql::KindOf("h", k.payroll) +
-               " and isnull(h.Cancelled,0)<>1";
-        sql += " group by m." + std::string(k.company) + ", m." + k.id + ", m." + k.no + ", m." + k.flag;
-        const std::string live = "count(distinct h.TransID)";
-        sql += " having " + live + ">1 or (" + live + "=0 and m." + k.flag + "=1) or (" + live +
-               ">0 and isnull(m." + k.flag + ",0)<>1)";
+    // One pass over a company's sources of one table. The spread of the live entries' keys
+    // (none, 0 for one entry, more for several) and the flag decide which are wrong; only for
+    // those are the entries counted and named.
+    void sources(const SourceKind& k, const std::string& company) {
+        auto links = [&](const std::string& what, const std::string& id) {
+            return "(select " + what + " from " + t_.paPayAccLinkDetails + " d where " +
+                   sql::LinksFor(t_, company, id, k.payroll, true) + ")";
+        };
+        auto entryNo = [&](const char* which) {
+            return "(select " + std::string(which) + "(h.TransNo) from " + t_.paPayAccLinkHeader +
+                   " h where h.CompanyID=" + company + " and h.TransID in " +
+                   links("d.TransID", "m.SourceID") + ")";
+        };
+        const std::string id = std::string("m.") + k.id;
+        std::string perSource = "select m." + std::string(k.company) + " CompanyID, " + id + " SourceID, m." +
+                                k.no + " SourceNo, case when m." + k.flag + "=1 then 1 else 0 end Flag, " +
+                                links("max(d.TransID)-min(d.TransID)", id) + " Spread from " + k.table +
+                                " m where m." + k.company + "=" + company;
+        std::string sql = "select m.CompanyID, m.SourceID, m.SourceNo, m.Flag, " +
+                          links("count(distinct d.TransID)", "m.SourceID") + " Live, " + entryNo("min") +
+                          " FirstEntry, " + entryNo("max") + " LastEntry from (" + perSource + ") m";
+        sql += " where case isnull(m.Spread,-1) when -1 then m.Flag when 0 then 1-m.Flag else 1 end=1";
         auto rs = c_.open(sql);
         for (; !rs->eof(); rs->moveNext()) {
             const int32_t company = whole(rs->field(0));
@@ -221,7 +227,15 @@ private:
 AuditResult RunAudit(data::Connection& connection, const data::TableNames& tables, int32_t interfaceId) {
     sql::RequireTables(tables);
     Audit audit(connection, tables);
-    for (const SourceKind& k : kKinds) audit.sources(k);
+    // Company by company, so that each reads its entries of a kind once, as a list.
+    auto rs = connection.open("select CompanyID from " + tables.pCompanyMaster +
+                              " union select CompanyID from " + tables.paPayAccLinkHeader +
+                              " union select mppCompanyID from pMonthlyPayRollProcessing" +
+                              " union select phCompanyID from pPaymentHeader");
+    std::vector<std::string> companies;
+    for (; !rs->eof(); rs->moveNext()) companies.push_back(rs->field(0).joinText());
+    for (const std::string& company : companies)
+        for (const SourceKind& k : kKinds) audit.sources(k, company);
     // Twice-linked first, then the flags, whatever table they came from.
     std::stable_sort(audit.result.findings.begin(), audit.result.findings.end(),
                      [](const Finding& a, const Finding& b) {

@@ -15,9 +15,9 @@ namespace {
 using fields::number;
 using fields::text;
 
-// The conditions a source table's rows meet: the session company, the range and the filter.
+// A source table as the statements read it, under alias m.
 struct SourceTable {
-    const char* table;  // with its alias
+    const char* table;
     const char* company;
     const char* id;
     const char* date;
@@ -41,6 +41,7 @@ const SourceTable kPayments{"pPaymentHeader m",
                             "m.phcurrencyid",
                             false};
 
+// The company's, the range's and the filter's sources.
 std::string where(const SourceTable& s, const Session& session, const StatusFilter& f) {
     std::string sql = " where " + std::string(s.company) + "=" + std::to_string(session.companyId) +
                       sql::DateRange(s.date, f.from, f.to);
@@ -49,71 +50,47 @@ std::string where(const SourceTable& s, const Session& session, const StatusFilt
     return sql;
 }
 
-// Per type and department: the counts and the open amount. A payroll run's amount is its
-// gross pay (basic and allowances, the debit side of its entry), a payment's the sum of its
-// lines, each line converted and rounded to the cent as its entry line would be.
-std::string countsStatement(const Session& session, const SourceTable& s, const StatusFilter& f) {
+// One row per type, department and live entry (none for the open sources): how many
+// sources, how many of those a cancelled entry released, and their amount in the company's
+// currency with the count of those without a rate. A payroll run's amount is its gross pay
+// (basic and allowances, the debit side of its entry), a payment's the sum of its lines,
+// each converted and rounded to the cent as its entry's line would be.
+std::string statusStatement(const Session& session, const SourceTable& s, const StatusFilter& f) {
     const data::TableNames& t = session.tables;
-    std::string perSource = "select " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " +
-                            s.company + " CompanyID, " + s.id + " SourceID, " + s.department +
-                            " DepartmentID, ";
-    perSource += sql::LinkedBy(t, s.company, s.id, s.payroll, true) + " Live, ";
-    perSource += sql::LinkedBy(t, s.company, s.id, s.payroll, false) + " Dead, ";
-    perSource += sql::RateToCompany(s.currency) + " Rate";
-    if (s.payroll) perSource += ", m.mppBasic Basic, m.mppAllowances Allowances";
-    perSource += " from " + std::string(s.table);
-    if (s.payroll)
-        perSource += " left join pemployee e on e.eCompanyID=m.mppCompanyID and e.eEmployeeID=m.mppEmpID";
-    perSource += " left join " + t.pCompanyMaster + " c on c.CompanyID=" + s.company;
-    perSource += " left join pExchangeRate x on x.CompanyID=" + std::string(s.company) +
-                 " and x.CurrencyID1=c.CurrencyID and x.CurrencyID2=" + s.currency;
-    perSource += where(s, session, f);
-
-    // The amount is Null where the rate is missing, so that such sources are counted apart.
-    std::string amounts;
+    const std::string company = std::to_string(session.companyId);
+    std::string amount;
     if (s.payroll) {
-        amounts =
-            "select s.TransType, s.DepartmentID, s.Live, s.Dead, "
-            "round(s.Basic*s.Rate,2)+round(s.Allowances*s.Rate,2)"
-            " Amount from (" +
-            perSource + ") s";
+        const std::string rate = sql::RateToCompany(s.currency);
+        amount = "round(m.mppBasic*" + rate + ",2)+round(m.mppAllowances*" + rate + ",2)";
     } else {
-        amounts =
-            "select s.TransType, s.DepartmentID, s.Live, s.Dead, case when s.Rate is null then null"
-            " else isnull(sum(round(l.pdPaymentAmt*s.Rate,2)),0) end Amount from (" +
-            perSource + ") s";
-        amounts += " left join pPaymentDetails l on l.pdCompanyID=s.CompanyID and l.pdPaymentID=s.SourceID";
-        amounts += " group by s.CompanyID, s.SourceID, s.TransType, s.DepartmentID, s.Live, s.Dead, s.Rate";
+        // Lines without a rate give Null, a payment without lines 0.
+        amount =
+            "(select case when count(*)=0 then 0 else sum(round(l.pdPaymentAmt*" +
+            sql::RateToCompany("p.phcurrencyid") +
+            ",2)) end from pPaymentDetails l inner join pPaymentHeader p on p.phCompanyID=l.pdCompanyID and"
+            " p.phPaymentID=l.pdPaymentID left join " +
+            t.pCompanyMaster +
+            " c on c.CompanyID=p.phCompanyID left join pExchangeRate x on x.CompanyID=p.phCompanyID and"
+            " x.CurrencyID1=c.CurrencyID and x.CurrencyID2=p.phcurrencyid where l.pdCompanyID=" +
+            company + " and l.pdPaymentID=m.phPaymentID)";
     }
-    return "select a.TransType, a.DepartmentID, count(*) Sources, sum(a.Live) Posted,"
-           " sum(case when a.Live=0 and a.Dead=1 then 1 else 0 end) Released,"
-           " sum(case when a.Live=0 then isnull(a.Amount,0) else 0 end) OpenAmount,"
-           " sum(case when a.Live=0 and a.Amount is null then 1 else 0 end) WithoutRate from (" +
-           amounts + ") a group by a.TransType, a.DepartmentID";
-}
-
-// The live entries that hold the range's sources, per type and department.
-std::string entriesStatement(const Session& session, const SourceTable& s, const StatusFilter& f) {
-    const data::TableNames& t = session.tables;
-    std::string sql = "select distinct " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " +
-                      s.department + " DepartmentID, h.TransID, h.TransNo from " + s.table;
-    sql += " inner join " + t.paPayAccLinkDetails + " d on d.CompanyID=" + s.company +
-           " and d.RefTransID=" + s.id;
-    sql += " inner join " + t.paPayAccLinkHeader + " h on h.CompanyID=d.CompanyID and h.TransID=d.TransID";
-    sql += where(s, session, f) + " and " + sql::KindOf("h", s.payroll) + " and isnull(h.Cancelled,0)<>1";
-    return sql;
-}
-
-// The branches the filter asks for, joined by union.
-std::string bothKinds(const Session& session, const StatusFilter& f,
-                      std::string (*statement)(const Session&, const SourceTable&, const StatusFilter&),
-                      const char* join) {
-    const bool runs = !f.type || *f.type == "P", payments = !f.type || *f.type != "P";
-    std::string sql;
-    if (runs) sql = statement(session, kRuns, f);
-    if (payments)
-        sql += (sql.empty() ? "" : std::string(" ") + join + " ") + statement(session, kPayments, f);
-    return sql;
+    std::string perSource = "select " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " +
+                            s.department + " DepartmentID, " + sql::LiveEntry(t, company, s.id, s.payroll) +
+                            " TransID, " + sql::LinkedByCancelled(t, company, s.id, s.payroll) +
+                            " Released, " + amount + " Amount";
+    perSource += " from " + std::string(s.table);
+    if (s.payroll) {
+        perSource += " left join pemployee e on e.eCompanyID=m.mppCompanyID and e.eEmployeeID=m.mppEmpID";
+        perSource += " left join " + t.pCompanyMaster + " c on c.CompanyID=m.mppCompanyID";
+        perSource +=
+            " left join pExchangeRate x on x.CompanyID=m.mppCompanyID and x.CurrencyID1=c.CurrencyID and"
+            " x.CurrencyID2=e.ecurrencyid";
+    }
+    perSource += where(s, session, f);
+    return "select a.TransType, a.DepartmentID, a.TransID, count(*) Sources, sum(a.Released) Released,"
+           " sum(isnull(a.Amount,0)) Amount, sum(case when a.Amount is null then 1 else 0 end) WithoutRate "
+           "from (" +
+           perSource + ") a group by a.TransType, a.DepartmentID, a.TransID";
 }
 
 int typeOrder(const std::string& code) {
@@ -181,32 +158,41 @@ MonthStatus LoadMonthStatus(const Session& session, const StatusFilter& filter) 
         status.departments.push_back(std::move(d));
     }
 
+    // The branches the filter asks for; the entries' numbers joined on after grouping.
+    std::string sql;
+    if (!filter.type || *filter.type == "P") sql = statusStatement(session, kRuns, filter);
+    if (!filter.type || *filter.type != "P")
+        sql += (sql.empty() ? "" : " union all ") + statusStatement(session, kPayments, filter);
+    sql =
+        "select g.TransType, g.DepartmentID, g.TransID, h.TransNo, g.Sources, g.Released, g.Amount, "
+        "g.WithoutRate"
+        " from (" +
+        sql + ") g left join " + t.paPayAccLinkHeader + " h on h.CompanyID=" + company +
+        " and h.TransID=g.TransID";
     std::map<std::pair<std::string, int32_t>, StatusCell> cells;
-    rs = session.connection.open(bothKinds(session, filter, countsStatement, "union all"));
-    for (; !rs->eof(); rs->moveNext()) {
-        StatusCell c;
-        c.typeCode = common::UCase(text(rs->field("TransType")));
-        c.departmentId = static_cast<int32_t>(number(rs->field("DepartmentID")));
-        c.sources = static_cast<int>(number(rs->field("Sources")));
-        c.posted = static_cast<int>(number(rs->field("Posted")));
-        c.open = c.sources - c.posted;
-        c.released = static_cast<int>(number(rs->field("Released")));
-        c.openAmount = number(rs->field("OpenAmount"));
-        c.withoutRate = static_cast<int>(number(rs->field("WithoutRate")));
-        auto name = names.find(c.departmentId);
-        c.department = name != names.end() ? name->second : "Department " + std::to_string(c.departmentId);
-        cells[{c.typeCode, c.departmentId}] = std::move(c);
-    }
-    rs = session.connection.open(bothKinds(session, filter, entriesStatement, "union"));
-    for (; !rs->eof(); rs->moveNext()) {
-        auto cell =
-            cells.find({common::UCase(text(rs->field(0))), static_cast<int32_t>(number(rs->field(1)))});
-        if (cell != cells.end())
-            cell->second.entries.push_back({static_cast<int32_t>(number(rs->field(2))), text(rs->field(3))});
+    for (rs = session.connection.open(sql); !rs->eof(); rs->moveNext()) {
+        const std::string type = common::UCase(text(rs->field(0)));
+        const int32_t department = static_cast<int32_t>(number(rs->field(1)));
+        StatusCell& c = cells[{type, department}];
+        c.typeCode = type;
+        c.departmentId = department;
+        const int sources = static_cast<int>(number(rs->field(4)));
+        c.sources += sources;
+        if (!rs->field(2).isNull()) {
+            c.posted += sources;
+            c.entries.push_back({static_cast<int32_t>(number(rs->field(2))), text(rs->field(3))});
+            continue;
+        }
+        c.open += sources;
+        c.released += static_cast<int>(number(rs->field(5)));
+        c.openAmount += number(rs->field(6));
+        c.withoutRate += static_cast<int>(number(rs->field(7)));
     }
     rs->close();
 
     for (auto& [key, c] : cells) {
+        auto name = names.find(c.departmentId);
+        c.department = name != names.end() ? name->second : "Department " + std::to_string(c.departmentId);
         std::sort(c.entries.begin(), c.entries.end(), EntryOrder);
         status.cells.push_back(std::move(c));
     }

@@ -32,14 +32,34 @@ inline std::string KindOf(const std::string& h, bool payroll) {
     return h + (payroll ? ".TransType='P'" : ".TransType<>'P'");
 }
 
-// 1 when an entry, live (not cancelled) or cancelled as asked, links the source, else 0.
-inline std::string LinkedBy(const data::TableNames& t, const std::string& company, const std::string& id,
+// The company's entries of the kind, live (not cancelled) or cancelled, as a list for IN.
+inline std::string EntriesOfKind(const data::TableNames& t, const std::string& company, bool payroll,
+                                 bool live) {
+    return "(select h.TransID from " + t.paPayAccLinkHeader + " h where h.CompanyID=" + company + " and " +
+           KindOf("h", payroll) + (live ? " and isnull(h.Cancelled,0)<>1)" : " and h.Cancelled=1)");
+}
+
+// A condition on detail alias d: it links source `id` for one of those entries. The list is
+// read once per statement; the unary plus keeps the embedded database from walking it through
+// the index, one seek per listed entry, instead of testing each of the source's few details.
+inline std::string LinksFor(const data::TableNames& t, const std::string& company, const std::string& id,
                             bool payroll, bool live) {
-    return "case when exists (select 1 from " + t.paPayAccLinkDetails + " d inner join " +
-           t.paPayAccLinkHeader +
-           " h on h.CompanyID=d.CompanyID and h.TransID=d.TransID where d.CompanyID=" + company +
-           " and d.RefTransID=" + id + " and " + KindOf("h", payroll) +
-           (live ? " and isnull(h.Cancelled,0)<>1" : " and h.Cancelled=1") + ") then 1 else 0 end";
+    return "d.CompanyID=" + company + " and d.RefTransID=" + id + " and +d.TransID in " +
+           EntriesOfKind(t, company, payroll, live);
+}
+
+// The live entry that holds the source (the last made, should there be two), or Null.
+inline std::string LiveEntry(const data::TableNames& t, const std::string& company, const std::string& id,
+                             bool payroll) {
+    return "(select max(d.TransID) from " + t.paPayAccLinkDetails + " d where " +
+           LinksFor(t, company, id, payroll, true) + ")";
+}
+
+// 1 when a cancelled entry held the source, else 0.
+inline std::string LinkedByCancelled(const data::TableNames& t, const std::string& company,
+                                     const std::string& id, bool payroll) {
+    return "case when exists (select 1 from " + t.paPayAccLinkDetails + " d where " +
+           LinksFor(t, company, id, payroll, false) + ") then 1 else 0 end";
 }
 
 // How many units of the company's currency (c.CurrencyID) one unit of `currency` buys, as the

@@ -801,7 +801,6 @@ void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDa
     SqliteConnection& s = embeddedOnly(c);
     s.runScript(embedded("schema.sql"), "schema.sql");
     s.runScript(embedded("mapping.sql"), "mapping.sql");
-    s.runScript(embedded("history.sql"), "history.sql");
     s.runScript("PRAGMA user_version = " + std::to_string(kSchemaVersion), "schema version");
     if (!demo) return;
     // The demo's dates follow from one reference day, kept in a temporary table for the
@@ -829,8 +828,7 @@ bool upgrade(Connection& c) {
     rs->close();
     if (!ours) return false;
     // Databases of the first builds got the table mapping only with the demo data.
-    // Databases of version 1 have no entry history.
-    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") + "\n" + embedded("history.sql") +
+    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") + "\n" + embedded("upgrade.sql") +
                     "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
                 "schema upgrade");
     return true;
