@@ -27,8 +27,15 @@ void RecordEntryEvent(data::Connection& connection, int32_t companyId, int32_t t
             "?, ?, ?)");
         cmd->execute({common::Value(companyId), common::Value(transId), common::Value(now()),
                       common::Value(userId), common::Value(std::string(1, action))});
-    } catch (const common::Error&) {
-        // A database without the table keeps no history; the change itself goes on.
+    } catch (const common::Error& e) {
+        // A database without the table keeps no history, and the change goes on; any other
+        // failure fails the change, as a failure of its own statements would. Neither server
+        // ends the transaction for a missing table.
+        const std::string& why = e.description();
+        const bool missing = why.find("paPayAccLinkHistory") != std::string::npos &&
+                             (why.find("no such table") != std::string::npos ||
+                              why.find("Invalid object name") != std::string::npos);
+        if (!missing) throw;
     }
 }
 
