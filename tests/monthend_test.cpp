@@ -208,3 +208,54 @@ TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) 
 }
 
 }  // namespace
+
+// A run posted, edited and cancelled from the screens by one user, then posted again by
+// another: trace shows both entries, who did what and why. A database without the history
+// table still saves, and its trace says the users were not recorded.
+TEST(MonthEndTraceTest, TraceShowsEveryEntryThatHeldARunWithItsUsersAndReason) {
+    testsupport::TempDir tmp;
+    const std::string dir = tmp.path().string();
+    testsupport::copyDb(testsupport::demoTemplate(), tmp.file("demo.db"));
+    auto run = [&](const std::string& args) { return testsupport::runProgram(dir, args + " --db demo.db"); };
+    ASSERT_EQ(run("script " PAYACC_SOURCE_DIR "/scripts/examples/entry_life.script --date 15/10/2026").status,
+              0);
+    const std::string october =
+        " --type Payroll --from 01/10/2026 --to 31/10/2026 --date 28/10/2026 --department 1";
+    ASSERT_EQ(run("post --user 3" + october).status, 0);
+    auto c = data::sqlite::open(tmp.file("demo.db"));
+    const std::string id =
+        c->open(
+             "select min(mppProcessID) from pMonthlyPayRollProcessing where mppDepartmentID=1 "
+             "and mppProcessedDate>='2026-10-01'")
+            ->field(0)
+            .toText();
+
+    ProgramResult trace = run("trace --run " + id);
+    ASSERT_EQ(trace.status, 0) << trace.err;
+    std::stringstream lines(trace.out);
+    std::string source, header, cancelled, edited, live;
+    std::getline(lines, source);
+    std::getline(lines, header);
+    std::getline(lines, cancelled);
+    std::getline(lines, edited);
+    std::getline(lines, live);
+    EXPECT_NE(source.find("(id " + id + "), "), std::string::npos) << source;
+    EXPECT_NE(source.find("Administration, dated 28/10/2026: flagged posted, held by 1 live entry."),
+              std::string::npos)
+        << source;
+    EXPECT_EQ(header.substr(0, 45), "Entry        Date       Status    Made by    ");
+    EXPECT_EQ(cancelled.substr(0, 39), "PAL/6        15/10/2026 Cancelled admin");
+    EXPECT_NE(cancelled.find("Linked twice by mistake"), std::string::npos) << cancelled;
+    EXPECT_EQ(std::count(cancelled.begin(), cancelled.end(), '/'), 1 + 2 + 2 + 2) << "its number, its date and two times of day";
+    EXPECT_EQ(edited.substr(0, 25), "    saved again by admin ");
+    EXPECT_EQ(live.substr(0, 39), "PAL/7        28/10/2026 Open      clerk");
+
+    c->execute("drop table paPayAccLinkHistory");
+    c->execute("update paPayAccLinkHeader set Cancelled=1 where TransNo='PAL/7'");
+    c->execute("update pMonthlyPayRollProcessing set mppPosted=0");
+    ASSERT_EQ(run("post --user 3" + october).status, 0);
+    trace = run("trace --run " + id);
+    EXPECT_NE(trace.out.find("PAL/8        28/10/2026 Open      -"), std::string::npos) << trace.out;
+    EXPECT_NE(trace.out.find("-: not recorded"), std::string::npos);
+    EXPECT_EQ(run("trace --payment 999999").status, 2);
+}
