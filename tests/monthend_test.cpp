@@ -9,8 +9,10 @@
 #include <sstream>
 
 #include "TestSupport.h"
+#include "browser/MonthStatusView.h"
 #include "browser/PostAllDepartments.h"
 #include "data/TableNames.h"
+#include "linking/frmPayrollAccountsLinking.h"
 #include "report/LedgerAudit.h"
 #include "report/MonthStatus.h"
 #include "support/Generator.h"
@@ -246,7 +248,8 @@ TEST(MonthEndTraceTest, TraceShowsEveryEntryThatHeldARunWithItsUsersAndReason) {
     EXPECT_EQ(header.substr(0, 45), "Entry        Date       Status    Made by    ");
     EXPECT_EQ(cancelled.substr(0, 39), "PAL/6        15/10/2026 Cancelled admin");
     EXPECT_NE(cancelled.find("Linked twice by mistake"), std::string::npos) << cancelled;
-    EXPECT_EQ(std::count(cancelled.begin(), cancelled.end(), '/'), 1 + 2 + 2 + 2) << "its number, its date and two times of day";
+    EXPECT_EQ(std::count(cancelled.begin(), cancelled.end(), '/'), 1 + 2 + 2 + 2)
+        << "its number, its date and two times of day";
     EXPECT_EQ(edited.substr(0, 25), "    saved again by admin ");
     EXPECT_EQ(live.substr(0, 39), "PAL/7        28/10/2026 Open      clerk");
 
@@ -258,4 +261,63 @@ TEST(MonthEndTraceTest, TraceShowsEveryEntryThatHeldARunWithItsUsersAndReason) {
     EXPECT_NE(trace.out.find("PAL/8        28/10/2026 Open      -"), std::string::npos) << trace.out;
     EXPECT_NE(trace.out.find("-: not recorded"), std::string::npos);
     EXPECT_EQ(run("trace --payment 999999").status, 2);
+}
+
+// The browser's month status: an open cell opens New as the user would fill it in and press
+// Show; once saved the cell is posted and opens its entry, also one older than the browser's
+// list; a user without the rights is told why nothing opens.
+class MonthStatusViewTest : public testsupport::ModuleTest {};
+
+TEST_F(MonthStatusViewTest, OpenCellOpensNewFilledInAndPostedCellItsEntry) {
+    raw->execute("update psettings set noofpreviousdays=30 where companyid=1");
+    reopen();
+    browser::MonthStatusView view(module->FrmMaster());
+    ASSERT_TRUE(view.permitted());
+    view.load(common::DateTime::ymd(2026, 10, 15));
+    int32_t admin = 0;
+    for (const report::Department& d : view.status().departments)
+        if (d.name == "Administration") admin = d.id;
+    ASSERT_EQ(view.status().find("P", admin)->open, 30);
+
+    using Opened = browser::MonthStatusView::Opened;
+    ASSERT_EQ(view.open("P", admin), Opened::NewEntry);
+    linking::frmPayrollAccountsLinking& f = module->frmPayrollAccountsLinking();
+    EXPECT_EQ(module->EntryMode, "N");
+    EXPECT_EQ(f.cboType.text() + "|" + f.cboDepartment.text() + "|" +
+                  common::formatDate(f.dtpFromDate.value(), "dd/MM/yyyy") + "|" +
+                  common::formatDate(f.dtpToDate.value(), "dd/MM/yyyy"),
+              "Payroll|Administration|01/10/2026|31/10/2026");
+    EXPECT_EQ(f.lvwTransactions.count(), 30);
+    f.chkSelectAll.userSet(1);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking"))
+        << (toolkit.messages.empty() ? "" : toolkit.messages.back().request.text);
+    module->collect();
+
+    view.load(view.from());
+    const report::StatusCell posted = *view.status().find("P", admin);  // open() reads the month again
+    ASSERT_EQ(posted.posted, 30);
+    ASSERT_EQ(view.open("P", admin), Opened::Entry);
+    EXPECT_EQ(module->EntryMode, "E");
+    EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), posted.entries[0].transNo);
+    module->frmPayrollAccountsLinking().cmdClose.userClick();
+    module->collect();
+
+    // August is older than the browser's 30 days: its entry is listed, then opened.
+    view.load(common::DateTime::ymd(2026, 8, 1));
+    ASSERT_EQ(browserRow(1), -1);
+    ASSERT_EQ(view.open("P", admin), Opened::Entry);
+    EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), "PAL/1");
+    module->frmPayrollAccountsLinking().cmdClose.userClick();
+    module->collect();
+
+    // The read-only user may look, and print, but not start an entry.
+    module->session.userId = 2;
+    reopen();
+    module->session.userId = 2;
+    browser::MonthStatusView readOnly(module->FrmMaster());
+    readOnly.load(common::DateTime::ymd(2026, 9, 1));
+    EXPECT_EQ(readOnly.open("P", admin), Opened::Nothing);
+    EXPECT_EQ(readOnly.refusal(), "You may not make new entries.");
+    EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
 }
