@@ -3,12 +3,15 @@
 #include <cstdio>
 #include <functional>
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/Files.h"
+#include "common/Utf8.h"
 #include "data/TableNames.h"
 #include "report/Fields.h"
 #include "report/LedgerAudit.h"
@@ -30,9 +33,10 @@ int guarded(const Body& body) {
     try {
         return body();
     } catch (const common::Error& e) {
-        std::cerr << "payacclink: error " << e.number() << ": " << e.description() << "\n";
+        std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
+                  << "\n";
     } catch (const std::exception& e) {
-        std::cerr << "payacclink: " << e.what() << "\n";
+        std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
     }
     return 2;
 }
@@ -61,9 +65,9 @@ std::string amount(double v) { return common::Format(v, "0.00"); }
 // printf into a string.
 template <class... Args>
 std::string line(const char* format, Args... args) {
-    char buf[512];
-    std::snprintf(buf, sizeof buf, format, args...);
-    return buf;
+    std::string out(static_cast<size_t>(std::snprintf(nullptr, 0, format, args...)), '\0');
+    std::snprintf(out.data(), out.size() + 1, format, args...);
+    return out;
 }
 
 std::string entryNumbers(const std::vector<report::EntryRef>& entries) {
@@ -72,9 +76,18 @@ std::string entryNumbers(const std::vector<report::EntryRef>& entries) {
     return out;
 }
 
-void writeCsvOrStdout(const std::string& csv, const std::function<void(std::ostream&)>& write) {
-    if (csv.empty()) return write(std::cout);
-    report::WriteFileAtomically(csv, write);
+// Written whole or not at all, beside the target and renamed over it.
+void writeCsv(const std::string& csv, const std::function<void(std::ostream&)>& write) {
+    common::OutputFile out(csv, common::OutputFile::Target::Replace);
+    write(out.stream());
+    out.commit();
+}
+
+// What the commands print holds names and remarks as stored: no control character of theirs
+// reaches the terminal.
+int shown(const std::ostringstream& text, int status) {
+    std::cout << common::terminalText(text.str(), "\n");
+    return status;
 }
 
 std::string cut(const std::string& s, size_t width) { return s.size() <= width ? s : s.substr(0, width); }
@@ -108,9 +121,9 @@ std::string statusTable(const report::MonthStatus& s, const std::string& from, c
 void statusCsv(std::ostream& out, const report::MonthStatus& s) {
     out << "type,department,sources,posted,open,open_amount,entries\r\n";
     for (const report::StatusCell& c : s.cells)
-        out << report::CsvField(report::fields::typeName(c.typeCode)) << ',' << report::CsvField(c.department)
-            << ',' << c.sources << ',' << c.posted << ',' << c.open << ',' << amount(c.openAmount) << ','
-            << report::CsvField(entryNumbers(c.entries)) << "\r\n";
+        out << report::CsvTextField(report::fields::typeName(c.typeCode)) << ','
+            << report::CsvTextField(c.department) << ',' << c.sources << ',' << c.posted << ',' << c.open
+            << ',' << amount(c.openAmount) << ',' << report::CsvTextField(entryNumbers(c.entries)) << "\r\n";
 }
 
 std::string findingLine(const report::Finding& f) {
@@ -127,9 +140,9 @@ std::string findingLine(const report::Finding& f) {
 void auditCsv(std::ostream& out, const report::AuditResult& r) {
     out << "check,company,entry,source,finding,action\r\n";
     for (const report::Finding& f : r.findings)
-        out << f.check << ',' << f.companyId << ',' << report::CsvField(f.entry) << ','
-            << report::CsvField(f.source) << ',' << report::CsvField(f.text) << ','
-            << report::CsvField(f.action) << "\r\n";
+        out << f.check << ',' << f.companyId << ',' << report::CsvTextField(f.entry) << ','
+            << report::CsvTextField(f.source) << ',' << report::CsvTextField(f.text) << ','
+            << report::CsvTextField(f.action) << "\r\n";
 }
 
 std::string eventText(const report::TracedEntry& e, char action) {
@@ -219,21 +232,23 @@ int runStatus(const Options& o, data::Connection& c, int32_t companyId, int32_t 
         const data::TableNames tables = printTables(c, companyId, userId, interfaceId);
         const report::MonthStatus status = report::LoadMonthStatus({c, tables, companyId, userId}, filter);
         const report::StatusCell total = status.total();
+        std::ostringstream out;
         if (!o.csv.empty()) {
-            writeCsvOrStdout(o.csv, [&](std::ostream& out) { statusCsv(out, status); });
-            std::cout << status.cells.size() << " line(s) written to " << o.csv << ": " << total.open
-                      << " of " << total.sources << " source(s) open\n";
+            writeCsv(o.csv, [&](std::ostream& file) { statusCsv(file, status); });
+            out << status.cells.size() << " line(s) written to " << o.csv << ": " << total.open << " of "
+                << total.sources << " source(s) open\n";
             if (total.withoutRate > 0)
                 std::cerr << "payacclink: " << total.withoutRate
-                          << " open source(s) have no exchange rate to " << status.companyCurrency
+                          << " open source(s) have no exchange rate to "
+                          << common::terminalText(status.companyCurrency)
                           << "; open_amount leaves them out\n";
         } else if (status.cells.empty()) {
-            std::cout << "No payroll runs or payments dated " << o.from << " to " << o.to << " in company "
-                      << companyId << ".\n";
+            out << "No payroll runs or payments dated " << o.from << " to " << o.to << " in company "
+                << companyId << ".\n";
         } else {
-            std::cout << statusTable(status, o.from, o.to);
+            out << statusTable(status, o.from, o.to);
         }
-        return total.open > 0 ? 1 : 0;
+        return shown(out, total.open > 0 ? 1 : 0);
     });
 }
 
@@ -249,10 +264,11 @@ int runAudit(const Options& o, data::Connection& c, int32_t interfaceId) {
                 e.description());
         }
         const report::AuditResult result = report::RunAudit(c, tables, interfaceId);
+        std::ostringstream out;
         if (!o.csv.empty())
-            writeCsvOrStdout(o.csv, [&](std::ostream& out) { auditCsv(out, result); });
+            writeCsv(o.csv, [&](std::ostream& file) { auditCsv(file, result); });
         else
-            for (const report::Finding& f : result.findings) std::cout << findingLine(f) << "\n";
+            for (const report::Finding& f : result.findings) out << findingLine(f) << "\n";
 
         // Counted per check, in the order the checks run.
         std::vector<std::pair<std::string, int>> byCheck;
@@ -266,11 +282,11 @@ int runAudit(const Options& o, data::Connection& c, int32_t interfaceId) {
         const std::string read = std::to_string(result.entries) + " entries and " +
                                  std::to_string(result.sources) + " payroll runs and payments read";
         if (result.findings.empty())
-            std::cout << "No findings: " << read << ".\n";
+            out << "No findings: " << read << ".\n";
         else
-            std::cout << result.findings.size() << " finding(s): " << summary << " (" << read << ")"
-                      << (o.csv.empty() ? "" : ", written to " + o.csv) << ".\n";
-        return result.findings.empty() ? 0 : 1;
+            out << result.findings.size() << " finding(s): " << summary << " (" << read << ")"
+                << (o.csv.empty() ? "" : ", written to " + o.csv) << ".\n";
+        return shown(out, result.findings.empty() ? 0 : 1);
     });
 }
 
@@ -286,29 +302,29 @@ int runTrace(const Options& o, data::Connection& c, int32_t companyId, int32_t u
             throw Refused("no " + noun + " " + std::to_string(id) + " in company " +
                           std::to_string(companyId));
 
-        std::cout << (payroll ? "Payroll run " : t.typeName + " payment ") << t.number << " (id " << id
-                  << "), " << (t.employee.empty() ? "no employee" : t.employee) << ", " << t.department
-                  << ", dated " << t.date << ": " << (t.flagged ? "flagged posted" : "not flagged posted")
-                  << ", held by " << t.live() << " live entr" << (t.live() == 1 ? "y" : "ies") << ".\n";
+        std::ostringstream out;
+        out << (payroll ? "Payroll run " : t.typeName + " payment ") << t.number << " (id " << id << "), "
+            << (t.employee.empty() ? "no employee" : t.employee) << ", " << t.department << ", dated "
+            << t.date << ": " << (t.flagged ? "flagged posted" : "not flagged posted") << ", held by "
+            << t.live() << " live entr" << (t.live() == 1 ? "y" : "ies") << ".\n";
         if (t.entries.empty()) {
-            std::cout << "No entry holds it.\n";
-            return 0;
+            out << "No entry holds it.\n";
+            return shown(out, 0);
         }
         const char* row = "%-12s %-10s %-9s %-24s %-24s %s\n";
-        std::cout << line(row, "Entry", "Date", "Status", "Made by", "Cancelled by", "Reason");
+        out << line(row, "Entry", "Date", "Status", "Made by", "Cancelled by", "Reason");
         bool unknown = false;
         for (const report::TracedEntry& e : t.entries) {
             unknown |= e.events.empty();
-            std::cout << line(
-                row, e.transNo.c_str(), e.date.c_str(), e.status.c_str(), eventText(e, 'N').c_str(),
-                e.status == "Cancelled" ? eventText(e, 'C').c_str() : "", e.cancelReason.c_str());
+            out << line(row, e.transNo.c_str(), e.date.c_str(), e.status.c_str(), eventText(e, 'N').c_str(),
+                        e.status == "Cancelled" ? eventText(e, 'C').c_str() : "", e.cancelReason.c_str());
             for (const report::EntryEvent& ev : e.events)
-                if (ev.action == 'E') std::cout << "    saved again by " << ev.user << " " << ev.at << "\n";
+                if (ev.action == 'E') out << "    saved again by " << ev.user << " " << ev.at << "\n";
         }
         if (unknown)
-            std::cout << "-: not recorded (saved by an older version, or on a database without the history "
-                         "table)\n";
-        return 0;
+            out << "-: not recorded (saved by an older version, or on a database without the history "
+                   "table)\n";
+        return shown(out, 0);
     });
 }
 
