@@ -187,27 +187,29 @@ public:
         }
 
         // The suffix after the company's prefix: the numbering takes the highest whole one,
-        // and the classic statement fails on one that isnumeric accepts and int refuses.
+        // and the classic statement fails on one that isnumeric accepts and int refuses. A
+        // server without TRY_CONVERT (level below 110) is asked the same of the digits.
         const std::string prefix = "isnull(x.Prefix,'')";
         const std::string suffix = "substring(h.TransNo,len(" + prefix + ")+1,4000)";
-        std::string sql = "select h.CompanyID, h.TransNo, " + prefix + " Prefix, try_convert(int," + suffix +
-                          ") Number from " + t_.paPayAccLinkHeader + " h left join " + t_.pprefix +
+        const std::string beyond = c_.dialect().hasTryConvert()
+                                       ? "isnull(try_convert(int," + suffix + "),2147483647)=2147483647"
+                                       : "not (" + suffix + " not like '%[^0-9]%' and (len(" + suffix +
+                                             ") between 1 and 9 or (len(" + suffix + ")=10 and " + suffix +
+                                             "<'2147483647')))";
+        std::string sql = "select h.CompanyID, h.TransNo, " + prefix + " Prefix from " +
+                          t_.paPayAccLinkHeader + " h left join " + t_.pprefix +
                           " x on x.companyid=h.CompanyID and x.InterfaceID=" + std::to_string(interfaceId);
         sql += " where len(h.TransNo)>len(" + prefix +
                ") and (x.Prefix=substring(h.TransNo,1,len(x.Prefix)) or " + prefix + "='') and isnumeric(" +
-               suffix + ")=1 and isnull(try_convert(int," + suffix + "),2147483647)=2147483647";
+               suffix + ")=1 and " + beyond;
         sql += " order by h.CompanyID, h.TransID";
         rs = c_.open(sql);
-        for (; !rs->eof(); rs->moveNext()) {
-            const bool last = !rs->field(3).isNull();
+        for (; !rs->eof(); rs->moveNext())
             add("number-blocks-numbering", whole(rs->field(0)), text(rs->field(1)), "",
                 "entry number " + text(rs->field(1)) + " continues the prefix '" + text(rs->field(2)) +
-                    "' with " +
-                    (last ? std::string("the highest number there is, so no entry can be numbered after it")
-                          : std::string("a number that is not a whole one, so the classic numbering fails "
-                                        "for every new entry of the company")),
-                last ? "renumber it, and any entry after it, below that" : "renumber it with a whole number");
-        }
+                    "' with a number the numbering cannot count past (not a whole one, or the largest there "
+                    "is), so the classic numbering fails for every new entry of the company",
+                "renumber it with a whole number below 2147483647");
     }
 
     long count(const std::string& sql) {

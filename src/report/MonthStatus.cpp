@@ -44,7 +44,7 @@ const SourceTable kPayments{"pPaymentHeader m",
 // The company's, the range's and the filter's sources.
 std::string where(const SourceTable& s, const Session& session, const StatusFilter& f) {
     std::string sql = " where " + std::string(s.company) + "=" + std::to_string(session.companyId) +
-                      sql::DateRange(s.date, f.from, f.to);
+                      sql::DateRange(session.connection.dialect(), s.date, f.from, f.to);
     if (f.department) sql += std::string(" and ") + s.department + "=" + std::to_string(*f.department);
     if (!s.payroll && f.type) sql += " and m.phType=" + sql::Quoted(*f.type);
     return sql;

@@ -6,6 +6,7 @@
 
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "data/Dialect.h"
 #include "data/TableNames.h"
 #include "report/MonthStatus.h"
 
@@ -20,10 +21,10 @@ inline std::string Quoted(const std::string& text) {
 
 // The days from..to of a date column: the day after the range as the upper bound keeps a
 // date carrying a time of day.
-inline std::string DateRange(const std::string& column, const common::DateTime& from,
-                             const common::DateTime& to) {
-    return " and " + column + ">='" + common::formatDate(from, "dd/MMM/yyyy") + "' and " + column + "<'" +
-           common::formatDate(common::addDays(to, 1), "dd/MMM/yyyy") + "'";
+inline std::string DateRange(const data::Dialect& dialect, const std::string& column,
+                             const common::DateTime& from, const common::DateTime& to) {
+    return " and " + column + ">=" + dialect.dateLiteral(from, "dd/MMM/yyyy") + " and " + column + "<" +
+           dialect.dateLiteral(common::addDays(to, 1), "dd/MMM/yyyy");
 }
 
 // Whether header alias h is an entry of payroll runs or of payments: the details' RefTransID
@@ -40,11 +41,11 @@ inline std::string EntriesOfKind(const data::TableNames& t, const std::string& c
 }
 
 // A condition on detail alias d: it links source `id` for one of those entries. The list is
-// read once per statement; the unary plus keeps the embedded database from walking it through
+// read once per statement; the "+0" keeps the embedded database from walking it through
 // the index, one seek per listed entry, instead of testing each of the source's few details.
 inline std::string LinksFor(const data::TableNames& t, const std::string& company, const std::string& id,
                             bool payroll, bool live) {
-    return "d.CompanyID=" + company + " and d.RefTransID=" + id + " and +d.TransID in " +
+    return "d.CompanyID=" + company + " and d.RefTransID=" + id + " and d.TransID+0 in " +
            EntriesOfKind(t, company, payroll, live);
 }
 

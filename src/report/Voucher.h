@@ -65,8 +65,8 @@ struct Voucher {
     std::vector<CurrencyTotal> totals;  // one per account currency, in the order of first use
     SourceSummary sources;
     std::vector<LinkedSource> linked;  // after the lines, in the order the entry lists them
-    std::string preparedBy;  // the name of the user who prints it
-    std::string printedAt;   // dd/MM/yyyy HH:mm
+    std::string preparedBy;            // the name of the user who prints it
+    std::string printedAt;             // dd/MM/yyyy HH:mm
 
     // "Cancelled", "Posted" or "Open": a cancelled entry may have been posted before, and
     // the cancellation is what matters on paper.

@@ -111,7 +111,9 @@ void readSources(const Session& s, int32_t transId, Voucher& v) {
     }
     rs->close();
 
-    sql = "select RefTransID, min(RefTransNo), min(EmpName), min(EmpNo), min(RefTransDate), min(TransCurrSymbol),";
+    sql =
+        "select RefTransID, min(RefTransNo), min(EmpName), min(EmpNo), min(RefTransDate), "
+        "min(TransCurrSymbol),";
     sql += " sum(case when Credit=1 then 0 else RefTransAmount end) from " + s.tables.paPayAccLinkDetails;
     sql += " where CompanyID=" + std::to_string(s.companyId) + " and TransID=" + std::to_string(transId);
     sql += " group by RefTransID order by min(DetailID)";
