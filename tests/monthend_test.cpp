@@ -78,18 +78,20 @@ TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowe
               "type,department,sources,posted,open,open_amount,entries\r\n");
     EXPECT_NE(csv.find("Payroll,Department 2,5,0,5,"), std::string::npos) << csv;
 
-    for (const auto& type : common::kTransactionTypes) {
+    auto post = [&](const char* type) {
         browser::PostSession s;
         s.connection = c;
         s.processDate = "28/10/2026";
         browser::PostRequest r;
-        r.type = type.name;
+        r.type = type;
         r.from = common::DateTime::ymd(2026, 10, 1);
         r.to = common::DateTime::ymd(2026, 10, 31);
-        for (const auto& d : browser::PostAllDepartments(s).run(r))
+        return browser::PostAllDepartments(s).run(r);
+    };
+    for (const auto& type : common::kTransactionTypes)
+        for (const auto& d : post(type.name))
             ASSERT_EQ(d.status, browser::DepartmentOutcome::Status::Posted)
                 << type.name << " " << d.name << ": " << d.reason;
-    }
 
     // Each cell's open amount was what its entries now debit in the company's currency: a
     // payroll run's basic and allowances, a payment's lines, converted at rates that are not 1.
@@ -109,6 +111,10 @@ TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowe
     }
     EXPECT_EQ(amounts.size(), before.cells.size()) << "every cell has an amount of its own";
     EXPECT_EQ(run("status --from 01/10/2026 --to 31/10/2026").status, 0);
+    // Posting again finds nothing, and says which entry holds each department's runs.
+    for (const auto& d : post("Payroll"))
+        EXPECT_EQ(d.reason,
+                  "nothing to post: its payroll runs are in " + after.find("P", d.id)->entries[0].transNo);
 
     // A cancelled entry releases its runs: open again, counted as released, exit status 1.
     const report::EntryRef payroll = after.find("P", before.cells.front().departmentId)->entries[0];
@@ -309,6 +315,21 @@ TEST_F(MonthStatusViewTest, OpenCellOpensNewFilledInAndPostedCellItsEntry) {
     ASSERT_EQ(view.open("P", admin), Opened::Entry);
     EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), "PAL/1");
     module->frmPayrollAccountsLinking().cmdClose.userClick();
+    module->collect();
+
+    // New on a posted range lists nothing, and the note says where its runs are.
+    module->FrmMaster().cmdnew.userClick();
+    linking::frmPayrollAccountsLinking& again = module->frmPayrollAccountsLinking();
+    again.cboType.userSelectText("Payroll");
+    again.cboDepartment.userSelectText("Administration");
+    again.dtpFromDate.userSet(common::DateTime::ymd(2026, 8, 1));
+    again.dtpToDate.userSet(common::DateTime::ymd(2026, 8, 31));
+    again.cmdShow.userClick();
+    ASSERT_EQ(again.lvwTransactions.count(), 0);
+    EXPECT_EQ(browser::NothingToPostNote(again),
+              "Nothing to post in this range: its payroll runs are in PAL/1.");
+    toolkit.answers.push_back(ui::vbNo);  // "Save Changes?"
+    again.cmdClose.userClick();
     module->collect();
 
     // The read-only user may look, and print, but not start an entry.

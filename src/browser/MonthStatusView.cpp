@@ -95,4 +95,19 @@ MonthStatusView::Opened MonthStatusView::openEntry(const report::EntryRef& entry
     return Opened::Entry;
 }
 
+std::string NothingToPostNote(linking::frmPayrollAccountsLinking& f) {
+    std::string note = "Nothing to post in this range";
+    const std::optional<std::string> type = report::TypeCodeOf(f.cboType.text());
+    if (!type || f.cboDepartment.listIndex() < 0) return note;
+    entry::Module& m = f.module();
+    try {
+        note += ": " + report::NothingToPostReason(
+                           {m.connection(), m.session.tables, m.session.companyId, m.session.userId}, *type,
+                           static_cast<int32_t>(f.cboDepartment.itemData(f.cboDepartment.listIndex())),
+                           f.dtpFromDate.value(), f.dtpToDate.value());
+    } catch (const common::Error&) {
+    }
+    return note + ".";
+}
+
 }  // namespace browser

@@ -12,6 +12,10 @@
 #include "common/DateTime.h"
 #include "report/MonthStatus.h"
 
+namespace linking {
+class frmPayrollAccountsLinking;
+}
+
 namespace browser {
 
 class MonthStatusView {
@@ -42,5 +46,9 @@ private:
     common::DateTime from_, to_;
     std::string refusal_;
 };
+
+// The note under a Show of the linking screen that listed nothing: "Nothing to post in this
+// range" and where the range's sources are, or that it has none.
+std::string NothingToPostNote(linking::frmPayrollAccountsLinking& screen);
 
 }  // namespace browser

@@ -114,6 +114,27 @@ std::string EntryList(const std::vector<EntryRef>& entries) {
     return out;
 }
 
+std::string NothingToPostReason(const Session& session, const std::string& typeCode, int32_t departmentId,
+                                const common::DateTime& from, const common::DateTime& to) {
+    StatusFilter filter;
+    filter.from = from;
+    filter.to = to;
+    filter.type = typeCode;
+    filter.department = departmentId;
+    const MonthStatus status = LoadMonthStatus(session, filter);
+    const std::string sources =
+        common::EqualsNoCase(typeCode, "P") ? "payroll runs" : fields::typeName(typeCode) + " payments";
+    const StatusCell* cell = status.find(typeCode, departmentId);
+    if (cell == nullptr) return "no " + sources + " are dated in it";
+    const std::string held = "its " + sources + " are in " + EntryList(cell->entries);
+    if (cell->open == 0) return held;
+    // No entry holds these, yet the screen lists none: flagged posted, or without account lines.
+    return std::to_string(cell->open) + " of its " + sources +
+           " are held by no entry but flagged posted or without account lines (payacclink audit lists the "
+           "flagged ones)" +
+           (cell->entries.empty() ? "" : "; the others are in " + EntryList(cell->entries));
+}
+
 StatusCell MonthStatus::total() const {
     StatusCell sum;
     std::set<int32_t> seen;

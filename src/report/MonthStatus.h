@@ -63,6 +63,12 @@ MonthStatus LoadMonthStatus(const Session& session, const StatusFilter& filter);
 // The type letter of a name the screens show ("Payroll" is "P"), case ignored; none when unknown.
 std::optional<std::string> TypeCodeOf(const std::string& name);
 
+// Why a type, department and range have nothing to post, after "Nothing to post in this
+// range": where their sources are ("its payroll runs are in PAL/6"), that there are none, or
+// that some are held by no entry yet not listed (flagged posted, or without account lines).
+std::string NothingToPostReason(const Session& session, const std::string& typeCode, int32_t departmentId,
+                                const common::DateTime& from, const common::DateTime& to);
+
 // "PAL/3, PAL/7 and PAL/9"
 std::string EntryList(const std::vector<EntryRef>& entries);
 
