@@ -55,7 +55,7 @@ public:
         layout->addWidget(buttons);
         connect(month_, &QDateEdit::dateChanged, this, [this] { reload(); });
         connect(grid_, &QTableWidget::cellDoubleClicked, this,
-                [this](int row, int column) { open(row, column); });
+                [this](int row, int column) { openCell(row, column); });
         resize(980, 420);
         reload();
     }
@@ -127,7 +127,7 @@ private:
         return t;
     }
 
-    void open(int row, int column) {
+    void openCell(int row, int column) {
         const report::MonthStatus& s = view_.status();
         if (row < 0 || column < 0 || static_cast<size_t>(column) >= s.departments.size()) return;
         const std::string code = common::kTransactionTypes[static_cast<size_t>(row)].code;

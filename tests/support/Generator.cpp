@@ -524,23 +524,17 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
             num(firstPay + int64_t{L} * D * P));
     }
     insertJournalLines(c, t, company, firstTrans, liveEnd);
-    // The twins hold copies of their live entries' details and lines.
-    const std::pair<std::string, const char*> copies[] = {
-        {t.details,
-         "DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, RefTransDate, EmpID, EmpName, "
-         "EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, "
-         "RefTransAmount, AccountAmount, DeptAmount, CompAmount, Credit"},
-        {t.posting,
-         "DetailID, DepartmentID, AccountID, AccountDesc, Description, AccCurrID, AccCurrSymbol, "
-         "RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount, "
-         "Editable"}};
-    for (const auto& [table, rest] : copies)
+    // The twins hold copies of their live entries' details and lines; the sources are flagged.
+    for (const std::string& table : {t.details, t.posting})
         if (every > 0)
-            c.execute("insert into " + table + " (CompanyID, TransID, " + rest + ") select CompanyID, " +
-                      num(liveEnd) + " + (TransID - " + num(firstTrans) + ") / " + num(every) + ", " + rest +
-                      " from " + table + " where CompanyID = " + company +
+            for (const std::string& step :
+                 {"create temp table twin as select * from " + table + " where CompanyID = " + company +
                       " and TransID >= " + num(firstTrans) + " and TransID < " + num(liveEnd) +
-                      " and (TransID - " + num(firstTrans) + ") % " + num(every) + " = 0");
+                      " and (TransID - " + num(firstTrans) + ") % " + num(every) + " = 0",
+                  "update twin set TransID = " + num(liveEnd) + " + (TransID - " + num(firstTrans) + ") / " +
+                      num(every),
+                  "insert into " + table + " select * from twin", std::string("drop table twin")})
+                c.execute(step);
     c.execute("update pMonthlyPayRollProcessing set mppPosted = 1 where mppCompanyID = " + company +
               " and mppProcessID >= " + num(firstRun) + " and mppProcessID < " +
               num(firstRun + int64_t{L} * D * E));
