@@ -117,7 +117,8 @@ TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowe
     // A cancelled entry releases its runs: open again, counted as released, exit status 1.
     const report::EntryRef payroll = after.find("P", before.cells.front().departmentId)->entries[0];
     c->execute("update paPayAccLinkHeader set Cancelled=1 where TransID=" + std::to_string(payroll.transId));
-    const report::StatusCell* released = status(10).find("P", before.cells.front().departmentId);
+    const report::MonthStatus reopened = status(10);
+    const report::StatusCell* released = reopened.find("P", before.cells.front().departmentId);
     EXPECT_EQ(released->released, 5);
     EXPECT_EQ(released->open, 5);
     EXPECT_NEAR(released->openAmount, before.cells.front().openAmount, 0.001);
