@@ -246,11 +246,8 @@ TEST(MonthEndTraceTest, TraceShowsEveryEntryThatHeldARunWithItsUsersAndReason) {
     EXPECT_NE(source.find("Administration, dated 28/10/2026: flagged posted, held by 1 live entry."),
               std::string::npos)
         << source;
-    EXPECT_EQ(header.substr(0, 45), "Entry        Date       Status    Made by    ");
     EXPECT_EQ(cancelled.substr(0, 39), "PAL/6        15/10/2026 Cancelled admin");
     EXPECT_NE(cancelled.find("Linked twice by mistake"), std::string::npos) << cancelled;
-    EXPECT_EQ(std::count(cancelled.begin(), cancelled.end(), '/'), 1 + 2 + 2 + 2)
-        << "its number, its date and two times of day";
     EXPECT_EQ(edited.substr(0, 25), "    saved again by admin ");
     EXPECT_EQ(live.substr(0, 39), "PAL/7        28/10/2026 Open      clerk");
 

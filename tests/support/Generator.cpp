@@ -377,10 +377,9 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
     const std::string company = num(k);
     std::mt19937 rng(o.seed);
     auto pick = [&rng](int m) { return std::uniform_int_distribution<int>(0, m - 1)(rng); };
-    auto next = [&](const std::string& column, const std::string& table, const std::string& companyColumn) {
-        return scalarInt(c, "select max(" + column + ") from " + table + " where " + companyColumn + " = " +
-                                company) +
-               1;
+    auto next = [&](const std::string& key, const std::string& table, const std::string& of) {
+        return scalarInt(
+            c, "select coalesce(max(" + key + "), 0) + 1 from " + table + " where " + of + " = " + company);
     };
 
     // The first department is in the company's currency (and makes the company); the others
@@ -414,15 +413,13 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
     const int64_t firstEmp = next("eEmployeeID", "pemployee", "eCompanyID");
     const int64_t firstRun = next("mppProcessID", "pMonthlyPayRollProcessing", "mppCompanyID");
     const int64_t firstPay = next("phPaymentID", "pPaymentHeader", "phCompanyID");
-    {
-        BulkInsert ins{
-            c, "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid)"};
-        for (int64_t e = 0; e < int64_t{D} * E; ++e)
-            ins.add(company + "," + num(firstEmp + e) + "," + quote("M" + num(firstEmp + e)) + "," +
-                    quote(randomName(pick)) + "," + num(firstDept + e / E) + "," +
-                    num(currency[static_cast<size_t>(e / E)]));
-        ins.flush();
-    }
+    BulkInsert staff{
+        c, "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid)"};
+    for (int64_t e = 0; e < int64_t{D} * E; ++e)
+        staff.add(company + "," + num(firstEmp + e) + "," + quote("M" + num(firstEmp + e)) + "," +
+                  quote(randomName(pick)) + "," + num(firstDept + e / E) + "," +
+                  num(currency[static_cast<size_t>(e / E)]));
+    staff.flush();
     BulkInsert runs{
         c,
         "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "

@@ -23,11 +23,10 @@ struct GeneratorOptions {
 // earlier attempts at the same runs. All of it in one transaction.
 void generateLarge(data::Connection& c, const GeneratorOptions& o);
 
-// A company's month ends: departments in the company's currency and in two others (rates
-// not 1), each with its payroll runs and its payments of the six kinds in every month (the
-// 28th, months up to October 2026). The sources of the first postedMonths months are linked
-// and flagged: per month, department and type, entriesPerType live entries share them, and
-// every cancelledEvery-th of those entries has a cancelled twin holding the same sources.
+// Month ends of a company: departments in its currency and two others (rates not 1), each
+// with payroll runs and payments of the six kinds every month to October 2026 (the 28th). The
+// first postedMonths are linked and flagged, per month, department and type by entriesPerType
+// live entries; every cancelledEvery-th of those has a cancelled twin with the same sources.
 struct MonthEndOptions {
     int companyId = 1;
     int departments = 3;
