@@ -169,10 +169,11 @@ void addMonthStatusAction(QDialog& window, browser::FrmMaster& master) {
         MonthStatusDialog dialog(&window, master);
         dialog.exec();
     });
-    // Under "Post all departments...", on a row of its own in the browser's button grid.
+    // Beside Delete, at the end of the first row of the browser's buttons: a row of its own
+    // would make the window taller than a small screen holds.
     auto* grid = window.findChild<QGridLayout*>("layout2");
-    if (grid != nullptr && grid->itemAtPosition(2, 1) == nullptr)
-        grid->addWidget(button, 2, 1);
+    if (grid != nullptr && grid->itemAtPosition(0, grid->columnCount()) == nullptr)
+        grid->addWidget(button, 0, grid->columnCount());
     else if (QLayout* layout = window.layout())
         layout->addWidget(button);
 }
