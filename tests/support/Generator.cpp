@@ -394,14 +394,10 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
             const int64_t home = currency[0], other = home + 99 + d % 3;
             const double rate = d % 3 == 1 ? 3.6725 : 0.0442;
             ensureCurrency(c, k, other);
-            for (const auto& [one, two, r] :
-                 {std::tuple{home, other, rate}, std::tuple{other, home, 1 / rate}})
-                if (!exists(c, "pExchangeRate",
-                            "CompanyID = " + company + " and CurrencyID1 = " + num(one) +
-                                " and CurrencyID2 = " + num(two)))
-                    c.execute(
-                        "insert into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values (" +
-                        company + "," + num(one) + "," + num(two) + "," + std::to_string(r) + ")");
+            c.execute(
+                "insert or ignore into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values (" +
+                company + "," + num(home) + "," + num(other) + "," + std::to_string(rate) + "), (" + company +
+                "," + num(other) + "," + num(home) + "," + std::to_string(1 / rate) + ")");
             c.execute("insert into " + t.department +
                       " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company + "," +
                       num(g.departmentId) + "," + quote("Department " + num(g.departmentId)) + "," +
