@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "MonthEndCommands.h"
 #include "PostCommand.h"
 #include "ReportCommands.h"
 #include "StartupCheck.h"
@@ -63,10 +64,12 @@ struct Options {
     std::string demoDay;  // init --as-of, dd/MM/yyyy
     std::optional<std::string> db, odbc, odbcFile, traceSql;
     bool forWriting = true;  // the mode may save: a read-only or locked database is refused at once
+    bool asFound = false;    // not brought up to date: the mode reads a database as it is
     int32_t user = 1, company = 1, interface = 60;
     std::string date, title = "Payroll Accounts Linking", key = entry::kProjectKey;
     app::PrintOptions print;
     app::ExportOptions exportLines;
+    monthend::Options monthEnd;
 };
 
 std::string today() {
@@ -130,6 +133,8 @@ data::ConnectionPtr openFile(const std::string& path, const Options& o) {
     } catch (const std::exception& e) {
         throw UsageError{"cannot open database '" + path + "': " + e.what()};
     }
+    // The audit reads a database as it finds it, without the mapping an older build lacks.
+    if (o.asFound) return c;
     try {
         data::sqlite::upgrade(*c);
     } catch (const std::exception& e) {
@@ -216,11 +221,12 @@ void checkDatabase(data::Connection& connection, const Options& o) {
     startup::checkDatabase(connection, o.company, about, !odbc);
 }
 
-// The session connection, traced to a file with --trace-sql.
-data::ConnectionPtr sessionConnection(const Options& o) {
+// The session connection, traced to a file with --trace-sql. Unchecked, for a command that
+// reads any database of ours, whatever its companies.
+data::ConnectionPtr sessionConnection(const Options& o, bool checked = true) {
     startup::checkLogFolder();
     data::ConnectionPtr connection = openConnection(o);
-    checkDatabase(*connection, o);
+    if (checked) checkDatabase(*connection, o);
     if (o.traceSql) {
         auto trace = std::make_shared<data::TraceConnection>(connection);
         try {
@@ -438,6 +444,11 @@ CLI::App* addExport(CLI::App& app, Options& o) {
     return cmd;
 }
 
+CLI::App* withSession(CLI::App* cmd, Options& o) {
+    addSessionOptions(*cmd, o);
+    return cmd;
+}
+
 int runPost(const Options& o, const post::PostOptions& p) {
     browser::PostSession s;
     s.connection = sessionConnection(o);
@@ -550,6 +561,19 @@ int main(int argc, char** argv) {
              return app::runExport(o.exportLines, {sessionConnection(o), o.user, o.company, o.interface});
          }},
         {addPost(app, o, postOptions), [&] { return runPost(o, postOptions); }},
+        {withSession(monthend::addStatus(app, o.monthEnd), o),
+         [&] {
+             return monthend::runStatus(o.monthEnd, *sessionConnection(o), o.company, o.user, o.interface);
+         }},
+        {withSession(monthend::addAudit(app, o.monthEnd), o),
+         [&] {
+             o.asFound = true;
+             return monthend::runAudit(o.monthEnd, *sessionConnection(o, false), o.interface);
+         }},
+        {withSession(monthend::addTrace(app, o.monthEnd), o),
+         [&] {
+             return monthend::runTrace(o.monthEnd, *sessionConnection(o), o.company, o.user, o.interface);
+         }},
     };
 
     int status = 2;
@@ -567,7 +591,9 @@ int main(int argc, char** argv) {
         for (const Mode& mode : modes)
             if (mode.command->parsed()) chosen = &mode;
         // Reports only read; every other mode may save, and must be able to.
-        o.forWriting = chosen->command->get_name() != "print" && chosen->command->get_name() != "export";
+        const std::string name = chosen->command->get_name();
+        o.forWriting =
+            name != "print" && name != "export" && name != "status" && name != "audit" && name != "trace";
         status = chosen->run();
     } catch (const UsageError& e) {
         std::cerr << "payacclink: " << common::terminalText(e.message) << "\n";

@@ -80,7 +80,11 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
               "1013 USD -52,563.02 339,600.00 339,600.00 28/08/2026");
     EXPECT_TRUE(report::Balanced(v));
     EXPECT_TRUE(v.sources.payroll);
-    EXPECT_GT(v.sources.count, 0);
+    // Each linked run with its employee and the gross pay the entry debits, in its currency.
+    ASSERT_EQ(v.linked.size(), static_cast<size_t>(v.sources.count));
+    EXPECT_EQ(v.linked[9].number + " " + v.linked[9].employee + " " + v.linked[9].date + " " +
+                  v.linked[9].currency + " " + report::Amount(v.linked[9].amount),
+              "PR202608/010 Omar Haddad (E0010) 28/08/2026 USD 3,590.00");
 
     const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
     EXPECT_EQ(cancelled.status(), "Cancelled");
@@ -134,7 +138,12 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
     EXPECT_NE(text.find("Net Salaries Payable - USD"), std::string::npos);
     EXPECT_EQ(count(text, "339,600.00"), 2u);  // the AED total: debits and credits
     EXPECT_EQ(count(text, "15,030.00"), 2u);
-    EXPECT_NE(text.find("Page 1 of 1"), std::string::npos);
+    // After the lines, the linked runs and the period they cover, over to a second page.
+    EXPECT_NE(text.find("Linked payroll runs (30), period covered: 28/08/2026 to 28/08/2026"),
+              std::string::npos);
+    EXPECT_NE(text.find("PR202608/030"), std::string::npos);
+    EXPECT_NE(text.find("Ahmed Iyer (E0030)"), std::string::npos);
+    EXPECT_NE(text.find("Page 2 of 2"), std::string::npos);
     EXPECT_NE(text.find("Prepared by"), std::string::npos);
     EXPECT_EQ(text.find("CANCELLED"), std::string::npos);
 

@@ -55,8 +55,9 @@ CREATE TABLE paPayAccLinkDetails (
     Credit          INTEGER DEFAULT 0,
     PRIMARY KEY (CompanyID, TransID, DetailID)
 );
--- The save looks up which entries link a source.
-CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID);
+-- The save, the month-end status and the audit look up which entries link a source; with
+-- the entry in the index they need not read the detail rows.
+CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID, TransID);
 
 CREATE TABLE paPayAccLinkPostingDetails (
     CompanyID      INTEGER NOT NULL,
@@ -78,6 +79,16 @@ CREATE TABLE paPayAccLinkPostingDetails (
     Editable       TEXT COLLATE NOCASE DEFAULT 'N',
     PRIMARY KEY (CompanyID, TransID, DetailID)
 );
+
+-- Who saved and who cancelled each entry, and when: the link tables keep no user.
+CREATE TABLE paPayAccLinkHistory (
+    CompanyID INTEGER NOT NULL,
+    TransID   INTEGER NOT NULL,
+    EventTime DATE NOT NULL,
+    UserID    INTEGER,
+    Action    TEXT COLLATE NOCASE NOT NULL  -- N saved as new, E saved after editing, C cancelled
+);
+CREATE INDEX ixPayAccLinkHistory ON paPayAccLinkHistory (CompanyID, TransID);
 
 -- ---------------------------------------------------------------- companies, currencies
 
@@ -175,6 +186,8 @@ CREATE INDEX ixPayrollDepartmentDate
     ON pMonthlyPayRollProcessing (mppCompanyID, mppDepartmentID, mppProcessedDate);
 -- The latest processing date of a month is asked for across all companies.
 CREATE INDEX ixPayrollDate ON pMonthlyPayRollProcessing (mppProcessedDate);
+-- The month-end status reads a company's runs of a month.
+CREATE INDEX ixPayrollCompanyDate ON pMonthlyPayRollProcessing (mppCompanyID, mppProcessedDate);
 
 CREATE TABLE pPaymentHeader (
     phCompanyID    INTEGER NOT NULL,
@@ -191,6 +204,7 @@ CREATE TABLE pPaymentHeader (
 );
 CREATE INDEX ixPaymentDepartmentType
     ON pPaymentHeader (phCompanyID, phDepartmentID, phType, phDate);
+CREATE INDEX ixPaymentCompanyDate ON pPaymentHeader (phCompanyID, phDate);
 
 CREATE TABLE pPaymentDetails (
     pdCompanyID    INTEGER NOT NULL,

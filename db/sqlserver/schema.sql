@@ -66,8 +66,8 @@ CREATE TABLE paPayAccLinkDetails (
     Credit          int NULL DEFAULT 0,
     CONSTRAINT pkPayAccLinkDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
--- The save looks up which entries link a source.
-CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID);
+-- The save, the month-end status and the audit look up which entries link a source.
+CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID, TransID);
 
 CREATE TABLE paPayAccLinkPostingDetails (
     CompanyID      int NOT NULL,
@@ -89,6 +89,18 @@ CREATE TABLE paPayAccLinkPostingDetails (
     Editable       nvarchar(1) NULL DEFAULT 'N',
     CONSTRAINT pkPayAccLinkPostingDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
+
+-- Who saved and who cancelled each entry, and when: the link tables keep no user. On a
+-- database made before this table, create it with this statement to start keeping the
+-- history; without it nothing is recorded.
+CREATE TABLE paPayAccLinkHistory (
+    CompanyID int NOT NULL,
+    TransID   int NOT NULL,
+    EventTime datetime NOT NULL,
+    UserID    int NULL,
+    Action    nchar(1) NOT NULL  -- N saved as new, E saved after editing, C cancelled
+);
+CREATE INDEX ixPayAccLinkHistory ON paPayAccLinkHistory (CompanyID, TransID);
 
 -- ---------------------------------------------------------------- companies, currencies
 
@@ -179,6 +191,8 @@ CREATE TABLE pMonthlyPayRollProcessing (
 CREATE INDEX ixPayrollDepartmentDate
     ON pMonthlyPayRollProcessing (mppCompanyID, mppDepartmentID, mppProcessedDate);
 CREATE INDEX ixPayrollDate ON pMonthlyPayRollProcessing (mppProcessedDate);
+-- The month-end status reads a company's runs and payments of a month.
+CREATE INDEX ixPayrollCompanyDate ON pMonthlyPayRollProcessing (mppCompanyID, mppProcessedDate);
 
 CREATE TABLE pPaymentHeader (
     phCompanyID    int NOT NULL,
@@ -195,6 +209,7 @@ CREATE TABLE pPaymentHeader (
 );
 CREATE INDEX ixPaymentDepartmentType
     ON pPaymentHeader (phCompanyID, phDepartmentID, phType, phDate);
+CREATE INDEX ixPaymentCompanyDate ON pPaymentHeader (phCompanyID, phDate);
 
 CREATE TABLE pPaymentDetails (
     pdCompanyID   int NOT NULL,

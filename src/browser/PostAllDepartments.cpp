@@ -12,6 +12,7 @@
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "report/MonthStatus.h"
 #include "ui/Headless.h"
 
 namespace browser {
@@ -121,7 +122,7 @@ void row(std::string& out, const std::string& dept, const std::string& entry, co
 void printOutcome(std::string& out, const DepartmentOutcome& d, bool dryRun) {
     if (d.status == Status::NothingToPost || (d.status == Status::NotPosted && d.lines == 0)) {
         appendf(out, "%-28s %s\n", cut(d.name, 28).c_str(),
-                (d.status == Status::NothingToPost ? "nothing to post" : "not posted: " + d.reason).c_str());
+                (d.status == Status::NothingToPost ? d.reason : "not posted: " + d.reason).c_str());
         return;
     }
     bool first = true;
@@ -251,6 +252,24 @@ std::string NoNewRightMessage(int32_t userId, int32_t interfaceId) {
            std::to_string(interfaceId) + "); nothing was posted.";
 }
 
+namespace {
+
+// Said of a department the screen listed nothing for: where the range's sources are, or that
+// it has none, as the month status reads them.
+std::string nothingToPost(entry::Module& module, const PostRequest& request, int32_t department) {
+    const entry::SessionContext& s = module.session;
+    try {
+        return "nothing to post: " +
+               report::NothingToPostReason({module.connection(), s.tables, s.companyId, s.userId},
+                                           report::TypeCodeOf(request.type).value_or(""), department,
+                                           request.from, request.to);
+    } catch (const common::Error&) {
+        return "nothing to post";
+    }
+}
+
+}  // namespace
+
 std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& request, const Progress& progress) {
     bool knownType = false;
     for (const auto& type : entry::kTransactionTypes) knownType |= request.type == type.name;
@@ -290,6 +309,8 @@ std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& reques
                                                f->cboDepartment.list(i), i});
                 } else {
                     postOne(toolkit, *f, request, currentIndex, opened, *current);
+                    if (current->status == Status::NothingToPost)
+                        current->reason = nothingToPost(module, request, current->id);
                 }
             } catch (const std::invalid_argument& e) {
                 failure = e.what();

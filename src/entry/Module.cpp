@@ -1,5 +1,7 @@
 #include "entry/Module.h"
 
+#include <utility>
+
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "data/ErrorLog.h"
@@ -99,7 +101,10 @@ bool Module::unloadForm(ui::Form& form, int unloadMode) {
 void Module::collect() { unloaded_.clear(); }
 
 void Module::showModal(ui::Form& form) {
+    auto steps = std::exchange(beforeNextShow_, nullptr);
     // A screen that unloaded itself while loading (or was unloaded since) is not shown.
+    if (!form.loaded) return;
+    if (steps) steps(form);
     if (!form.loaded) return;
     form.shownModal = true;
     toolkit_.showModal(form);

@@ -3,6 +3,7 @@
 // instance of each screen. Screens reach the session, those values and each other only
 // through it.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -58,6 +59,9 @@ public:
 
     // Shows a form modally through the toolkit; returns when it is unloaded.
     void showModal(ui::Form& form);
+    // Runs once, on the next form shown modally, after it is loaded and before it is shown: a
+    // user's first steps on a screen that a button opens (the month status fills in New).
+    void beforeNextShow(std::function<void(ui::Form&)> steps) { beforeNextShow_ = std::move(steps); }
 
     // Destroys the forms unloaded so far. Front ends call it when no event is running, since
     // a handler of an unloaded form may still be on the stack until then.
@@ -77,6 +81,7 @@ public:
     std::string helpFile() const;
 
 private:
+    std::function<void(ui::Form&)> beforeNextShow_;
     template <class T>
     T& instance(std::unique_ptr<T>& slot);
     bool unloadForm(ui::Form& form, int unloadMode);

@@ -12,6 +12,7 @@
 #include "linking/LedgerCheck.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
+#include "report/EntryHistory.h"
 #include "ui/Helpers.h"
 
 namespace linking {
@@ -241,6 +242,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         // is still told apart from one linked meanwhile.
         StopIfSourcesTaken(transId);
         UpdateTransTables();
+        report::RecordEntryEvent(conn, s.companyId, transId, s.userId, 'N');
         StopIfLedgerBreaks(transId);
         conn.commitTrans();
         module_.TransactionOpen = false;
@@ -264,6 +266,7 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         // is still told apart from one linked meanwhile.
         StopIfSourcesTaken(transId);
         UpdateTransTables();
+        report::RecordEntryEvent(conn, s.companyId, transId, s.userId, 'E');
         StopIfLedgerBreaks(transId);
         conn.commitTrans();
         module_.TransactionOpen = false;

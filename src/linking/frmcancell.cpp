@@ -4,6 +4,7 @@
 
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
+#include "report/EntryHistory.h"
 
 namespace linking {
 
@@ -94,6 +95,7 @@ void frmcancell::Cmdok_Click() {
             conn->execute(sql);
 
         ReleaseSourceTransactions(typeName, transId);
+        report::RecordEntryEvent(*conn, module_.session.companyId, transId, module_.session.userId, 'C');
         conn->commitTrans();
 
         grid.setTextMatrix(row, kColCancel, "Yes");

@@ -14,7 +14,9 @@
 #include <QTreeView>
 
 #include "browser/FrmMaster.h"
+#include "browser/MonthStatusView.h"
 #include "common/Error.h"
+#include "linking/frmPayrollAccountsLinking.h"
 #include "qt/Binder.h"
 #include "qt/BrowserGrid.h"
 #include "qt/ColumnMenu.h"
@@ -225,7 +227,8 @@ void Presentation::watchWork() {
             // A refused Show has said why in a box already.
             if (toolkit->messagesShown() == messagesBefore_ && transactions->count() == 0 &&
                 details->count() == 0)
-                note(tr("Nothing to post in this range"));
+                if (auto* f = dynamic_cast<linking::frmPayrollAccountsLinking*>(&dialog_.form()))
+                    note(QString::fromStdString(browser::NothingToPostNote(*f)));
         });
     }
     // Select All gathers every line at once: as long as a retrieval on a big range.

@@ -23,6 +23,7 @@
 #include "qt/Binder.h"
 #include "qt/FormLayouts.h"
 #include "qt/Keyboard.h"
+#include "qt/MonthStatusDialog.h"
 #include "qt/PostAllAction.h"
 #include "qt/Presentation.h"
 #include "qt/VoucherPrinter.h"
@@ -46,7 +47,10 @@ FormDialog::FormDialog(ui::Form& form, QWidget* parent) : QDialog(parent), form_
     setModal(true);
     binder_ = std::make_unique<Binder>(form, this);
     presentation_ = new Presentation(*this);
-    if (auto* master = dynamic_cast<browser::FrmMaster*>(&form)) addPostAllAction(*this, *master);
+    if (auto* master = dynamic_cast<browser::FrmMaster*>(&form)) {
+        addPostAllAction(*this, *master);
+        addMonthStatusAction(*this, *master);
+    }
     keyboard_ = new Keyboard(*this);
 }
 

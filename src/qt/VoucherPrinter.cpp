@@ -241,6 +241,10 @@ public:
             l_.rule(p, lines_[i].y + lineH_[i], 0.3, QColor(190, 190, 190));
         }
         if (totals_.page == page) drawTotals(p, totals_.y);
+        for (const Placed& h : sourceHeads_)
+            if (h.page == page) drawSourceHeading(p, h.y);
+        for (size_t i = 0; i < v_.linked.size(); ++i)
+            if (sourceRows_[i].page == page) drawSourceRow(p, sourceRows_[i].y, i);
         if (signatures_.page == page) drawSignatures(p, signatures_.y);
         drawFooter(p, page);
     }
@@ -266,6 +270,8 @@ private:
         balanceH_ = l_.textHeight(QStringLiteral("X"), l_.font(8, true), w) + l_.pt(6);
         totalsH_ = l_.pt(4) + totalRowH_ * static_cast<double>(v_.totals.size()) + balanceH_;
         signaturesH_ = l_.pt(56);
+        sourceRowH_ = l_.lineH_ + 2 * l_.rowPad_;
+        sourceTitleH_ = QFontMetricsF(l_.font(9, true), &l_.device_).height() + l_.pt(4);
     }
 
     void paginate() {
@@ -300,6 +306,23 @@ private:
         }
         // The totals stay together, under headings of their own page if they move on.
         totals_ = placeRow(totalsH_);
+        // The linked sources follow, under their title and headings on every page they reach.
+        y += l_.pt(10);
+        bool sourcesHeaded = false;
+        for (size_t i = 0; i < v_.linked.size(); ++i) {
+            const double head = sourcesHeaded ? 0 : sourceTitleH_ + l_.headingH_;
+            if (y + head + sourceRowH_ > bottom) {
+                newPage();
+                sourcesHeaded = false;
+            }
+            if (!sourcesHeaded) {
+                sourceHeads_.push_back({page, y});
+                y += sourceTitleH_ + l_.headingH_;
+                sourcesHeaded = true;
+            }
+            sourceRows_.push_back({page, y});
+            y += sourceRowH_;
+        }
         if (y + l_.pt(18) + signaturesH_ > bottom) newPage();
         signatures_ = {page, std::max(y + l_.pt(18), bottom - signaturesH_ - l_.pt(6))};
         pages_ = page + 1;
@@ -385,6 +408,49 @@ private:
         p.drawText(QRectF(0, y + l_.pt(3), l_.width_, balanceH_), Qt::AlignLeft | Qt::AlignTop, note);
     }
 
+    // The linked sources' columns, as shares of the page width; the amount is right-aligned.
+    static constexpr std::array<double, 6> kSourceShares{0.05, 0.2, 0.4, 0.12, 0.08, 0.15};
+    void drawSourceCells(QPainter& p, double y, const std::array<QString, 6>& cells, const QFont& f) const {
+        double x = 0;
+        p.setFont(f);
+        for (size_t c = 0; c < cells.size(); ++c) {
+            const double w = kSourceShares[c] * l_.width_;
+            const QRectF r(x + l_.pt(2), y + l_.rowPad_, w - l_.pt(4), l_.lineH_);
+            const bool number = c == 0 || c == 5;
+            p.drawText(r, (number ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop,
+                       QFontMetricsF(f, &l_.device_).elidedText(cells[c], Qt::ElideRight, r.width()));
+            x += w;
+        }
+    }
+    void drawSourceHeading(QPainter& p, double y) const {
+        QString title =
+            v_.sources.payroll ? QStringLiteral("Linked payroll runs") : QStringLiteral("Linked payments");
+        title += QStringLiteral(" (") + QString::number(v_.linked.size()) + QStringLiteral(")");
+        if (!v_.sources.from.empty())
+            title += QStringLiteral(", period covered: ") + qs(v_.sources.from) + QStringLiteral(" to ") +
+                     qs(v_.sources.to);
+        p.setFont(l_.font(9, true));
+        p.drawText(QRectF(0, y, l_.width_, sourceTitleH_), Qt::AlignLeft | Qt::AlignTop, title);
+        y += sourceTitleH_;
+        p.fillRect(QRectF(0, y, l_.width_, l_.headingH_), QColor(232, 232, 232));
+        drawSourceCells(
+            p, y,
+            {QStringLiteral("No."), v_.sources.payroll ? QStringLiteral("Run") : QStringLiteral("Payment"),
+             QStringLiteral("Employee"), QStringLiteral("Date"), QStringLiteral("Curr."),
+             QStringLiteral("Amount")},
+            l_.bold_);
+        l_.rule(p, y, 0.8);
+        l_.rule(p, y + l_.headingH_, 0.8);
+    }
+    void drawSourceRow(QPainter& p, double y, size_t i) const {
+        const report::LinkedSource& s = v_.linked[i];
+        drawSourceCells(p, y,
+                        {QString::number(i + 1), qs(s.number), qs(s.employee), qs(s.date), qs(s.currency),
+                         amount(s.amount)},
+                        l_.body_);
+        l_.rule(p, y + sourceRowH_, 0.3, QColor(190, 190, 190));
+    }
+
     void drawSignatures(QPainter& p, double y) const {
         const std::array<QString, 3> labels{QStringLiteral("Prepared by"), QStringLiteral("Checked by"),
                                             QStringLiteral("Approved by")};
@@ -425,7 +491,8 @@ private:
     double titleH_ = 0, particularsH_ = 0, labelW_ = 0, runningH_ = 0;
     double totalRowH_ = 0, balanceH_ = 0, totalsH_ = 0, signaturesH_ = 0;
     std::vector<double> lineH_;
-    std::vector<Placed> lines_, headings_;
+    std::vector<Placed> lines_, headings_, sourceHeads_, sourceRows_;
+    double sourceRowH_ = 0, sourceTitleH_ = 0;
     Placed totals_, signatures_;
     int pages_ = 1;
 };

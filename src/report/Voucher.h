@@ -40,6 +40,16 @@ struct SourceSummary {
     std::string from, to;  // first and last source date, dd/MM/yyyy; empty without sources
 };
 
+// One payroll run or payment the entry links, as its details hold it: the amount is what the
+// entry debits for it, in the source's own currency.
+struct LinkedSource {
+    std::string number;    // the run's or payment's number
+    std::string employee;  // name and employee number
+    std::string date;      // dd/MM/yyyy
+    std::string currency;
+    double amount = 0;
+};
+
 struct Voucher {
     int32_t transId = 0;
     std::string companyName, companyCurrency;
@@ -54,8 +64,9 @@ struct Voucher {
     std::vector<VoucherLine> lines;
     std::vector<CurrencyTotal> totals;  // one per account currency, in the order of first use
     SourceSummary sources;
-    std::string preparedBy;  // the name of the user who prints it
-    std::string printedAt;   // dd/MM/yyyy HH:mm
+    std::vector<LinkedSource> linked;  // after the lines, in the order the entry lists them
+    std::string preparedBy;            // the name of the user who prints it
+    std::string printedAt;             // dd/MM/yyyy HH:mm
 
     // "Cancelled", "Posted" or "Open": a cancelled entry may have been posted before, and
     // the cancellation is what matters on paper.

@@ -110,6 +110,18 @@ void readSources(const Session& s, int32_t transId, Voucher& v) {
         v.sources.to = dateText(rs->field(3));
     }
     rs->close();
+
+    sql =
+        "select RefTransID, min(RefTransNo), min(EmpName), min(EmpNo), min(RefTransDate), "
+        "min(TransCurrSymbol),";
+    sql += " sum(case when Credit=1 then 0 else RefTransAmount end) from " + s.tables.paPayAccLinkDetails;
+    sql += " where CompanyID=" + std::to_string(s.companyId) + " and TransID=" + std::to_string(transId);
+    sql += " group by RefTransID order by min(DetailID)";
+    for (rs = s.connection.open(sql); !rs->eof(); rs->moveNext()) {
+        const std::string name = text(rs->field(2)), empNo = text(rs->field(3));
+        v.linked.push_back({text(rs->field(1)), empNo.empty() ? name : name + " (" + empNo + ")",
+                            dateText(rs->field(4)), text(rs->field(5)), number(rs->field(6))});
+    }
 }
 
 // The user's full name where the suite keeps one, else the login name.

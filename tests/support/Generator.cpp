@@ -193,6 +193,46 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
     return payCurrency;
 }
 
+// The company's entry number prefix and the highest number it has given so far.
+std::pair<std::string, int64_t> lastEntryNumber(Connection& c, const Tables& t, const std::string& company) {
+    auto rs = c.open("select Prefix from pprefix where companyid = " + company +
+                     " and InterfaceID = " + num(kInterfaceId));
+    const std::string prefix = rs->eof() ? std::string() : rs->field(0).joinText();
+    int64_t lastNo = 0;
+    for (rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company); !rs->eof();
+         rs->moveNext()) {
+        std::string no = rs->field(0).joinText();
+        if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
+            no.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        std::string rest = no.substr(prefix.size());
+        if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
+            lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
+    }
+    return {prefix, lastNo};
+}
+
+// Journal lines of entries from..to-1: one per account and transaction currency, as the
+// posting builder groups their details.
+void insertJournalLines(Connection& c, const Tables& t, const std::string& company, int64_t from,
+                        int64_t to) {
+    c.execute("insert into " + t.posting +
+              " (CompanyID, TransID, DetailID, DepartmentID, AccountID, AccountDesc, Description, "
+              "AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount, "
+              "RefTransAmount, DeptAmount, CompAmount, Editable) "
+              "select CompanyID, TransID, row_number() over (partition by TransID order by min(DetailID)), "
+              "min(DepartmentID), AccountID, min(AccountDesc), '', min(AccCurrID), min(AccCurrSymbol), "
+              "TransCurrID, min(TransCurrSymbol), "
+              "round(sum(case when Credit = 1 then 0 else AccountAmount end), 2), "
+              "round(sum(case when Credit = 1 then AccountAmount else 0 end), 2), "
+              "round(sum(case when Credit = 1 then -RefTransAmount else RefTransAmount end), 2), "
+              "round(sum(case when Credit = 1 then -DeptAmount else DeptAmount end), 2), "
+              "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' "
+              "from " +
+              t.details + " where CompanyID = " + company + " and TransID >= " + num(from) +
+              " and TransID < " + num(to) + " group by CompanyID, TransID, AccountID, TransCurrID");
+}
+
 // The 28th of the month `back` months before October 2026, as ISO text, and its "yyyymm".
 std::pair<std::string, std::string> processingMonth(int back) {
     const int months = 2026 * 12 + 9 - back;  // counted from January of year 0
@@ -202,15 +242,8 @@ std::pair<std::string, std::string> processingMonth(int back) {
     return {iso, tag};
 }
 
-void generate(Connection& c, const GeneratorOptions& o) {
-    ensureLinkTable(c);
-    Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
-             physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
-    const int64_t payCurrency = ensureMasterData(c, o, t);
-    const std::string company = num(o.companyId);
-    std::mt19937 rng(o.seed);
-    auto pick = [&rng](int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); };
-
+template <class Pick>
+std::string randomName(Pick& pick) {
     static const char* firsts[] = {"Ahmed", "Fatima", "Rajesh", "Priya",  "Mohammed", "Aisha",
                                    "John",  "Maria",  "Suresh", "Anita",  "Omar",     "Layla",
                                    "David", "Sarah",  "Vikram", "Deepa",  "Khalid",   "Noura",
@@ -219,6 +252,24 @@ void generate(Connection& c, const GeneratorOptions& o) {
                                   "Haddad",      "Thomas", "Nair",   "Rahman",    "Menon",
                                   "Siddiqui",    "Joseph", "Kapoor", "Iyer",      "Mathew",
                                   "Qureshi",     "Reddy",  "Saleh",  "George",    "Patel"};
+
+    return std::string(firsts[pick(std::size(firsts))]) + " " + lasts[pick(std::size(lasts))];
+}
+
+constexpr const char* kDetailColumns =
+    " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, RefTransDate, "
+    "EmpID, "
+    "EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, "
+    "RefTransAmount, AccountAmount, DeptAmount, CompAmount, Credit) ";
+
+void generate(Connection& c, const GeneratorOptions& o) {
+    ensureLinkTable(c);
+    Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
+             physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
+    const int64_t payCurrency = ensureMasterData(c, o, t);
+    const std::string company = num(o.companyId);
+    std::mt19937 rng(o.seed);
+    auto pick = [&rng](int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); };
 
     // Employees.
     const int64_t firstEmp =
@@ -232,8 +283,7 @@ void generate(Connection& c, const GeneratorOptions& o) {
         for (int i = 0; i < o.employees; ++i) {
             int64_t id = firstEmp + i;
             std::snprintf(empNo, sizeof empNo, "G%06lld", static_cast<long long>(id));
-            std::string name =
-                std::string(firsts[pick(std::size(firsts))]) + " " + lasts[pick(std::size(lasts))];
+            std::string name = randomName(pick);
             basic[static_cast<size_t>(i)] = 2000.0 + 250.0 * pick(49);
             ins.add(company + "," + num(id) + "," + quote(empNo) + "," + quote(name) + "," +
                     num(o.departmentId) + "," + num(payCurrency));
@@ -279,21 +329,7 @@ void generate(Connection& c, const GeneratorOptions& o) {
     // Entry headers, numbered on from the highest number the prefix has given so far.
     const int64_t firstTrans =
         scalarInt(c, "select max(TransID) from " + t.header + " where CompanyID = " + company) + 1;
-    auto rs = c.open("select Prefix from pprefix where companyid = " + company +
-                     " and InterfaceID = " + num(kInterfaceId));
-    const std::string prefix = rs->eof() ? std::string() : rs->field(0).joinText();
-    int64_t lastNo = 0;
-    for (rs = c.open("select TransNo from " + t.header + " where CompanyID = " + company); !rs->eof();
-         rs->moveNext()) {
-        std::string no = rs->field(0).joinText();
-        if (no.size() <= prefix.size() || no.size() - prefix.size() > 15 ||
-            no.compare(0, prefix.size(), prefix) != 0)
-            continue;
-        std::string rest = no.substr(prefix.size());
-        if (std::all_of(rest.begin(), rest.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-            lastNo = std::max<int64_t>(lastNo, std::stoll(rest));
-    }
-    rs.reset();
+    const auto [prefix, lastNo] = lastEntryNumber(c, t, company);
     BulkInsert ins{c, "insert into " + t.header +
                           " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
                           "Remarks, Cancelled, cancelremarks, Posted)"};
@@ -312,12 +348,7 @@ void generate(Connection& c, const GeneratorOptions& o) {
     // pass over the runs.
     for (int64_t pass = 0; pass * runs < o.savedEntries; ++pass) {
         int64_t count = std::min<int64_t>(runs, o.savedEntries - pass * runs);
-        c.execute("insert into " + t.details +
-                  " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, "
-                  "RefTransType, RefTransDate, EmpID, EmpName, EmpNo, AccountID, AccountDesc, "
-                  "TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, RefTransAmount, "
-                  "AccountAmount, DeptAmount, CompAmount, Credit) "
-                  "select v.mppCompanyID, v.mppProcessID - " +
+        c.execute("insert into " + t.details + kDetailColumns + "select v.mppCompanyID, v.mppProcessID - " +
                   num(firstProc) + " + " + num(firstTrans + pass * runs) +
                   ", row_number() over (partition by v.mppProcessID order by " + kComponentOrder +
                   "), v.mppDepartmentID, v.mppProcessID, v.mppProcessNo, v.Type, v.mppProcessedDate, "
@@ -328,28 +359,194 @@ void generate(Connection& c, const GeneratorOptions& o) {
                   num(firstProc + count));
     }
 
-    // Journal lines: one per account and transaction currency, as the posting builder groups.
-    c.execute("insert into " + t.posting +
-              " (CompanyID, TransID, DetailID, DepartmentID, AccountID, AccountDesc, Description, "
-              "AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount, "
-              "RefTransAmount, DeptAmount, CompAmount, Editable) "
-              "select CompanyID, TransID, row_number() over (partition by TransID order by min(DetailID)), "
-              "min(DepartmentID), AccountID, min(AccountDesc), '', min(AccCurrID), min(AccCurrSymbol), "
-              "TransCurrID, min(TransCurrSymbol), "
-              "round(sum(case when Credit = 1 then 0 else AccountAmount end), 2), "
-              "round(sum(case when Credit = 1 then AccountAmount else 0 end), 2), "
-              "round(sum(case when Credit = 1 then -RefTransAmount else RefTransAmount end), 2), "
-              "round(sum(case when Credit = 1 then -DeptAmount else DeptAmount end), 2), "
-              "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' "
-              "from " +
-              t.details + " where CompanyID = " + company + " and TransID >= " + num(firstTrans) +
-              " and TransID < " + num(firstTrans + o.savedEntries) +
-              " group by CompanyID, TransID, AccountID, TransCurrID");
+    insertJournalLines(c, t, company, firstTrans, firstTrans + o.savedEntries);
 
     // The runs of the entries that stand are linked; cancelled entries released theirs.
     c.execute("update pMonthlyPayRollProcessing set mppPosted = 1 where mppCompanyID = " + company +
               " and mppProcessID >= " + num(firstProc) + " and mppProcessID < " +
               num(firstProc + std::min<int64_t>(runs, o.savedEntries)));
+}
+
+// Sources of every kind and the entries that link the posted months' ones; see the header.
+void monthEnd(Connection& c, const MonthEndOptions& o) {
+    ensureLinkTable(c);
+    Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
+             physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
+    const int k = o.companyId, D = o.departments, E = o.employees, P = o.payments, M = o.months;
+    const int L = std::min(o.postedMonths, M), n = std::max(1, o.entriesPerType);
+    const std::string company = num(k);
+    std::mt19937 rng(o.seed);
+    auto pick = [&rng](int m) { return std::uniform_int_distribution<int>(0, m - 1)(rng); };
+    auto next = [&](const std::string& key, const std::string& table, const std::string& of) {
+        return scalarInt(
+            c, "select coalesce(max(" + key + "), 0) + 1 from " + table + " where " + of + " = " + company);
+    };
+
+    // The first department is in the company's currency (and makes the company); the others
+    // take turns in it and in two more, each with stored rates both ways.
+    const int64_t firstDept = next("DepartmentID", t.department, "CompanyID");
+    std::vector<int64_t> currency(static_cast<size_t>(D));
+    GeneratorOptions g;
+    g.companyId = k;
+    for (int d = 0; d < D; ++d) {
+        g.departmentId = static_cast<int>(firstDept + d);
+        if (d % 3 != 0) {
+            const int64_t home = currency[0], other = home + 99 + d % 3;
+            const double rate = d % 3 == 1 ? 3.6725 : 0.0442;
+            ensureCurrency(c, k, other);
+            c.execute(
+                "insert or ignore into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values (" +
+                company + "," + num(home) + "," + num(other) + "," + std::to_string(rate) + "), (" + company +
+                "," + num(other) + "," + num(home) + "," + std::to_string(1 / rate) + ")");
+            c.execute("insert into " + t.department +
+                      " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company + "," +
+                      num(g.departmentId) + "," + quote("Department " + num(g.departmentId)) + "," +
+                      num(other) + ")");
+        }
+        currency[static_cast<size_t>(d)] = ensureMasterData(c, g, t);
+    }
+
+    const int64_t firstEmp = next("eEmployeeID", "pemployee", "eCompanyID");
+    const int64_t firstRun = next("mppProcessID", "pMonthlyPayRollProcessing", "mppCompanyID");
+    const int64_t firstPay = next("phPaymentID", "pPaymentHeader", "phCompanyID");
+    BulkInsert staff{
+        c, "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, ecurrencyid)"};
+    for (int64_t e = 0; e < int64_t{D} * E; ++e)
+        staff.add(company + "," + num(firstEmp + e) + "," + quote("M" + num(firstEmp + e)) + "," +
+                  quote(randomName(pick)) + "," + num(firstDept + e / E) + "," +
+                  num(currency[static_cast<size_t>(e / E)]));
+    staff.flush();
+    BulkInsert runs{
+        c,
+        "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
+        "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, mppNetPay)"};
+    BulkInsert pays{
+        c,
+        "insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
+        "phEmployeeID, phcurrencyid, phType)"};
+    BulkInsert lines{c, "insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt)"};
+    for (int j = 0; j < M; ++j) {
+        const auto [date, tag] = processingMonth(M - 1 - j);
+        for (int d = 0; d < D; ++d) {
+            for (int i = 0; i < E; ++i) {
+                const double b = 2000.0 + 250.0 * pick(49), a = cents(b * 0.35 + 25.0 * pick(21)),
+                             x = cents(b * 0.04 + 10.25 * pick(31));
+                const int64_t id = firstRun + (int64_t{j} * D + d) * E + i;
+                runs.add(company + "," + num(id) + "," + quote("MR" + tag + "/" + num(id)) + "," +
+                         quote(date) + "," + num(firstDept + d) + "," + num(firstEmp + int64_t{d} * E + i) +
+                         "," + money(b) + "," + money(a) + "," + money(x) + "," + money(b + a - x));
+            }
+            for (int q = 0; q < P && E > 0; ++q) {
+                const int64_t id = firstPay + (int64_t{j} * D + d) * P + q;
+                pays.add(
+                    company + "," + num(id) + "," + quote("MP" + tag + "/" + num(id)) + "," + quote(date) +
+                    "," + num(firstDept + d) + "," + num(firstEmp + int64_t{d} * E + q % E) + "," +
+                    num(currency[static_cast<size_t>(d)]) + "," + quote(std::string(1, "ARSEHO"[q % 6])));
+                lines.add(company + "," + num(id) + ",1," + money(100 + 12.35 * pick(80)));
+            }
+        }
+    }
+    runs.flush();
+    pays.flush();
+    lines.flush();
+
+    // Entry (j, d, type, chunk) has TransID firstTrans + ((j*D + d)*7 + type)*n + chunk, so the
+    // details below find their entry by arithmetic on the source's id.
+    const int64_t firstTrans = next("TransID", t.header, "CompanyID"),
+                  liveEnd = firstTrans + int64_t{L} * D * 7 * n;
+    auto [prefix, lastNo] = lastEntryNumber(c, t, company);
+    BulkInsert headers{
+        c, "insert into " + t.header +
+               " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
+               "cancelremarks)"};
+    const int every = o.cancelledEvery;
+    std::vector<std::string> twins;
+    for (int j = 0; j < L; ++j) {
+        const auto [date, tag] = processingMonth(M - 1 - j);
+        for (int d = 0; d < D; ++d)
+            for (int type = 0; type < 7; ++type) {
+                // Sources of the cell: the department's runs, or its payments of the kind.
+                const int64_t size = type == 0 ? E : P > type - 1 ? (P - (type - 1) + 5) / 6 : 0;
+                for (int64_t chunk = 0; chunk < n; ++chunk) {
+                    if ((chunk * size + n - 1) / n == ((chunk + 1) * size + n - 1) / n) continue;  // empty
+                    const int64_t trans = firstTrans + ((int64_t{j} * D + d) * 7 + type) * n + chunk;
+                    const std::string code(1, "PARSEHO"[type]);
+                    const std::string dept = num(firstDept + d), row = quote(date) + "," + quote(code) + "," +
+                                                                       quote("Month end " + tag + " " + code);
+                    headers.add(company + "," + num(trans) + "," + dept + "," +
+                                quote(prefix + num(++lastNo)) + "," + row + ",0,NULL");
+                    if (every > 0 && (trans - firstTrans) % every == 0)
+                        twins.push_back(num(liveEnd + (trans - firstTrans) / every) + "," + dept + ",%," +
+                                        row + ",1,'Entered twice'");
+                }
+            }
+    }
+    for (std::string& twin : twins)
+        headers.add(company + "," + twin.replace(twin.find('%'), 1, quote(prefix + num(++lastNo))));
+    headers.flush();
+
+    const std::string run = "(v.mppProcessID - " + num(firstRun) + ")";
+    const std::string runTrans = num(firstTrans) + " + (" + run + " / " + num(E) + ") * " + num(7 * n) +
+                                 " + (" + run + " % " + num(E) + ") * " + num(n) + " / " + num(E);
+    c.execute(
+        "insert into " + t.details + kDetailColumns + "select v.mppCompanyID, " + runTrans +
+        ", row_number() over (partition by " + runTrans + " order by v.mppProcessID, " + kComponentOrder +
+        "), v.mppDepartmentID, v.mppProcessID, v.mppProcessNo, v.Type, v.mppProcessedDate, v.mppEmpID, "
+        "v.eName, "
+        "v.eEmpNo, v.sacSalaryaccID, v.AccountDesc, v.ResSymbol, v.AccSymbol, v.sacCurrencyID, v.CurrencyID, "
+        "v.netPay, v.AccExRate, v.DepExRate, v.CompExRate, v.Credit from vwPayrollAccountLines v "
+        "where v.mppCompanyID = " +
+        company + " and v.mppProcessID >= " + num(firstRun) + " and v.mppProcessID < " +
+        num(firstRun + int64_t{L} * D * E));
+    if (P > 0) {
+        const std::string pay = "(v.phPaymentID - " + num(firstPay) + ")",
+                          q = "(" + pay + " % " + num(P) + ")";
+        const std::string payTrans = num(firstTrans) + " + ((" + pay + " / " + num(P) + ") * 7 + " + q +
+                                     " % 6 + 1) * " + num(n) + " + (" + q + " / 6) * " + num(n) + " / ((" +
+                                     num(P) + " - " + q + " % 6 + 5) / 6)";
+        c.execute(
+            "insert into " + t.details + kDetailColumns + "select v.phCompanyID, " + payTrans +
+            ", row_number() over (partition by " + payTrans +
+            " order by v.phPaymentID, v.pdLineID, v.Credit), "
+            "v.phDepartmentID, v.phPaymentID, v.phPaymentNo, 'Payment', v.phDate, v.phEmployeeID, v.eName, "
+            "v.eEmpNo, v.adcAccountID, v.AccountDesc, v.ResSymbol, v.AccSymbol, v.phcurrencyid, "
+            "v.CurrencyID, "
+            "v.pdPaymentAmt, v.AccExRate, v.DepExRate, v.CompExRate, v.Credit from vwPaymentAccountLines v "
+            "where v.phCompanyID = " +
+            company + " and v.phPaymentID >= " + num(firstPay) + " and v.phPaymentID < " +
+            num(firstPay + int64_t{L} * D * P));
+    }
+    insertJournalLines(c, t, company, firstTrans, liveEnd);
+    // The twins hold copies of their live entries' details and lines; the sources are flagged.
+    for (const std::string& table : {t.details, t.posting})
+        if (every > 0)
+            for (const std::string& step :
+                 {"create temp table twin as select * from " + table + " where CompanyID = " + company +
+                      " and TransID >= " + num(firstTrans) + " and TransID < " + num(liveEnd) +
+                      " and (TransID - " + num(firstTrans) + ") % " + num(every) + " = 0",
+                  "update twin set TransID = " + num(liveEnd) + " + (TransID - " + num(firstTrans) + ") / " +
+                      num(every),
+                  "insert into " + table + " select * from twin", std::string("drop table twin")})
+                c.execute(step);
+    c.execute("update pMonthlyPayRollProcessing set mppPosted = 1 where mppCompanyID = " + company +
+              " and mppProcessID >= " + num(firstRun) + " and mppProcessID < " +
+              num(firstRun + int64_t{L} * D * E));
+    c.execute("update pPaymentHeader set phPosted = 1 where phCompanyID = " + company +
+              " and phPaymentID >= " + num(firstPay) + " and phPaymentID < " +
+              num(firstPay + int64_t{L} * D * P));
+}
+
+// All of it or nothing, in one transaction.
+template <class Body>
+void inOneTransaction(Connection& c, const Body& body) {
+    c.beginTrans();
+    try {
+        body();
+        c.commitTrans();
+    } catch (...) {
+        if (c.inTransaction()) c.rollbackTrans();
+        throw;
+    }
 }
 
 }  // namespace
@@ -358,14 +555,14 @@ void generateLarge(Connection& c, const GeneratorOptions& o) {
     if (o.employees < 0 || o.months < 0 || o.savedEntries < 0)
         common::raise(common::err::InvalidProcedureCall, "Generator",
                       "Counts of employees, months and entries cannot be negative.");
-    c.beginTrans();
-    try {
-        generate(c, o);
-        c.commitTrans();
-    } catch (...) {
-        if (c.inTransaction()) c.rollbackTrans();
-        throw;
-    }
+    inOneTransaction(c, [&] { generate(c, o); });
+}
+
+void generateMonthEnd(Connection& c, const MonthEndOptions& o) {
+    if (o.departments < 1 || o.employees < 1 || o.payments < 0 || o.months < 0 || o.cancelledEvery < 0)
+        common::raise(common::err::InvalidProcedureCall, "Generator",
+                      "A month end needs departments and employees, and no negative counts.");
+    inOneTransaction(c, [&] { monthEnd(c, o); });
 }
 
 }  // namespace testsupport

@@ -828,7 +828,7 @@ bool upgrade(Connection& c) {
     rs->close();
     if (!ours) return false;
     // Databases of the first builds got the table mapping only with the demo data.
-    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") +
+    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") + "\n" + embedded("upgrade.sql") +
                     "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
                 "schema upgrade");
     return true;

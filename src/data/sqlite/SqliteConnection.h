@@ -32,7 +32,7 @@ struct Unusable : std::runtime_error {
 ConnectionPtr open(const std::string& path, const OpenOptions& options = {});
 // The schema version that initialise writes and upgrade brings older databases to
 // (PRAGMA user_version; the first builds left it 0).
-inline constexpr int kSchemaVersion = 1;
+inline constexpr int kSchemaVersion = 2;
 
 // Creates the schema with its table mapping and, with demo, the demo data. The demo's
 // payroll, payments and saved entries fall in the month of demoDay (default: today) and
