@@ -228,6 +228,9 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         module_.TransactionOpen = true;
         module_.LockCompanyEntries();
         TakeFreeEntryKeys(transId);
+        // Under the transaction's lock from here to the commit, so it holds at the commit too;
+        // before the writes, it costs a fraction and stops early.
+        StopIfSourcesTaken(transId);
         auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkHeader + " ( CompanyID," +
                                 "TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled) " +
                                 "values (?, ?, ?, ?, ?, ?, ?, ?) ");
@@ -238,9 +241,6 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
              Value(typeCode.substr(0, 1)), Value(Trim(txtRemarks.text())), Value(0)});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
-        // Before the flags are set, so that a source an older entry linked without flagging it
-        // is still told apart from one linked meanwhile.
-        StopIfSourcesTaken(transId);
         UpdateTransTables();
         report::RecordEntryEvent(conn, s.companyId, transId, s.userId, 'N');
         StopIfLedgerBreaks(transId);
@@ -257,14 +257,12 @@ void frmPayrollAccountsLinking::InsertIntoTable() {
         module_.TransactionOpen = true;
         module_.LockCompanyEntries();
         StopIfEntryClosed(transId);
+        StopIfSourcesTaken(transId);
         auto cmd = conn.command(sql);
         cmd->refreshParameters();
         cmd->execute({Value(dtpTransDate.value()), Value(Trim(txtRemarks.text()))});
         InsertIntoDetailTable(transId);
         InsertIntoPostingDetailsTable(transId);
-        // Before the flags are set, so that a source an older entry linked without flagging it
-        // is still told apart from one linked meanwhile.
-        StopIfSourcesTaken(transId);
         UpdateTransTables();
         report::RecordEntryEvent(conn, s.companyId, transId, s.userId, 'E');
         StopIfLedgerBreaks(transId);
