@@ -40,14 +40,6 @@ protected:
                 "insert into ptablecolumns (tableid, columnid, columnheader, columnname) values (60," +
                 std::to_string(i + 1) + ",'" + headers[i] + "','" + names[i] + "')");
     }
-    void rights(int user, const std::string& text) {
-        const std::string u = std::to_string(user);
-        raw->execute("delete from puserrights where companyid=1 and interfaceid=60 and userid=" + u);
-        if (!text.empty())
-            raw->execute(
-                "insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (1," + u +
-                ",60,'" + text + "')");
-    }
     browser::FrmMaster& reopen() {
         if (module->isLoaded("FrmMaster")) module->FrmMaster().unload();
         return module->FrmMaster();
@@ -178,29 +170,6 @@ TEST_F(BrowserTest, SortAndSearchKeepTheChosenEntryInNaturalOrderForEveryLetter)
     EXPECT_EQ(g.textMatrix(g.row(), 0), "1203");
     EXPECT_EQ(g.sortedBy(), ui::FlexGrid::flexSortNone);
     EXPECT_TRUE(toolkit.messages.empty());
-}
-
-TEST_F(BrowserTest, RightsDecideTheButtons) {
-    add(1, "E-1", "2026-10-10");
-    EXPECT_EQ(buttons(module->FrmMaster()), "NEDP");
-    EXPECT_TRUE(traced(
-        "Select FunctionRights from puserrights where companyid = 1 and userid = 1 and interfaceid = 60"));
-    rights(1, "nedp");
-    EXPECT_EQ(buttons(reopen()), "----");
-    rights(1, "PxD");
-    EXPECT_EQ(buttons(reopen()), "--DP");
-
-    // No rights row: user 1 gets everything at load; a row change re-applies the empty string.
-    rights(1, "");
-    auto& admin = reopen();
-    EXPECT_EQ(buttons(admin), "NEDP");
-    admin.flexMaster.userSelectCell(1, 1);
-    EXPECT_EQ(buttons(admin), "----");
-
-    module->session.userId = 7;
-    EXPECT_EQ(buttons(reopen()), "----");
-    rights(7, "NE");
-    EXPECT_EQ(buttons(reopen()), "NE--");
 }
 
 TEST_F(BrowserTest, DeleteAsksThenRefusesPostedEntriesAndOpensTheCancellation) {

@@ -24,8 +24,8 @@ namespace trn = linking::trn;
 
 constexpr int kCompany = 7;
 const DateTime kFrom = DateTime::ymd(2026, 9, 1), kTo = DateTime::ymd(2026, 10, 31);
-const std::vector<std::string> kTexts = {"October wages", "O'Brien's advance", "a; b -- c /* d */",
-                                         "He said \"no\"", "Zürich – Ærø", "رواتب"};
+const std::vector<std::string> kTexts = {"October wages",  "O'Brien's advance", "a; b -- c /* d */",
+                                         "He said \"no\"", "Zürich – Ærø",      "رواتب"};
 
 std::string money(double x) {
     char b[40];
@@ -41,7 +41,9 @@ unsigned long envNumber(const char* name, unsigned long fallback) {
 
 std::vector<unsigned long> seeds() {
     if (const unsigned long s = envNumber("PAYACC_SEED", 0)) return {s};
-    return {20261028, 7, 1966, static_cast<unsigned long>(std::chrono::system_clock::now().time_since_epoch().count() % 1000000007)};
+    return {
+        20261028, 7, 1966,
+        static_cast<unsigned long>(std::chrono::system_clock::now().time_since_epoch().count() % 1000000007)};
 }
 
 class PropertyTest : public LinkingTest, public ::testing::WithParamInterface<unsigned long> {
@@ -70,7 +72,9 @@ protected:
 
     size_t pick(size_t k) { return k == 0 ? 0 : std::uniform_int_distribution<size_t>(0, k - 1)(rng); }
     bool chance(int percent) { return static_cast<int>(pick(100)) < percent; }
-    long long cents(long long lo, long long hi) { return std::uniform_int_distribution<long long>(lo, hi)(rng); }
+    long long cents(long long lo, long long hi) {
+        return std::uniform_int_distribution<long long>(lo, hi)(rng);
+    }
 
     // Company 7: currencies 1 (its books) to 4, departments in 1, 2 and 3, salary accounts
     // mostly in 4, payments in a currency other than their accounts', two accounts per
@@ -80,14 +84,16 @@ protected:
         std::shuffle(symbols.begin(), symbols.end(), rng);
         const std::string k = n(kCompany) + ", ";
         auto account = [&](int id, const std::string& name, int currency) {
-            raw->execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" + k +
-                         n(id) + ", '" + name + " " + symbols[currency] + "', " + n(currency) + ")");
+            raw->execute(
+                "insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" + k +
+                n(id) + ", '" + name + " " + symbols[currency] + "', " + n(currency) + ")");
         };
-        raw->execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" + k + "'Generated', 1)");
+        raw->execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" + k +
+                     "'Generated', 1)");
         double value[5];
         for (int c = 1; c <= 4; ++c) {
-            raw->execute("insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol) values (" + k + n(c) + ", '" +
-                         symbols[c] + "')");
+            raw->execute("insert into pCurrencyMaster (CompanyID, CurrencyID, Symbol) values (" + k + n(c) +
+                         ", '" + symbols[c] + "')");
             value[c] = std::exp(std::uniform_real_distribution<>(-3, 3.7)(rng));
             account(7300 + 10 * c + 1, "Bank", c);
             account(7300 + 10 * c + 2, "Suspense", c);
@@ -97,47 +103,62 @@ protected:
         for (int a = 1; a <= 4; ++a)
             for (int b = 1; b <= 4; ++b) {
                 char rate[32];
-                std::snprintf(rate, sizeof rate, "%.6g",
-                              value[a] / value[b] * (1 + std::uniform_real_distribution<>(-0.004, 0.004)(rng)));
+                std::snprintf(
+                    rate, sizeof rate, "%.6g",
+                    value[a] / value[b] * (1 + std::uniform_real_distribution<>(-0.004, 0.004)(rng)));
                 if (a != b)
-                    raw->execute("insert into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values (" + k +
-                                 n(a) + ", " + n(b) + ", " + rate + ")");
+                    raw->execute(
+                        "insert into pExchangeRate (CompanyID, CurrencyID1, CurrencyID2, Rate) values (" + k +
+                        n(a) + ", " + n(b) + ", " + rate + ")");
             }
         for (int d = 1; d <= 3; ++d)
-            raw->execute("insert into pDepartmentMaster (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
-                         "values (" + k + n(70 + d) + ", '" + (departmentNames[70 + d] = "Works " + symbols[d]) +
-                         "', " + n(d) + ")");
+            raw->execute(
+                "insert into pDepartmentMaster (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) "
+                "values (" +
+                k + n(70 + d) + ", '" + (departmentNames[70 + d] = "Works " + symbols[d]) + "', " + n(d) +
+                ")");
         std::set<int> paid;
         for (int e = 1; e <= 9; ++e) {
             const int currency = 1 + static_cast<int>(pick(4)), department = 71 + e % 3;
             paid.insert(currency);
-            raw->execute("insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, "
-                         "ecurrencyid) values (" + k + n(7000 + e) + ", 'G" + n(e) + "', 'Staff " + n(e) + "', " +
-                         n(department) + ", " + n(currency) + ")");
+            raw->execute(
+                "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, eDepartmentID, "
+                "ecurrencyid) values (" +
+                k + n(7000 + e) + ", 'G" + n(e) + "', 'Staff " + n(e) + "', " + n(department) + ", " +
+                n(currency) + ")");
             for (int month : {9, 10}) {
                 const long long basic = cents(80000, 600000),
-                                allowances = chance(15) ? 0 : chance(20) ? -cents(1000, 30000) : cents(1, 150000),
-                                deductions = chance(15) ? 0 : chance(15) ? -cents(500, 5000) : cents(1, 40000);
-                raw->execute("insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
-                             "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
-                             "mppNetPay, mppPosted) values (" + k + n(70000 + 10 * e + month) + ", 'GR/" + n(e) +
-                             "/" + n(month) + "', '2026-" + n(month) + "-28', " + n(department) + ", " + n(7000 + e) +
-                             ", " + money(basic / 100.0) + ", " + money(allowances / 100.0) + ", " +
-                             money(deductions / 100.0) + ", " + money((basic + allowances - deductions) / 100.0) +
-                             ", 0)");
+                                allowances = chance(15)   ? 0
+                                             : chance(20) ? -cents(1000, 30000)
+                                                          : cents(1, 150000),
+                                deductions = chance(15)   ? 0
+                                             : chance(15) ? -cents(500, 5000)
+                                                          : cents(1, 40000);
+                raw->execute(
+                    "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, mppProcessNo, "
+                    "mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, mppAllowances, mppDeductions, "
+                    "mppNetPay, mppPosted) values (" +
+                    k + n(70000 + 10 * e + month) + ", 'GR/" + n(e) + "/" + n(month) + "', '2026-" +
+                    n(month) + "-28', " + n(department) + ", " + n(7000 + e) + ", " + money(basic / 100.0) +
+                    ", " + money(allowances / 100.0) + ", " + money(deductions / 100.0) + ", " +
+                    money((basic + allowances - deductions) / 100.0) + ", 0)");
             }
             if (chance(40)) continue;
             // Advances post to currency 4 and others to 1, cash is held in 3.
             const bool advance = chance(65);
             const int currency2 = advance ? 1 + static_cast<int>(pick(2)) : chance(50) ? 2 : 4;
-            raw->execute("insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
-                         "phEmployeeID, phcurrencyid, phType, phPosted) values (" + k + n(75000 + e) + ", 'GP/" + n(e) +
-                         "', '2026-10-0" + n(1 + pick(9)) + "', " + n(department) + ", " + n(7000 + e) + ", " +
-                         n(currency2) + ", '" + (advance ? "A" : "O") + "', 0)");
+            raw->execute(
+                "insert into pPaymentHeader (phCompanyID, phPaymentID, phPaymentNo, phDate, phDepartmentID, "
+                "phEmployeeID, phcurrencyid, phType, phPosted) values (" +
+                k + n(75000 + e) + ", 'GP/" + n(e) + "', '2026-10-0" + n(1 + pick(9)) + "', " +
+                n(department) + ", " + n(7000 + e) + ", " + n(currency2) + ", '" + (advance ? "A" : "O") +
+                "', 0)");
             for (int line = 1; line <= 1 + static_cast<int>(pick(2)); ++line)
-                raw->execute("insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values (" +
-                             k + n(75000 + e) + ", " + n(line) + ", " +
-                             money((chance(25) ? -cents(1000, 20000) : cents(5000, 90000)) / 100.0) + ")");
+                raw->execute(
+                    "insert into pPaymentDetails (pdCompanyID, pdPaymentID, pdLineID, pdPaymentAmt) values "
+                    "(" +
+                    k + n(75000 + e) + ", " + n(line) + ", " +
+                    money((chance(25) ? -cents(1000, 20000) : cents(5000, 90000)) / 100.0) + ")");
         }
         for (int x : paid) {
             const char* parts[] = {"B", "A", "D", "N"};
@@ -145,24 +166,25 @@ protected:
             for (int p = 0; p < 4; ++p) {
                 const int id = 7100 + 10 * x + p;
                 account(id, std::string("Pay ") + parts[p] + " " + symbols[x] + " in", currencies[p]);
-                raw->execute("insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
-                             "sacSalaryaccID, sacCredit) values (" + k + n(x) + ", '" + parts[p] + "', " + n(id) +
-                             ", " + (p >= 2 ? "1" : "0") + ")");
+                raw->execute(
+                    "insert into paSalaryAccountsConfig (sacCompanyID, sacCurrencyID, sacComponent, "
+                    "sacSalaryaccID, sacCredit) values (" +
+                    k + n(x) + ", '" + parts[p] + "', " + n(id) + ", " + (p >= 2 ? "1" : "0") + ")");
             }
         }
-        const std::pair<const char*, int> settings[] = {{"A", 4}, {"O", 1}, {"R", 2}, {"S", 2},
+        const std::pair<const char*, int> settings[] = {{"A", 4}, {"O", 1}, {"R", 2},   {"S", 2},
                                                         {"E", 2}, {"H", 2}, {"CASH", 3}};
         for (int i = 0; i < 7; ++i) {
             account(7200 + i, std::string("Setting ") + settings[i].first, settings[i].second);
-            raw->execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, adcAccountID) values (" + k +
-                         "'" + settings[i].first + "', " + n(7200 + i) + ")");
+            raw->execute("insert into paPayAccLinkSettings (CompanyID, SettingCode, adcAccountID) values (" +
+                         k + "'" + settings[i].first + "', " + n(7200 + i) + ")");
         }
         raw->execute("insert into pprefix (companyid, InterfaceID, Prefix) values (" + k + "60, 'G/')");
         raw->execute("insert into psettings (companyid, noofpreviousdays) values (" + k + "0)");
         raw->execute("insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (" + k +
                      "1, 60, 'NEDP')");
-        for (auto rs = raw->open("select AccountID, AccountDesc from aAccountMaster where CompanyID=7"); !rs->eof();
-             rs->moveNext())
+        for (auto rs = raw->open("select AccountID, AccountDesc from aAccountMaster where CompanyID=7");
+             !rs->eof(); rs->moveNext())
             accountNames[rs->field(0).toInt32()] = rs->field(1).toText();
     }
 
@@ -203,7 +225,10 @@ protected:
         f.cmdShow.userClick();
         Work w;
         w.f = &f, w.transId = 0, w.department = department, w.payroll = type == "Payroll";
-        w.rows = oracle->listed(type == "Payroll" ? 'P' : type == "Others" ? 'O' : 'A', department, kFrom, kTo);
+        w.rows = oracle->listed(type == "Payroll"  ? 'P'
+                                : type == "Others" ? 'O'
+                                                   : 'A',
+                                department, kFrom, kTo);
         w.ticked.assign(w.rows.size(), false);
         EXPECT_EQ(text(shownRows(f.lvwTransactionDetails)), text(w.rows));
         return w;
@@ -241,7 +266,8 @@ protected:
                 for (size_t i = 0; i < w.rows.size(); ++i)  // runs not yet ticked, in list order
                     if (!w.ticked[i] && !done.count(w.rows[i].source))
                         for (size_t j = i; j < w.rows.size(); ++j)
-                            if (w.rows[j].source == w.rows[i].source) tick(w, j, true), done.insert(w.rows[i].source);
+                            if (w.rows[j].source == w.rows[i].source)
+                                tick(w, j, true), done.insert(w.rows[i].source);
             } else if (yes) {
                 w.ticked.assign(w.rows.size(), false);
                 w.posting.lines.clear();
@@ -260,7 +286,8 @@ protected:
     void addByHand(const User& u, Work& w) {
         std::vector<int> free;
         for (int a : handAccounts)
-            if (std::none_of(w.posting.lines.begin(), w.posting.lines.end(), [&](const Line& l) { return l.account == a; }))
+            if (std::none_of(w.posting.lines.begin(), w.posting.lines.end(),
+                             [&](const Line& l) { return l.account == a; }))
                 free.push_back(a);
         if (w.posting.lines.empty() || free.empty()) return;  // the menu offers Add on a list with lines
         double balance = 0;
@@ -288,7 +315,9 @@ protected:
         if (hand.empty()) return;
         const int row = hand[pick(hand.size())];
         const long long amount = cents(-5000, 90000);
-        if (!remove) return enter(u, w, row, w.posting.lines[row - 1].account, (amount ? amount : 1) / 100.0, chance(50));
+        if (!remove)
+            return enter(u, w, row, w.posting.lines[row - 1].account, (amount ? amount : 1) / 100.0,
+                         chance(50));
         w.f->lvwPostingDetails.userSelectRow(row);
         w.f->lvwPostingDetails.userRightClick();
         u.tk->answers = {ui::vbYes};
@@ -318,8 +347,10 @@ protected:
         ed.cmdCancel.userClick();
         EXPECT_EQ(u.tk->messages.size(), boxes) << u.tk->messages.back().request.text;
         const Line l = oracle->byHand(w.department, account, amount, credit);
-        if (row) w.posting.lines[row - 1] = l;
-        else w.posting.lines.push_back(l);
+        if (row)
+            w.posting.lines[row - 1] = l;
+        else
+            w.posting.lines.push_back(l);
         ++handLines;
     }
 
@@ -328,13 +359,17 @@ protected:
         std::string sources = "0";
         for (size_t i = 0; i < w.rows.size(); ++i)
             if (w.ticked[i]) sources += "," + n(w.rows[i].source);
-        const bool taken =
-            count("select count(*) from paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID "
-                  "and h.TransID=d.TransID where h.CompanyID=7 and coalesce(h.Cancelled, 0) <> 1 and h.TransID <> " +
-                  n(w.transId) + " and (h.TransType='P') = " + (w.payroll ? "1" : "0") + " and d.RefTransID in (" +
-                  sources + ")") > 0;
-        const bool closed = w.transId && count("select Cancelled from paPayAccLinkHeader where CompanyID=7 and "
-                                               "TransID=" + n(w.transId)) == 1;
+        const bool taken = count(
+                               "select count(*) from paPayAccLinkDetails d join paPayAccLinkHeader h on "
+                               "h.CompanyID=d.CompanyID "
+                               "and h.TransID=d.TransID where h.CompanyID=7 and coalesce(h.Cancelled, 0) <> "
+                               "1 and h.TransID <> " +
+                               n(w.transId) + " and (h.TransType='P') = " + (w.payroll ? "1" : "0") +
+                               " and d.RefTransID in (" + sources + ")") > 0;
+        const bool closed = w.transId && count(
+                                             "select Cancelled from paPayAccLinkHeader where CompanyID=7 and "
+                                             "TransID=" +
+                                             n(w.transId)) == 1;
         const bool saves = !taken && !closed && oracle->saves(w.posting.lines);
         const std::string before = dbState();
         w.f->cmdOk.userClick();
@@ -345,7 +380,8 @@ protected:
             ++refused;
             return closeUnsaved(u);
         }
-        const int id = w.transId ? w.transId : count("select max(TransID) from paPayAccLinkHeader where CompanyID=7");
+        const int id =
+            w.transId ? w.transId : count("select max(TransID) from paPayAccLinkHeader where CompanyID=7");
         std::vector<SourceLine> linked;
         for (size_t i = 0; i < w.rows.size(); ++i)
             if (w.ticked[i]) linked.push_back(w.rows[i]);
@@ -380,7 +416,8 @@ protected:
         auto& f = u.m->frmPayrollAccountsLinking();
         Work w;
         w.f = &f, w.transId = id, w.payroll = f.cboType.text() == "Payroll", w.rows = oracle->details(id);
-        w.department = count("select DepartmentID from paPayAccLinkHeader where CompanyID=7 and TransID=" + n(id));
+        w.department =
+            count("select DepartmentID from paPayAccLinkHeader where CompanyID=7 and TransID=" + n(id));
         w.ticked.assign(w.rows.size(), true);
         w.posting.lines = oracle->stored(id);
         expectShown(w);
@@ -395,9 +432,12 @@ protected:
         const int row = 1 + static_cast<int>(pick(b.flexMaster.rows() - 1));
         b.flexMaster.userSelectCell(row, 0);
         if (!b.CmdDelete.enabled()) return;
-        const std::string id = b.flexMaster.textMatrix(row, 0), state = "select Cancelled || cancelremarks from "
-                                                                       "paPayAccLinkHeader where CompanyID=7 and "
-                                                                       "TransID=" + id;
+        const std::string id = b.flexMaster.textMatrix(row, 0),
+                          state =
+                              "select Cancelled || cancelremarks from "
+                              "paPayAccLinkHeader where CompanyID=7 and "
+                              "TransID=" +
+                              id;
         const std::string was = scalar(state).joinText();
         u.tk->answers = {ui::vbYes};
         b.CmdDelete.userClick();
@@ -420,9 +460,11 @@ protected:
     // an entry at most once and none cancelled that is not, nothing left open or unanswered.
     void checkAll() {
         EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
-        for (auto rs = raw->open("select TransID from paPayAccLinkHeader where CompanyID=7"); !rs->eof(); rs->moveNext())
+        for (auto rs = raw->open("select TransID from paPayAccLinkHeader where CompanyID=7"); !rs->eof();
+             rs->moveNext())
             EXPECT_EQ(oracle->entryFaults(rs->field(0).toInt32()), "") << "entry " << rs->field(0).toInt32();
-        EXPECT_EQ(rows("select TransNo from paPayAccLinkHeader where CompanyID=7 group by TransNo having count(*) > 1"),
+        EXPECT_EQ(rows("select TransNo from paPayAccLinkHeader where CompanyID=7 group by TransNo having "
+                       "count(*) > 1"),
                   "");
         for (const User& u : users) {
             auto& g = u.m->FrmMaster().flexMaster;
@@ -435,7 +477,8 @@ protected:
                     << "browser row " << r;
             EXPECT_EQ(u.tk->topForm(), nullptr);
             EXPECT_TRUE(u.tk->answers.empty());
-            for (const auto& e : u.tk->errors) ADD_FAILURE() << "uncaught error " << e.number() << ": " << e.description();
+            for (const auto& e : u.tk->errors)
+                ADD_FAILURE() << "uncaught error " << e.number() << ": " << e.description();
             u.tk->errors.clear();
         }
     }
@@ -450,17 +493,22 @@ protected:
 };
 
 TEST_P(PropertyTest, RandomWorkStoresWhatTheOracleSaysAndKeepsTheLedgerWhole) {
-    SCOPED_TRACE(testing::Message() << "seed " << GetParam() << " (PAYACC_SEED=" << GetParam() << " repeats it)");
+    SCOPED_TRACE(testing::Message() << "seed " << GetParam() << " (PAYACC_SEED=" << GetParam()
+                                    << " repeats it)");
     const unsigned long steps = envNumber("PAYACC_STEPS", 30);
     checkAll();
     for (unsigned long i = 1; i <= steps && !HasFailure(); ++i) {
         const User& u = users[pick(2)];
         const int op = static_cast<int>(pick(100));
         SCOPED_TRACE(testing::Message() << "step " << i << ", operation " << op);
-        if (op < 40) newEntry(u);
-        else if (op < 55) race();
-        else if (op < 85) edit(u);
-        else cancel(u);
+        if (op < 40)
+            newEntry(u);
+        else if (op < 55)
+            race();
+        else if (op < 85)
+            edit(u);
+        else
+            cancel(u);
         for (const User& v : users) v.m->collect();
         checkAll();
     }

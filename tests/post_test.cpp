@@ -100,7 +100,6 @@ TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPos
          "Housekeeping                 not posted: All the settings are not entered. Set all the settings to "
          "continue.",
          1},
-        {"--user 2" + kOctober, "User 2 may not make new entries (no \"N\" right on interface 60)", 1},
         {"--department 9" + kOctober, "payacclink: no department 9 in company 1", 2},
         {"--type Payrol --from 01/10/2026 --to 31/10/2026", "--type: Payrol not in", 2},
         {"--type Payroll --from 31/10/2026 --to 01/10/2026", "--to comes before --from", 2},

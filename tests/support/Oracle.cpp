@@ -28,7 +28,7 @@ std::string day(const common::DateTime& d) {
 
 const char* typeName(const std::string& letter) {
     static const std::map<std::string, const char*> names = {
-        {"P", "Payroll"}, {"A", "Salary Advances"},   {"R", "Reimbursements"}, {"S", "Savings"},
+        {"P", "Payroll"},           {"A", "Salary Advances"}, {"R", "Reimbursements"}, {"S", "Savings"},
         {"E", "Leave Encashments"}, {"H", "Holded Salaries"}, {"O", "Others"}};
     auto it = names.find(letter);
     return it == names.end() ? "" : it->second;
@@ -57,9 +57,9 @@ std::string text(const std::vector<SourceLine>& rows) {
 }
 
 std::string Line::text() const {
-    return std::to_string(account) + " " + std::to_string(accountCurrency) + "/" + std::to_string(ownCurrency) +
-           " D " + money(debit) + " C " + money(credit) + " T " + money(trans) + " dept " + money(department) +
-           " comp " + money(company) + (byHand ? " Y" : "");
+    return std::to_string(account) + " " + std::to_string(accountCurrency) + "/" +
+           std::to_string(ownCurrency) + " D " + money(debit) + " C " + money(credit) + " T " + money(trans) +
+           " dept " + money(department) + " comp " + money(company) + (byHand ? " Y" : "");
 }
 
 std::string text(const std::vector<Line>& lines) {
@@ -103,14 +103,18 @@ Oracle::Oracle(data::Connection& c, int32_t company) : c_(c), company_(company) 
     each("select AccountID, CurrencyID from aAccountMaster where CompanyID=" + k,
          [&](auto& r) { accounts_[id(r.field(0))] = id(r.field(1)); });
     each("select CurrencyID1, CurrencyID2, Rate from pExchangeRate where Rate is not null and CompanyID=" + k,
-         [&](auto& r) { rates_[{id(r.field(0)), id(r.field(1))}] = num(r.field(2)); });
-    // Basic, allowances, deductions, net pay: the order in which a run's lines are listed.
-    each("select sacCurrencyID, upper(sacComponent), sacSalaryaccID, sacCredit from paSalaryAccountsConfig "
-         "where sacCompanyID=" + k + " order by instr('BADN', upper(sacComponent))",
          [&](auto& r) {
-             salaryAccounts_[id(r.field(0))].emplace_back(r.field(1).toText()[0], id(r.field(2)),
-                                                          id(r.field(3)));
+             rates_[{id(r.field(0)), id(r.field(1))}] = num(r.field(2));
          });
+    // Basic, allowances, deductions, net pay: the order in which a run's lines are listed.
+    each(
+        "select sacCurrencyID, upper(sacComponent), sacSalaryaccID, sacCredit from paSalaryAccountsConfig "
+        "where sacCompanyID=" +
+            k + " order by instr('BADN', upper(sacComponent))",
+        [&](auto& r) {
+            salaryAccounts_[id(r.field(0))].emplace_back(r.field(1).toText()[0], id(r.field(2)),
+                                                         id(r.field(3)));
+        });
     each("select upper(SettingCode), adcAccountID from paPayAccLinkSettings where CompanyID=" + k,
          [&](auto& r) { settings_[r.field(0).toText()] = id(r.field(1)); });
 }
@@ -165,7 +169,8 @@ void Oracle::paymentLines(int32_t payment, char kind, int32_t currency, double a
         auto setting = settings_.find(credit ? "CASH" : std::string(1, kind));
         const int32_t account = setting == settings_.end() ? 0 : setting->second;
         const int32_t accountCur = accountCurrency(account);
-        out.push_back({payment, account, currency, accountCur, credit, amount, convert(amount, accountCur, currency),
+        out.push_back({payment, account, currency, accountCur, credit, amount,
+                       convert(amount, accountCur, currency),
                        convert(amount, departmentCurrency(department), currency),
                        convert(amount, companyCurrency_, currency)});
     }
@@ -179,9 +184,10 @@ std::vector<SourceLine> Oracle::listed(char type, int32_t department, const comm
                                        const common::DateTime& to) const {
     // A negative department asks for the one source of that (negated) key, listed or not.
     const std::string where =
-        department < 0 ? "=" + std::to_string(-department)
-                       : " is not null and coalesce(Posted, 0) <> 1 and DepartmentID=" + std::to_string(department) +
-                             " and date(Date) between '" + day(from) + "' and '" + day(to) + "'";
+        department < 0
+            ? "=" + std::to_string(-department)
+            : " is not null and coalesce(Posted, 0) <> 1 and DepartmentID=" + std::to_string(department) +
+                  " and date(Date) between '" + day(from) + "' and '" + day(to) + "'";
     std::vector<SourceLine> out;
     if (type == 'P') {
         auto rs = c_.open(
@@ -242,8 +248,9 @@ std::vector<Line> Oracle::stored(int32_t transId) const {
         "CompAmount, Editable from paPayAccLinkPostingDetails where CompanyID=" +
         std::to_string(company_) + " and TransID=" + std::to_string(transId) + " order by DetailID");
     for (; !rs->eof(); rs->moveNext())
-        out.push_back({id(rs->field(0)), id(rs->field(1)), id(rs->field(2)), num(rs->field(3)), num(rs->field(4)),
-                       num(rs->field(5)), num(rs->field(6)), num(rs->field(7)), rs->field(8).joinText() == "Y"});
+        out.push_back({id(rs->field(0)), id(rs->field(1)), id(rs->field(2)), num(rs->field(3)),
+                       num(rs->field(4)), num(rs->field(5)), num(rs->field(6)), num(rs->field(7)),
+                       rs->field(8).joinText() == "Y"});
     return out;
 }
 
@@ -264,11 +271,13 @@ std::vector<SourceLine> Oracle::details(int32_t transId) const {
                            std::to_string(company_) + " and TransID=" + std::to_string(transId) +
                            " order by DetailID");
          !rs->eof(); rs->moveNext()) {
-        SourceLine row{id(rs->field(0)), id(rs->field(1)), id(rs->field(2)), id(rs->field(3)), id(rs->field(4)),
-                       num(rs->field(5)),  num(rs->field(6)), num(rs->field(7)), num(rs->field(8))};
+        SourceLine row{id(rs->field(0)),  id(rs->field(1)),  id(rs->field(2)),
+                       id(rs->field(3)),  id(rs->field(4)),  num(rs->field(5)),
+                       num(rs->field(6)), num(rs->field(7)), num(rs->field(8))};
         if (!unused.count(row.source)) unused[row.source] = linesOf(type, row.source);
         auto& pool = unused[row.source];
-        auto it = std::find_if(pool.begin(), pool.end(), [&](const SourceLine& l) { return l.text() == row.text(); });
+        auto it = std::find_if(pool.begin(), pool.end(),
+                               [&](const SourceLine& l) { return l.text() == row.text(); });
         if (it == pool.end()) {
             row.source = 0;
             out.push_back(row);
@@ -284,7 +293,8 @@ std::string Oracle::entryFaults(int32_t transId) const {
     std::ostringstream faults;
     const auto [department, type] = header(transId);
     if (!type) return "no entry " + std::to_string(transId) + "\n";
-    const std::string entry = " where CompanyID=" + std::to_string(company_) + " and TransID=" + std::to_string(transId);
+    const std::string entry =
+        " where CompanyID=" + std::to_string(company_) + " and TransID=" + std::to_string(transId);
     for (const char* table : {"paPayAccLinkDetails", "paPayAccLinkPostingDetails"})
         if (c_.open(std::string("select count(*) = coalesce(max(DetailID), 0) from ") + table + entry)
                 ->field(0)
@@ -296,13 +306,16 @@ std::string Oracle::entryFaults(int32_t transId) const {
     std::map<int32_t, size_t> perRun;
     const auto rows = details(transId);
     for (size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].source == 0) faults << "detail " << i + 1 << " is no line of its source: " << rows[i].text() << "\n";
-        else gathered.tick(rows[i], true);
+        if (rows[i].source == 0)
+            faults << "detail " << i + 1 << " is no line of its source: " << rows[i].text() << "\n";
+        else
+            gathered.tick(rows[i], true);
         ++perRun[rows[i].source];
     }
     if (type == 'P')
         for (const auto& [run, n] : perRun)
-            if (run && linesOf('P', run).size() != n) faults << "run " << run << " linked with " << n << " lines\n";
+            if (run && linesOf('P', run).size() != n)
+                faults << "run " << run << " linked with " << n << " lines\n";
 
     // Lines by hand hold their own conversion.
     const auto lines = stored(transId);
@@ -318,7 +331,8 @@ std::string Oracle::entryFaults(int32_t transId) const {
             });
             if (it != gathered.lines.end()) want = it->text(), gathered.lines.erase(it);
         }
-        if (got.text() != want) faults << "line " << i + 1 << " is " << got.text() << ", not " << want << "\n";
+        if (got.text() != want)
+            faults << "line " << i + 1 << " is " << got.text() << ", not " << want << "\n";
     }
     for (const auto& l : gathered.lines) faults << "no line " << l.text() << "\n";
     return faults.str();
@@ -327,7 +341,8 @@ std::string Oracle::entryFaults(int32_t transId) const {
 std::string Oracle::totals(int32_t transId) const {
     std::vector<std::pair<int32_t, std::vector<double>>> sums;
     for (const auto& l : stored(transId)) {
-        auto it = std::find_if(sums.begin(), sums.end(), [&](const auto& s) { return s.first == l.accountCurrency; });
+        auto it = std::find_if(sums.begin(), sums.end(),
+                               [&](const auto& s) { return s.first == l.accountCurrency; });
         if (it == sums.end()) it = sums.insert(sums.end(), {l.accountCurrency, {0, 0, 0, 0}});
         const double add[] = {l.debit, l.credit, l.department, l.company};
         for (int i = 0; i < 4; ++i) it->second[i] += add[i];
@@ -361,17 +376,20 @@ std::string Oracle::ledger(const common::DateTime& from, const common::DateTime&
         "select h.TransNo, strftime('%d/%m/%Y', h.TransDate), h.TransType, d.DepartmentName, p.DetailID, "
         "p.AccountID, p.AccountDesc, p.Description, coalesce(c.Symbol, p.AccCurrSymbol), p.DebitAmount, "
         "p.CreditAmount, p.DeptAmount, p.CompAmount, case when h.Cancelled=1 then 'Cancelled' when "
-        "h.Posted=1 then 'Posted' else 'Open' end from paPayAccLinkHeader h join paPayAccLinkPostingDetails p "
+        "h.Posted=1 then 'Posted' else 'Open' end from paPayAccLinkHeader h join paPayAccLinkPostingDetails "
+        "p "
         "on p.CompanyID=h.CompanyID and p.TransID=h.TransID left join pDepartmentMaster d on "
         "d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left join pCurrencyMaster c on "
         "c.CompanyID=p.CompanyID and c.CurrencyID=p.AccCurrID where h.CompanyID=" +
-        std::to_string(company_) + " and date(h.TransDate) between '" + day(from) + "' and '" + day(to) + "'" +
-        (cancelled ? "" : " and coalesce(h.Cancelled, 0) <> 1") + " order by date(h.TransDate), h.TransID, p.DetailID");
+        std::to_string(company_) + " and date(h.TransDate) between '" + day(from) + "' and '" + day(to) +
+        "'" + (cancelled ? "" : " and coalesce(h.Cancelled, 0) <> 1") +
+        " order by date(h.TransDate), h.TransID, p.DetailID");
     std::string s;
     for (; !rs->eof(); rs->moveNext()) {
         for (int f = 0; f < 14; ++f)
-            s += (f == 2 ? typeName(rs->field(f).joinText()) : f >= 9 && f <= 12 ? money(num(rs->field(f)))
-                                                                                   : rs->field(f).joinText()) +
+            s += (f == 2              ? typeName(rs->field(f).joinText())
+                  : f >= 9 && f <= 12 ? money(num(rs->field(f)))
+                                      : rs->field(f).joinText()) +
                  (f < 13 ? "|" : "\n");
     }
     return s;
@@ -390,32 +408,38 @@ std::string LedgerFaults(data::Connection& c) {
         }
         return s;
     };
-    return rows("select h.CompanyID, h.TransNo, round(sum(p.DeptAmount), 6), round(sum(p.CompAmount), 6)" + live +
-                    "left join pDepartmentMaster d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID "
-                    "left join pCompanyMaster m on m.CompanyID=h.CompanyID where coalesce(h.Cancelled, 0) <> 1 "
+    return rows("select h.CompanyID, h.TransNo, round(sum(p.DeptAmount), 6), round(sum(p.CompAmount), 6)" +
+                    live +
+                    "left join pDepartmentMaster d on d.CompanyID=h.CompanyID and "
+                    "d.DepartmentID=h.DepartmentID "
+                    "left join pCompanyMaster m on m.CompanyID=h.CompanyID where coalesce(h.Cancelled, 0) <> "
+                    "1 "
                     "group by h.CompanyID, h.TransID having abs(sum(p.DeptAmount)) > 1e-9 + 0.005 * (1 + "
                     "sum(p.Editable='Y' and p.AccCurrID is not d.DepCurrencyID)) or abs(sum(p.CompAmount)) > "
                     "1e-9 + 0.005 * (1 + sum(p.Editable='Y' and p.AccCurrID is not m.CurrencyID))",
                 "unbalanced (company, entry, department and company sums):") +
-           rows("select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + live +
-                    "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID where "
-                    "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) "
-                    "<> 0) and (coalesce(p.DeptAmount, 0) = 0 or coalesce(p.CompAmount, 0) = 0))",
-                "line without an account, a currency or an amount (company, entry, line, account):") +
-           rows("select s.mppCompanyID, s.mppProcessID, coalesce(s.mppPosted, 0), count(l.TransID) from "
-                "pMonthlyPayRollProcessing s left join (select distinct d.CompanyID, d.RefTransID, d.TransID "
-                "from paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
-                "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType='P') l on "
-                "l.CompanyID=s.mppCompanyID and l.RefTransID=s.mppProcessID group by s.mppCompanyID, "
-                "s.mppProcessID having count(l.TransID) <> (coalesce(max(s.mppPosted), 0) = 1)",
-                "run flagged apart from its live entries (company, run, flag, entries):") +
-           rows("select s.phCompanyID, s.phPaymentID, coalesce(s.phPosted, 0), count(l.TransID) from "
-                "pPaymentHeader s left join (select distinct d.CompanyID, d.RefTransID, d.TransID from "
-                "paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
-                "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType<>'P') l on "
-                "l.CompanyID=s.phCompanyID and l.RefTransID=s.phPaymentID group by s.phCompanyID, "
-                "s.phPaymentID having count(l.TransID) <> (coalesce(max(s.phPosted), 0) = 1)",
-                "payment flagged apart from its live entries (company, payment, flag, entries):");
+           rows(
+               "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + live +
+                   "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID where "
+                   "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) "
+                   "<> 0) and (coalesce(p.DeptAmount, 0) = 0 or coalesce(p.CompAmount, 0) = 0))",
+               "line without an account, a currency or an amount (company, entry, line, account):") +
+           rows(
+               "select s.mppCompanyID, s.mppProcessID, coalesce(s.mppPosted, 0), count(l.TransID) from "
+               "pMonthlyPayRollProcessing s left join (select distinct d.CompanyID, d.RefTransID, d.TransID "
+               "from paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
+               "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType='P') l on "
+               "l.CompanyID=s.mppCompanyID and l.RefTransID=s.mppProcessID group by s.mppCompanyID, "
+               "s.mppProcessID having count(l.TransID) <> (coalesce(max(s.mppPosted), 0) = 1)",
+               "run flagged apart from its live entries (company, run, flag, entries):") +
+           rows(
+               "select s.phCompanyID, s.phPaymentID, coalesce(s.phPosted, 0), count(l.TransID) from "
+               "pPaymentHeader s left join (select distinct d.CompanyID, d.RefTransID, d.TransID from "
+               "paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
+               "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType<>'P') l on "
+               "l.CompanyID=s.phCompanyID and l.RefTransID=s.phPaymentID group by s.phCompanyID, "
+               "s.phPaymentID having count(l.TransID) <> (coalesce(max(s.phPosted), 0) = 1)",
+               "payment flagged apart from its live entries (company, payment, flag, entries):");
 }
 
 }  // namespace testsupport
