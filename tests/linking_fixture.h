@@ -138,6 +138,24 @@ protected:
         for (int c = 0; c < l.columnCount(); ++c) s += (c ? "|" : "") + l.cell(row, c);
         return s;
     }
+    testsupport::Oracle oracle(int32_t company = 1) { return testsupport::Oracle(*raw, company); }
+    // The posting lines the oracle builds from these sources' rows, ticked source by source.
+    static testsupport::PostingList ticked(const std::vector<testsupport::SourceLine>& rows,
+                                           std::initializer_list<int32_t> sources) {
+        testsupport::PostingList p;
+        for (int32_t s : sources)
+            for (const auto& r : rows)
+                if (r.source == s) p.tick(r, true);
+        return p;
+    }
+    // The screen shows these posting lines and their balance.
+    static void expectPosting(const frmPayrollAccountsLinking& f,
+                              const std::vector<testsupport::Line>& lines) {
+        double balance = 0;
+        for (const auto& l : lines) balance += l.department;
+        EXPECT_EQ(text(shownLines(f.lvwPostingDetails)) + f.txtTotDepAmount.text(),
+                  text(lines) + common::Format2(testsupport::round2(balance)));
+    }
     // The posting list as the oracle's lines. The list may keep the line editor's sign on a
     // credit by hand, so there the sign follows the department amount, as a stored one does.
     static std::vector<testsupport::Line> shownLines(const ui::ListView& l) {
