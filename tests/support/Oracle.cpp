@@ -50,22 +50,10 @@ std::string SourceLine::text() const {
            " amount " + money(amount) + " dept " + money(department) + " comp " + money(company);
 }
 
-std::string text(const std::vector<SourceLine>& rows) {
-    std::string s;
-    for (const auto& r : rows) s += r.text() + "\n";
-    return s;
-}
-
 std::string Line::text() const {
     return std::to_string(account) + " " + std::to_string(accountCurrency) + "/" +
            std::to_string(ownCurrency) + " D " + money(debit) + " C " + money(credit) + " T " + money(trans) +
            " dept " + money(department) + " comp " + money(company) + (byHand ? " Y" : "");
-}
-
-std::string text(const std::vector<Line>& lines) {
-    std::string s;
-    for (const auto& l : lines) s += l.text() + "\n";
-    return s;
 }
 
 void PostingList::tick(const SourceLine& row, bool ticked) {
@@ -73,22 +61,16 @@ void PostingList::tick(const SourceLine& row, bool ticked) {
     auto it = std::find_if(lines.begin(), lines.end(), [&](const Line& l) {
         return l.account == row.account && l.ownCurrency == row.ownCurrency;
     });
+    const bool fresh = it == lines.end();
+    if (fresh && !ticked) return;
+    if (fresh) it = lines.insert(lines.end(), Line{row.account, row.accountCurrency, row.ownCurrency});
     const double side = ticked ? 1 : -1, sign = side * (credit ? -1 : 1);
-    if (it != lines.end()) {
-        double& sum = credit ? it->credit : it->debit;
-        sum = round2(sum + side * row.amount);
-        it->trans = round2(it->trans + sign * row.own);
-        it->department = round2(it->department + sign * row.department);
-        it->company = round2(it->company + sign * row.company);
-        if (it->debit == 0 && it->credit == 0) lines.erase(it);
-    } else if (ticked) {
-        Line l{row.account, row.accountCurrency, row.ownCurrency};
-        (credit ? l.credit : l.debit) = round2(row.amount);
-        l.trans = round2(sign * row.own);
-        l.department = round2(sign * row.department);
-        l.company = round2(sign * row.company);
-        lines.push_back(l);
-    }
+    double& sum = credit ? it->credit : it->debit;
+    sum = round2(sum + side * row.amount);
+    it->trans = round2(it->trans + sign * row.own);
+    it->department = round2(it->department + sign * row.department);
+    it->company = round2(it->company + sign * row.company);
+    if (!fresh && it->debit == 0 && it->credit == 0) lines.erase(it);
 }
 
 Oracle::Oracle(data::Connection& c, int32_t company) : c_(c), company_(company) {
@@ -127,13 +109,11 @@ std::optional<double> Oracle::rate(int32_t to, int32_t from) const {
 }
 
 int32_t Oracle::departmentCurrency(int32_t department) const {
-    auto it = departments_.find(department);
-    return it == departments_.end() ? 0 : it->second;
+    return departments_.count(department) ? departments_.at(department) : 0;
 }
 
 int32_t Oracle::accountCurrency(int32_t account) const {
-    auto it = accounts_.find(account);
-    return it == accounts_.end() ? 0 : it->second;
+    return accounts_.count(account) ? accounts_.at(account) : 0;
 }
 
 double Oracle::convert(double amount, int32_t to, int32_t from) const {

@@ -44,7 +44,6 @@ struct SourceLine {
     double own = 0, amount = 0, department = 0, company = 0;
     std::string text() const;
 };
-std::string text(const std::vector<SourceLine>& rows);
 
 // A posting line.
 struct Line {
@@ -54,7 +53,14 @@ struct Line {
     // Account, currencies, the five amounts to the cent and "Y" for a line by hand.
     std::string text() const;
 };
-std::string text(const std::vector<Line>& lines);
+
+// Lines or rows one a line, for comparisons that show the difference.
+template <class T>
+std::string text(const std::vector<T>& items) {
+    std::string s;
+    for (const auto& i : items) s += i.text() + "\n";
+    return s;
+}
 
 // The posting list as gathering keeps it; lines by hand are added, changed and removed in
 // `lines` itself.
