@@ -48,14 +48,6 @@ std::vector<unsigned long> seeds() {
 
 class PropertyTest : public LinkingTest, public ::testing::WithParamInterface<unsigned long> {
 protected:
-    struct Copy {
-        explicit Copy(const entry::Module& first, const std::string& db) : module(toolkit) {
-            module.session = first.session;
-            module.session.connection = data::sqlite::open(db);
-        }
-        ui::HeadlessToolkit toolkit;
-        entry::Module module;
-    };
     struct User {
         ui::HeadlessToolkit* tk;
         entry::Module* m;
@@ -177,7 +169,7 @@ protected:
         generate();
         oracle = std::make_unique<testsupport::Oracle>(*raw, kCompany);
         module->session.companyId = kCompany;
-        second = std::make_unique<Copy>(*module, dbPath);
+        second = std::make_unique<OtherCopy>(*module, dbPath);
         users[0] = {&toolkit, module.get()};
         users[1] = {&second->toolkit, &second->module};
     }
@@ -192,11 +184,9 @@ protected:
     // What the screen shows is what the oracle follows. (Dropping every line through Select All
     // leaves the balance box as it was, as the classic screen does: nothing can be saved then.)
     void expectShown(const Work& w) {
-        double balance = 0;
-        for (const auto& l : w.posting.lines) balance += l.department;
-        EXPECT_EQ(text(shownLines(w.f->lvwPostingDetails)) +
-                      (w.posting.lines.empty() ? "" : w.f->txtTotDepAmount.text()),
-                  text(w.posting.lines) + (w.posting.lines.empty() ? "" : money(balance)));
+        const bool none = w.posting.lines.empty();
+        EXPECT_EQ(text(shownLines(w.f->lvwPostingDetails)) + (none ? "" : w.f->txtTotDepAmount.text()),
+                  text(w.posting.lines) + (none ? "" : money(w.posting.balance())));
     }
 
     // New, a type and department, the two months and Show: the list is the oracle's.
@@ -275,16 +265,15 @@ protected:
                              [&](const Line& l) { return l.account == a; }))
                 free.push_back(a);
         if (w.posting.lines.empty() || free.empty()) return;  // the menu offers Add on a list with lines
-        double balance = 0;
-        for (const auto& l : w.posting.lines) balance += l.department;
+        const double balance = w.posting.balance();
         int account = free[pick(free.size())];
         double amount = (chance(10) ? -1 : 1) * cents(100, 90000) / 100.0;
         bool credit = chance(50);
         const int strategy = static_cast<int>(pick(10));
-        if (strategy < 5 && std::fabs(balance) >= 0.005) {
+        if (strategy < 5 && balance != 0) {
             for (int a : free)
                 if (oracle->accountCurrency(a) == oracle->departmentCurrency(w.department)) account = a;
-            amount = testsupport::round2(std::fabs(balance));
+            amount = std::fabs(balance);
             credit = balance > 0;
         }
         enter(u, w, 0, account, amount, credit);
@@ -344,32 +333,25 @@ protected:
         std::string sources = "0";
         for (size_t i = 0; i < w.rows.size(); ++i)
             if (w.ticked[i]) sources += "," + n(w.rows[i].source);
-        const bool taken = count(
-                               "select count(*) from paPayAccLinkDetails d join paPayAccLinkHeader h on "
-                               "h.CompanyID=d.CompanyID "
-                               "and h.TransID=d.TransID where h.CompanyID=7 and coalesce(h.Cancelled, 0) <> "
-                               "1 and h.TransID <> " +
-                               n(w.transId) + " and (h.TransType='P') = " + (w.payroll ? "1" : "0") +
-                               " and d.RefTransID in (" + sources + ")") > 0;
-        const bool closed = w.transId && count(
-                                             "select Cancelled from paPayAccLinkHeader where CompanyID=7 and "
-                                             "TransID=" +
-                                             n(w.transId)) == 1;
+        const std::string live =
+            "select count(*) from paPayAccLinkDetails d join paPayAccLinkHeader h on "
+            "h.CompanyID=d.CompanyID and h.TransID=d.TransID where h.CompanyID=7 and "
+            "coalesce(h.Cancelled, 0) <> 1 and h.TransID ";
+        const bool taken = count(live + "<> " + n(w.transId) + " and (h.TransType='P') = " + n(w.payroll) +
+                                 " and d.RefTransID in (" + sources + ")") > 0;
+        const bool closed = w.transId && !count(live + "= " + n(w.transId));
         const bool saves = !taken && !closed && oracle->saves(w.posting.lines);
         const std::string before = dbState();
         w.f->cmdOk.userClick();
         const std::string said = u.tk->messages.empty() ? "" : u.tk->messages.back().request.text;
         ASSERT_EQ(!open(u), saves) << said << "\n" << text(w.posting.lines);
         if (!saves) {  // with the first reason the checks come to, and nothing written
-            double balance = 0;
-            for (const auto& l : w.posting.lines) balance += l.department;
-            EXPECT_NE(
-                said.find(w.posting.lines.empty()             ? "Select at least one details."
-                          : testsupport::round2(balance) != 0 ? "Debit total and Credit total must be same"
-                          : closed ? "cancelled or posted by another user meanwhile"
-                          : taken  ? "has linked some of the ticked transactions"
-                                   : "amounts of this entry do not balance"),
-                std::string::npos)
+            EXPECT_NE(said.find(w.posting.lines.empty()    ? "Select at least one details."
+                                : w.posting.balance() != 0 ? "Debit total and Credit total must be same"
+                                : closed                   ? "cancelled or posted by another user meanwhile"
+                                : taken                    ? "has linked some of the ticked transactions"
+                                                           : "amounts of this entry do not balance"),
+                      std::string::npos)
                 << said;
             EXPECT_EQ(dbState(), before);
             ++refused;
@@ -428,12 +410,10 @@ protected:
         const int row = 1 + static_cast<int>(pick(b.flexMaster.rows() - 1));
         b.flexMaster.userSelectCell(row, 0);
         if (!b.CmdDelete.enabled()) return;
-        const std::string id = b.flexMaster.textMatrix(row, 0),
-                          state =
-                              "select Cancelled || cancelremarks from "
-                              "paPayAccLinkHeader where CompanyID=7 and "
-                              "TransID=" +
-                              id;
+        const std::string state =
+            "select Cancelled || cancelremarks from paPayAccLinkHeader where "
+            "CompanyID=7 and TransID=" +
+            b.flexMaster.textMatrix(row, 0);
         const std::string was = scalar(state).joinText();
         u.tk->answers = {ui::vbYes};
         b.CmdDelete.userClick();
@@ -452,8 +432,8 @@ protected:
         EXPECT_EQ(scalar(state).joinText(), was.empty() || was[0] != '1' ? "1" + reason : was);
     }
 
-    // Every entry as the oracle has it, the ledger whole, no number twice, each browser showing
-    // an entry at most once and none cancelled that is not, nothing left open or unanswered.
+    // Every entry as the oracle has it, the ledger whole, no number twice, nothing left open or
+    // unanswered, no error that no handler caught.
     void checkAll() {
         EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
         for (auto rs = raw->open("select TransID from paPayAccLinkHeader where CompanyID=7"); !rs->eof();
@@ -463,14 +443,6 @@ protected:
                        "count(*) > 1"),
                   "");
         for (const User& u : users) {
-            auto& g = u.m->FrmMaster().flexMaster;
-            std::set<std::string> shown;
-            for (int r = 1; r < g.rows(); ++r)
-                EXPECT_TRUE(shown.insert(g.textMatrix(r, 0)).second &&
-                            (g.textMatrix(r, 5) != "Yes" ||
-                             count("select Cancelled from paPayAccLinkHeader where CompanyID=7 and TransID=" +
-                                   g.textMatrix(r, 0)) == 1))
-                    << "browser row " << r;
             EXPECT_EQ(u.tk->topForm(), nullptr);
             EXPECT_TRUE(u.tk->answers.empty());
             for (const auto& e : u.tk->errors)
@@ -481,7 +453,7 @@ protected:
 
     std::mt19937 rng;
     std::unique_ptr<testsupport::Oracle> oracle;
-    std::unique_ptr<Copy> second;
+    std::unique_ptr<OtherCopy> second;
     User users[2];
     std::vector<int> handAccounts;
     std::map<int, std::string> accountNames, departmentNames;

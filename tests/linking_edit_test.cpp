@@ -63,7 +63,7 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     auto o = oracle();
     testsupport::PostingList want{o.stored(3)};
     const auto details = o.details(3);
-    expectPosting(f, want.lines);
+    expectPosting(f, want);
     EXPECT_EQ(f.lvwPostingDetails.text(1), "1");
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(11) + f.lvwPostingDetails.columnHeader(12) +
                   f.lvwTransactionDetails.columnHeader(13) + f.lvwTransactionDetails.columnHeader(14) +

@@ -17,6 +17,17 @@ using common::DateTime;
 using common::NumberText;
 using linking::frmPayrollAccountsLinking;
 
+// A second copy of the component: its own toolkit, module and connection on the same file.
+struct OtherCopy {
+    OtherCopy(const entry::Module& first, const std::string& dbPath) : module(toolkit) {
+        module.session = first.session;
+        module.session.connection = data::sqlite::open(dbPath);
+    }
+    bool linkingOpen() const { return module.isLoaded("frmPayrollAccountsLinking"); }
+    ui::HeadlessToolkit toolkit;
+    entry::Module module;
+};
+
 class LinkingTest : public testsupport::ModuleTest {
 protected:
     void SetUp() override {
@@ -149,12 +160,9 @@ protected:
         return p;
     }
     // The screen shows these posting lines and their balance.
-    static void expectPosting(const frmPayrollAccountsLinking& f,
-                              const std::vector<testsupport::Line>& lines) {
-        double balance = 0;
-        for (const auto& l : lines) balance += l.department;
+    static void expectPosting(const frmPayrollAccountsLinking& f, const testsupport::PostingList& p) {
         EXPECT_EQ(text(shownLines(f.lvwPostingDetails)) + f.txtTotDepAmount.text(),
-                  text(lines) + common::Format2(testsupport::round2(balance)));
+                  text(p.lines) + common::Format2(p.balance()));
     }
     // The posting list as the oracle's lines. The list may keep the line editor's sign on a
     // credit by hand, so there the sign follows the department amount, as a stored one does.

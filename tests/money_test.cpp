@@ -102,26 +102,6 @@ TEST_F(MoneyTest, AnOpenedEntryConvertsInItsOwnDepartmentsCurrency) {
     EXPECT_EQ(ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(), "100.00 4.41");
 }
 
-TEST_F(MoneyTest, NegativeCreditsStayOnTheSideTheyWereSavedOn) {
-    raw->execute(
-        "update pPaymentDetails set pdPaymentAmt=-500 where pdCompanyID=1 and pdPaymentID=208 and "
-        "pdLineID=2");
-    auto& f = openNew();
-    gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
-    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
-    ASSERT_GT(lineOf(f, "3001", "2"), 0);
-    // A credit typed negative is a debit in effect, and a debit typed negative a credit.
-    hand(f, "Emirates Bank Current Account", "-100", true);
-    hand(f, "Basic Salaries - AED", "-100", false);
-    ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(rows("select CreditAmount, DeptAmount from paPayAccLinkPostingDetails where TransID=6 and "
-                   "AccountID in (3001, 3002) order by DetailID"),
-              "-431.96|431.96|\n-100|100|\n");
-    expectStoredReopenedAndResaved(6);
-}
-
 TEST_F(MoneyTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) {
     auto& f = openNew();
     gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");

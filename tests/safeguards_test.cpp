@@ -15,21 +15,6 @@
 namespace linkingtest {
 namespace {
 
-// A second copy of the component: its own toolkit, module and connection on the same file.
-struct OtherCopy {
-    OtherCopy(const entry::Module& first, const std::string& dbPath) : module(toolkit) {
-        module.session = first.session;
-        module.session.connection = data::sqlite::open(dbPath);
-    }
-    frmPayrollAccountsLinking& openNew() {
-        module.FrmMaster().cmdnew.userClick();
-        return module.frmPayrollAccountsLinking();
-    }
-    bool linkingOpen() const { return module.isLoaded("frmPayrollAccountsLinking"); }
-    ui::HeadlessToolkit toolkit;
-    entry::Module module;
-};
-
 class SafeguardTest : public LinkingTest {
 protected:
     void SetUp() override {
@@ -45,15 +30,9 @@ protected:
     }
 };
 
-// Two users Show the same selection and press Ok one after the other: the second is stopped
-// and keeps the screen, and each source stays linked by the first entry only. Payments are
-// flagged by the entry that links them, and released when an edit unticks them. A browser that
-// lists while another copy holds its save's transaction open sees only what is committed.
-TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSaveAndPaymentsAreFlagged) {
-    addRun(9101, 901, 1000, 100, 50);
-    addRun(9102, 902, 1200, 100, 50);
-    addPayment(9501, "A", 901, 200, "2026-11-05");
-    addPayment(9502, "A", 902, 300, "2026-11-06");
+// A browser that lists while another copy holds its save's transaction open sees only what is
+// committed. (Sources linked by two users at once: the property test's races.)
+TEST_F(SafeguardTest, ABrowserListingDuringAnotherCopysSaveSeesWhatIsCommitted) {
     OtherCopy second(*module, dbPath);
     raw->beginTrans();
     raw->execute(
@@ -62,48 +41,6 @@ TEST_F(SafeguardTest, SourcesLinkedMeanwhileStopTheSecondSaveAndPaymentsAreFlagg
     EXPECT_TRUE(std::filesystem::exists(dbPath + "-wal")) << "the database is not in write-ahead-log mode";
     EXPECT_EQ(second.module.FrmMaster().flexMaster.rows(), 6) << "entries 1 to 5 only";
     raw->rollbackTrans();
-    for (const std::string type : {"Payroll", "Salary Advances"}) {
-        SCOPED_TRACE(type);
-        auto& mine = openNew();
-        auto& theirs = second.openNew();
-        show(mine, type);
-        show(theirs, type);
-        for (auto* f : {&mine, &theirs}) {
-            auto& l = type == "Payroll" ? f->lvwTransactions : f->lvwTransactionDetails;
-            for (int r = 1; r <= l.count(); ++r) l.userToggle(r);
-        }
-        const std::string dump = this->dump(theirs.lvwPostingDetails);
-
-        mine.cmdOk.userClick();
-        ASSERT_FALSE(linkingOpen()) << lastMessage();
-        const std::string number = scalar("select max(TransNo) from paPayAccLinkHeader").toText();
-        theirs.cmdOk.userClick();
-        ASSERT_TRUE(second.linkingOpen());
-        EXPECT_EQ(lastBox(second.toolkit).text,
-                  "Entry " + number +
-                      " has linked some of the ticked transactions since they were listed; press Show "
-                      "again to list the ones still open.");
-        EXPECT_EQ(lastBox(second.toolkit).style, ui::vbOKOnly + ui::vbInformation);
-        EXPECT_EQ(this->dump(theirs.lvwPostingDetails), dump);
-        EXPECT_EQ(theirs.txtTransNo.text(), "");
-        // The screen is as unsaved as before: closing it asks.
-        second.toolkit.answers = {ui::vbNo};
-        theirs.cmdClose.userClick();
-        EXPECT_EQ(lastBox(second.toolkit).text, "Save Changes?");
-        EXPECT_FALSE(second.linkingOpen());
-    }
-    // Each source is linked by one live entry, flagged.
-    EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
-    EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1"), 7);
-    const std::string flags =
-        "select phPaymentID, phPosted from pPaymentHeader where phPaymentID>9500 order by 1";
-    EXPECT_EQ(rows(flags), "9501|1|\n9502|1|\n");
-    auto& e = openEdit(7);
-    ASSERT_EQ(e.lvwTransactions.cell(2, linking::trn::TransID), "9502");
-    e.lvwTransactions.userToggle(2);
-    e.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    EXPECT_EQ(rows(flags) + testsupport::LedgerFaults(*raw), "9501|1|\n9502|0|\n");
 }
 
 // A browser (and an edit) opened before another user cancelled the entry and linked its runs

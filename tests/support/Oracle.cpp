@@ -73,6 +73,12 @@ void PostingList::tick(const SourceLine& row, bool ticked) {
     if (!fresh && it->debit == 0 && it->credit == 0) lines.erase(it);
 }
 
+double PostingList::balance() const {
+    double sum = 0;
+    for (const auto& l : lines) sum += l.department;
+    return round2(sum);
+}
+
 Oracle::Oracle(data::Connection& c, int32_t company) : c_(c), company_(company) {
     const std::string k = std::to_string(company);
     auto each = [&](const std::string& sql, auto&& fn) {

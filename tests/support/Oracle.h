@@ -67,6 +67,7 @@ std::string text(const std::vector<T>& items) {
 struct PostingList {
     std::vector<Line> lines;
     void tick(const SourceLine& row, bool ticked);
+    double balance() const;  // the department amounts' sum, to the cent
 };
 
 class Oracle {
