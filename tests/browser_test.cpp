@@ -49,12 +49,6 @@ protected:
         for (int r = 1; r < g.rows(); ++r) out.push_back(g.textMatrix(r, col));
         return out;
     }
-    // New, Edit, Delete, Print as the user sees them ("-" for disabled); Close is always on.
-    static std::string buttons(const browser::FrmMaster& f) {
-        EXPECT_TRUE(f.CmdClose.enabled());
-        return std::string(f.cmdnew.enabled() ? "N" : "-") + (f.CmdEdit.enabled() ? "E" : "-") +
-               (f.CmdDelete.enabled() ? "D" : "-") + (f.cmdPrint.enabled() ? "P" : "-");
-    }
 };
 
 TEST_F(BrowserTest, ListsTheEntriesOfTheDateWindow) {
@@ -114,11 +108,7 @@ TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
         EXPECT_NE(g.cellBackColor(browserRow(1), c), ui::RGB(255, 0, 0));
         EXPECT_NE(g.cellBackColor(browserRow(3), c), ui::RGB(255, 0, 0));
     }
-    EXPECT_EQ(g.col(), 3);
-    g.userSelectCell(browserRow(2), 1);
-    EXPECT_EQ(buttons(f), "NE-P");
-    g.userSelectCell(browserRow(1), 1);
-    EXPECT_EQ(buttons(f), "NEDP");
+    EXPECT_EQ(g.col(), 3);  // (the buttons on a cancelled row: the rights table)
 }
 
 TEST_F(BrowserTest, SortAndSearchKeepTheChosenEntryInNaturalOrderForEveryLetter) {

@@ -2,6 +2,8 @@
 // a user other than the administrator, the same letters in lower case or among others, and the
 // administrator without a row, each against the browser's buttons (at load, then on a cancelled
 // and on an open entry) and the program's post, print and export run as that user.
+#include <filesystem>
+
 #include "TestSupport.h"
 
 namespace {
@@ -57,21 +59,25 @@ TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
     EXPECT_EQ(shown,
               rule("NEDP", true) + " " + row + " " + row.substr(0, 2) + "-" + row.substr(3) + " " + row);
 
-    // The program needs New to post and Print to print or export, and says which it lacks.
-    auto run = [&](const std::string& args, const std::string& refusal) {
+    // The program needs New to post and Print to print or export, says which it lacks and then
+    // writes nothing.
+    auto run = [&](const std::string& args, const std::string& refusal, const std::string& file) {
         auto r =
             testsupport::runProgram(tmp.path().string(), args + " --user " + u + " --db '" + dbPath + "'",
                                     "-u DISPLAY -u QT_QPA_PLATFORM");
-        return std::to_string(r.status) + (r.err.find(refusal) != std::string::npos ? " refused\n" : "\n");
+        return std::to_string(r.status) + (r.err.find(refusal) != std::string::npos ? " refused" : "") +
+               (r.status && std::filesystem::exists(tmp.file(file)) ? " wrote\n" : "\n");
     };
     const bool mayPost = rule("N", true) == "N", mayPrint = rule("P", true) == "P";
-    EXPECT_EQ(
-        run("post --type 'Salary Advances' --from 01/10/2026 --to 31/10/2026 --date 28/10/2026 "
-            "--department 1 --dry-run",
-            "\"N\" right") +
-            run("print --entry PAL/1 --pdf voucher.pdf", "no Print right") +
-            run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv", "no Print right"),
-        std::string(mayPost ? "0\n" : "1 refused\n") + (mayPrint ? "0\n0\n" : "2 refused\n2 refused\n"));
+    const std::string post =
+                          run("post --type 'Salary Advances' --from 01/10/2026 --to 31/10/2026 "
+                              "--date 28/10/2026 --department 1 --dry-run",
+                              "\"N\" right", "-"),
+                      print = run("print --entry PAL/1 --pdf voucher.pdf", "no Print right", "voucher.pdf"),
+                      csv = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv", "no Print right",
+                                "lines.csv");
+    EXPECT_EQ(post + print + csv, std::string(mayPost ? "0\n" : "1 refused\n") +
+                                      (mayPrint ? "0\n0\n" : "2 refused\n2 refused\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, RightsTest, ::testing::ValuesIn(table()), [](const auto& info) {
