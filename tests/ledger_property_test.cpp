@@ -149,7 +149,10 @@ protected:
                         p == 1 || (p == 3 && chance(50)) ? x : 4);
                 put("paSalaryAccountsConfig",
                     "sacCompanyID, sacCurrencyID, sacComponent, sacSalaryaccID, sacCredit",
-                    {n(x), std::string("'") + "BADN"[p] + "'", n(7100 + 10 * x + p), p >= 2 ? "1" : "0"});
+                    {n(x), std::string("'") + "BADN"[p] + "'", n(7100 + 10 * x + p),
+                     p >= 2                         ? "1"
+                     : p == 1 && x == *paid.begin() ? "2"  // a debit: only 1 is a credit
+                                                    : "0"});
             }
         const std::pair<const char*, int> settings[] = {{"A", 4}, {"O", 1}, {"R", 2},   {"S", 2},
                                                         {"E", 2}, {"H", 2}, {"CASH", 3}};

@@ -5,7 +5,6 @@
 namespace linkingtest {
 namespace {
 
-using linking::pst::DebitAmount;
 
 // The test department keeps its books in rupees here: department, company and account amounts
 // all differ.
@@ -204,19 +203,6 @@ TEST_F(GatherTest, ShowNeedsATypeAndADepartmentAndPaymentsGoStraightToTheDetailL
     f.cmdShow.userClick();
     EXPECT_EQ(f.lvwPostingDetails.count(), 0);
     EXPECT_EQ(ticks(f.lvwTransactionDetails), "----");
-}
-
-TEST_F(GatherTest, OnlyACreditOfOneIsACredit) {
-    addRun(9001, 901, 1000, 200, 100);
-    auto& f = openNew();
-    raw->execute(
-        "update paSalaryAccountsConfig set sacCredit=2 where sacCompanyID=1 and sacCurrencyID=1 and "
-        "sacComponent='D'");
-    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
-    f.lvwTransactions.userToggle(1);
-    expectPosting(
-        f, ticked(oracle().listed('P', 9, DateTime::ymd(2026, 11, 1), DateTime::ymd(2026, 11, 30)), {9001}));
-    EXPECT_EQ(f.lvwPostingDetails.cell(lineOf(f, "1003", "1"), DebitAmount), "100.00");
 }
 
 // The pending-loan query runs (the embedded adapter, like SQL Server 2019, refuses the old
