@@ -5,7 +5,6 @@
 namespace linkingtest {
 namespace {
 
-
 // The test department keeps its books in rupees here: department, company and account amounts
 // all differ.
 class GatherTest : public LinkingTest {

@@ -1,6 +1,7 @@
 #include "support/Oracle.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -382,50 +383,44 @@ std::string Oracle::ledger(const common::DateTime& from, const common::DateTime&
 }
 
 std::string LedgerFaults(data::Connection& c) {
-    const std::string live =
+    const std::string lines =
         " from paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID and "
         "p.TransID=h.TransID ";
-    auto rows = [&](const std::string& sql, const std::string& what) {
-        std::string s;
+    std::string s;
+    auto rows = [&](const std::string& what, const std::string& sql) {
         for (auto rs = c.open(sql); !rs->eof(); rs->moveNext()) {
             s += what;
             for (int i = 0; i < rs->fieldCount(); ++i) s += " " + rs->field(i).joinText();
             s += "\n";
         }
-        return s;
     };
-    return rows("select h.CompanyID, h.TransNo, round(sum(p.DeptAmount), 6), round(sum(p.CompAmount), 6)" +
-                    live +
-                    "left join pDepartmentMaster d on d.CompanyID=h.CompanyID and "
-                    "d.DepartmentID=h.DepartmentID "
-                    "left join pCompanyMaster m on m.CompanyID=h.CompanyID where coalesce(h.Cancelled, 0) <> "
-                    "1 "
-                    "group by h.CompanyID, h.TransID having abs(sum(p.DeptAmount)) > 1e-9 + 0.005 * (1 + "
-                    "sum(p.Editable='Y' and p.AccCurrID is not d.DepCurrencyID)) or abs(sum(p.CompAmount)) > "
-                    "1e-9 + 0.005 * (1 + sum(p.Editable='Y' and p.AccCurrID is not m.CurrencyID))",
-                "unbalanced (company, entry, department and company sums):") +
-           rows(
-               "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + live +
-                   "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID where "
-                   "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) "
-                   "<> 0) and (coalesce(p.DeptAmount, 0) = 0 or coalesce(p.CompAmount, 0) = 0))",
-               "line without an account, a currency or an amount (company, entry, line, account):") +
-           rows(
-               "select s.mppCompanyID, s.mppProcessID, coalesce(s.mppPosted, 0), count(l.TransID) from "
-               "pMonthlyPayRollProcessing s left join (select distinct d.CompanyID, d.RefTransID, d.TransID "
-               "from paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
-               "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType='P') l on "
-               "l.CompanyID=s.mppCompanyID and l.RefTransID=s.mppProcessID group by s.mppCompanyID, "
-               "s.mppProcessID having count(l.TransID) <> (coalesce(max(s.mppPosted), 0) = 1)",
-               "run flagged apart from its live entries (company, run, flag, entries):") +
-           rows(
-               "select s.phCompanyID, s.phPaymentID, coalesce(s.phPosted, 0), count(l.TransID) from "
-               "pPaymentHeader s left join (select distinct d.CompanyID, d.RefTransID, d.TransID from "
-               "paPayAccLinkDetails d join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and "
-               "h.TransID=d.TransID where coalesce(h.Cancelled, 0) <> 1 and h.TransType<>'P') l on "
-               "l.CompanyID=s.phCompanyID and l.RefTransID=s.phPaymentID group by s.phCompanyID, "
-               "s.phPaymentID having count(l.TransID) <> (coalesce(max(s.phPosted), 0) = 1)",
-               "payment flagged apart from its live entries (company, payment, flag, entries):");
+    rows(
+        "unbalanced (company, entry, department and company sums):",
+        "select h.CompanyID, h.TransNo, round(sum(p.DeptAmount), 6), round(sum(p.CompAmount), 6)" + lines +
+            "left join pDepartmentMaster d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left "
+            "join pCompanyMaster m on m.CompanyID=h.CompanyID where coalesce(h.Cancelled, 0) <> 1 group by "
+            "h.CompanyID, h.TransID having abs(sum(p.DeptAmount)) > 1e-9 + 0.005 * (1 + sum(p.Editable='Y' "
+            "and p.AccCurrID is not d.DepCurrencyID)) or abs(sum(p.CompAmount)) > 1e-9 + 0.005 * (1 + "
+            "sum(p.Editable='Y' and p.AccCurrID is not m.CurrencyID))");
+    rows("line without an account, a currency or an amount (company, entry, line, account):",
+         "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + lines +
+             "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID where "
+             "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) <> 0) "
+             "and (coalesce(p.DeptAmount, 0) = 0 or coalesce(p.CompAmount, 0) = 0))");
+    // Runs are linked by payroll entries, payments by the others.
+    for (const auto& [table, p, key, type] :
+         {std::array<std::string, 4>{"pMonthlyPayRollProcessing", "mpp", "mppProcessID", "= 'P'"},
+          {"pPaymentHeader", "ph", "phPaymentID", "<> 'P'"}})
+        rows("source flagged apart from its live entries (company, source, flag, entries):",
+             "select s." + p + "CompanyID, s." + key + ", coalesce(s." + p +
+                 "Posted, 0), count(l.TransID) from " + table +
+                 " s left join (select distinct d.CompanyID, d.RefTransID, d.TransID from "
+                 "paPayAccLinkDetails d "
+                 "join paPayAccLinkHeader h on h.CompanyID=d.CompanyID and h.TransID=d.TransID where "
+                 "coalesce(h.Cancelled, 0) <> 1 and h.TransType " +
+                 type + ") l on l.CompanyID=s." + p + "CompanyID and l.RefTransID=s." + key +
+                 " group by 1, 2 having count(l.TransID) <> (coalesce(max(s." + p + "Posted), 0) = 1)");
+    return s;
 }
 
 }  // namespace testsupport
