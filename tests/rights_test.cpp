@@ -12,6 +12,7 @@ struct Rights {
     int user;
     std::string letters;  // the rights row; none for "-"
 };
+void PrintTo(const Rights& r, std::ostream* os) { *os << "user " << r.user << " '" << r.letters << "'"; }
 
 std::vector<Rights> table() {
     std::vector<Rights> rows;

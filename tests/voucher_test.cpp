@@ -238,7 +238,8 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     ASSERT_EQ(r.status, 0) << r.err;
     const auto open = readCsv(r.out);
     EXPECT_EQ(open[2][7], "'" + tricky);
-    EXPECT_EQ(open.size() - 1, static_cast<size_t>(std::count(all.begin(), all.end(), '\n') - count(all, "Cancelled")));
+    EXPECT_EQ(open.size() - 1,
+              static_cast<size_t>(std::count(all.begin(), all.end(), '\n') - count(all, "Cancelled")));
     EXPECT_EQ(count(r.out, "Cancelled"), 0u);
 }
 
