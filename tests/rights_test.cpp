@@ -29,7 +29,8 @@ std::vector<Rights> table() {
 class RightsTest : public testsupport::ModuleTest, public ::testing::WithParamInterface<Rights> {};
 
 TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
-    const auto& [user, letters] = GetParam();
+    const int user = GetParam().user;
+    const std::string letters = GetParam().letters;
     const std::string u = std::to_string(user);
     raw->execute("delete from puserrights where companyid=1 and interfaceid=60 and userid=" + u);
     if (letters != "-")
