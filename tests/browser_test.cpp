@@ -40,6 +40,12 @@ protected:
                 "insert into ptablecolumns (tableid, columnid, columnheader, columnname) values (60," +
                 std::to_string(i + 1) + ",'" + headers[i] + "','" + names[i] + "')");
     }
+    // New, Edit, Delete, Print as the user sees them ("-" for disabled); Close is always on.
+    static std::string buttons(const browser::FrmMaster& f) {
+        EXPECT_TRUE(f.CmdClose.enabled());
+        return std::string(f.cmdnew.enabled() ? "N" : "-") + (f.CmdEdit.enabled() ? "E" : "-") +
+               (f.CmdDelete.enabled() ? "D" : "-") + (f.cmdPrint.enabled() ? "P" : "-");
+    }
     browser::FrmMaster& reopen() {
         if (module->isLoaded("FrmMaster")) module->FrmMaster().unload();
         return module->FrmMaster();
