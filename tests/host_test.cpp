@@ -111,13 +111,10 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         // The reports: nothing is written where they refuse.
         {"print --entry PAL/99 --pdf x.pdf --db demo.db", "", "no entry 'PAL/99'"},
         {"print --entry PAL/1 --pdf missing/x.pdf --db demo.db", "", "cannot write 'missing/x.pdf'"},
-        {"print --entry PAL/1 --pdf x.pdf --user 3 --db demo.db", "", "no Print right"},
         {"export --from 01/09/2026 --to 01/08/2026 --csv keep.csv --db demo.db", "", "the range is empty"},
         {"export --from 01/01/2020 --to 31/01/2020 --csv keep.csv --db demo.db", "",
          "no open or posted entries"},
         {"export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv --db demo.db", "", "cannot write"},
-        {"export --from 01/08/2026 --to 31/08/2026 --csv keep.csv --user 4 --db demo.db", "",
-         "no Print right"},
         {"export --from 1/13/2026 --to 31/08/2026 --db demo.db", "", "--from needs a date"},
         // Databases that cannot be used are named with their problem before anything is tried.
         {"script close.txt --db readonly.db", nobodyLog, "database 'readonly.db' is read-only"},

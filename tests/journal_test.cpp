@@ -67,6 +67,10 @@ TEST_F(JournalTest, ChoosingAnAccountConvertsTheTypedAmountWithBothRates) {
               "100 150.00 600.00");
     ed.txtDescription.setFocus();
     EXPECT_EQ(ed.txtAmount.text(), "100.00");
+    // Leaving the box puts a number in the amount pattern and leaves anything else alone.
+    ed.txtAmount.userPaste("abc");
+    ed.txtAmount.LostFocus();
+    EXPECT_EQ(ed.txtAmount.text(), "abc");
     ed.txtAmount.userPaste("1234567.125");
     ed.txtAmount.MouseMove(0, 0, 1, 1);
     EXPECT_EQ(ed.txtAmount.toolTipText(), "1,234,567.125");

@@ -1,6 +1,7 @@
 #pragma once
 // The linking screen's tests: a department of their own ("Test Lab", 9, paid in dirhams) with
 // runs and payments whose amounts the tests know, and helpers that drive the screen as a user.
+#include <cmath>
 #include <memory>
 #include <string>
 
@@ -8,12 +9,24 @@
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "support/Oracle.h"
 
 namespace linkingtest {
 
 using common::DateTime;
 using common::NumberText;
 using linking::frmPayrollAccountsLinking;
+
+// A second copy of the component: its own toolkit, module and connection on the same file.
+struct OtherCopy {
+    OtherCopy(const entry::Module& first, const std::string& dbPath) : module(toolkit) {
+        module.session = first.session;
+        module.session.connection = data::sqlite::open(dbPath);
+    }
+    bool linkingOpen() const { return module.isLoaded("frmPayrollAccountsLinking"); }
+    ui::HeadlessToolkit toolkit;
+    entry::Module module;
+};
 
 class LinkingTest : public testsupport::ModuleTest {
 protected:
@@ -135,6 +148,52 @@ protected:
         std::string s;
         for (int c = 0; c < l.columnCount(); ++c) s += (c ? "|" : "") + l.cell(row, c);
         return s;
+    }
+    testsupport::Oracle oracle(int32_t company = 1) { return testsupport::Oracle(*raw, company); }
+    // The posting lines the oracle builds from these sources' rows, ticked source by source.
+    static testsupport::PostingList ticked(const std::vector<testsupport::SourceLine>& rows,
+                                           std::initializer_list<int32_t> sources) {
+        testsupport::PostingList p;
+        for (int32_t s : sources)
+            for (const auto& r : rows)
+                if (r.source == s) p.tick(r, true);
+        return p;
+    }
+    // The screen shows these posting lines and their balance.
+    static void expectPosting(const frmPayrollAccountsLinking& f, const testsupport::PostingList& p) {
+        EXPECT_EQ(text(shownLines(f.lvwPostingDetails)) + f.txtTotDepAmount.text(),
+                  text(p.lines) + common::Format2(p.balance()));
+    }
+    // The posting list as the oracle's lines. The list may keep the line editor's sign on a
+    // credit by hand, so there the sign follows the department amount, as a stored one does.
+    static std::vector<testsupport::Line> shownLines(const ui::ListView& l) {
+        namespace pst = linking::pst;
+        std::vector<testsupport::Line> out;
+        for (int r = 1; r <= l.count(); ++r) {
+            auto n = [&](int c) { return common::Val(l.cell(r, c)); };
+            const bool hand = l.cell(r, pst::Editable) == "Y";
+            out.push_back({static_cast<int32_t>(n(pst::DebitAccountID)),
+                           static_cast<int32_t>(n(pst::AccCurrID)), static_cast<int32_t>(n(pst::ResCurrID)),
+                           n(pst::DebitAmount),
+                           hand && n(pst::DeptAmount) > 0 ? -std::fabs(n(pst::CreditAmount))
+                           : hand                         ? std::fabs(n(pst::CreditAmount))
+                                                          : n(pst::CreditAmount),
+                           n(pst::TransAmt), n(pst::DeptAmount), n(pst::CompAmount), hand});
+        }
+        return out;
+    }
+    // The detail list as the oracle's source lines.
+    static std::vector<testsupport::SourceLine> shownRows(const ui::ListView& l) {
+        namespace det = linking::det;
+        std::vector<testsupport::SourceLine> out;
+        for (int r = 1; r <= l.count(); ++r) {
+            auto n = [&](int c) { return common::Val(l.cell(r, c)); };
+            out.push_back({static_cast<int32_t>(n(det::TransID)), static_cast<int32_t>(n(det::AccountID)),
+                           static_cast<int32_t>(n(det::ResCurrID)), static_cast<int32_t>(n(det::AccCurrID)),
+                           static_cast<int>(n(det::Credit)), n(det::RespAmt), n(det::Amount),
+                           n(det::DepAmount), n(det::ComAmt)});
+        }
+        return out;
     }
     // Everything the user sees in the three lists, ticks included.
     static std::string dump(const ui::ListView& l) {

@@ -4,7 +4,6 @@
 // re-opened as saved.
 #include "journal/frmJournalDetails.h"
 #include "linking_fixture.h"
-#include "report/VoucherQuery.h"
 
 namespace linkingtest {
 namespace {
@@ -34,45 +33,6 @@ protected:
         ed.cmdOK.userClick();
         ed.cmdCancel.userClick();
     }
-    // Debit, credit, total, transaction, company and department amounts, and Editable.
-    static std::string amounts(const frmPayrollAccountsLinking& f, int row) {
-        std::string s;
-        for (int c : {pst::DebitAmount, pst::CreditAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount,
-                      pst::DeptAmount, pst::Editable})
-            s += (s.empty() ? "" : "|") + f.lvwPostingDetails.cell(row, c);
-        return s;
-    }
-    // Every line's account, currency, side and amounts. The credit is left out: a new credit
-    // typed by hand is listed negative, and re-opens positive, its total unchanged.
-    static std::string lines(const frmPayrollAccountsLinking& f) {
-        std::string s;
-        for (int r = 1; r <= f.lvwPostingDetails.count(); ++r) {
-            s += f.lvwPostingDetails.cell(r, pst::DebitAccountID) + " " +
-                 f.lvwPostingDetails.cell(r, pst::ResCurrID);
-            for (int c :
-                 {pst::DebitAmount, pst::TotalAmount, pst::TransAmt, pst::CompAmount, pst::DeptAmount})
-                s += " " + f.lvwPostingDetails.cell(r, c);
-            s += "\n";
-        }
-        return s;
-    }
-    std::string stored(int transId, const std::string& where = "") {
-        return rows(
-            "select AccountID, DebitAmount, CreditAmount, RefTransAmount, DeptAmount, CompAmount from "
-            "paPayAccLinkPostingDetails where CompanyID=1 and TransID=" +
-            std::to_string(transId) + where + " order by DetailID");
-    }
-    // Opens the entry, checks that it shows what was stored, saves it unchanged and checks
-    // that the same rows are stored again.
-    void reopenAndResave(int transId, const std::string& shown) {
-        const std::string before = dbState();
-        ASSERT_FALSE(shown.empty());
-        auto& f = openEdit(transId);
-        EXPECT_EQ(lines(f), shown);
-        f.cmdOk.userClick();
-        EXPECT_FALSE(linkingOpen()) << lastMessage();
-        EXPECT_EQ(dbState(), before);
-    }
 };
 
 TEST_F(MoneyTest, AHandLineInAForeignCurrencyConvertsIntoTheDepartmentsAndTheCompanysCurrency) {
@@ -91,7 +51,8 @@ TEST_F(MoneyTest, AHandLineInAForeignCurrencyConvertsIntoTheDepartmentsAndTheCom
     EXPECT_TRUE(ed.txtDepAmount.locked() && ed.txtCompAmount.locked());
     ed.cmdCancel.userClick();
     hand(f, "Citibank Dollar Account", "100", true);
-    EXPECT_EQ(amounts(f, n + 1), "0.00|-100.00|-100.00|-100.00|-367.25|-367.25|Y");
+    EXPECT_EQ(f.lvwPostingDetails.cell(n + 1, pst::CreditAmount),
+              "-100.00");  // listed as the editor wrote it
 
     // A hundred dirhams do not balance a hundred dollars.
     hand(f, "Emirates Bank Current Account", "100", false);
@@ -103,16 +64,9 @@ TEST_F(MoneyTest, AHandLineInAForeignCurrencyConvertsIntoTheDepartmentsAndTheCom
     line.cmdOK.userClick();
     line.cmdCancel.userClick();
     EXPECT_EQ(f.txtTotDepAmount.text(), "0.00");
-    const std::string shown = lines(f);
     f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-
-    EXPECT_EQ(stored(6, " and Editable='Y'"),
-              "3003|0|100|-100|-367.25|-367.25|\n3002|367.25|0|367.25|367.25|367.25|\n");
-    report::Session session{*raw, module->session.tables, 1, 1};
-    const report::Voucher v = report::LoadVoucher(session, 6, "");
-    EXPECT_TRUE(report::Balanced(v));
-    reopenAndResave(6, shown);
+    EXPECT_EQ(oracle().entryFaults(6), "");  // stored, re-opened and saved again: the property test
 }
 
 TEST_F(MoneyTest, AnOpenedEntryConvertsInItsOwnDepartmentsCurrency) {
@@ -128,33 +82,6 @@ TEST_F(MoneyTest, AnOpenedEntryConvertsInItsOwnDepartmentsCurrency) {
     ed.txtAmount.userType("100");
     EXPECT_EQ(ed.lblDepAmount.caption() + ed.lblCompAmount.caption(), "Amount(INR) :Amount(AED) :");
     EXPECT_EQ(ed.txtDepAmount.text() + " " + ed.txtCompAmount.text(), "100.00 4.41");
-}
-
-TEST_F(MoneyTest, NegativeCreditsStayOnTheSideTheyWereSavedOn) {
-    raw->execute(
-        "update pPaymentDetails set pdPaymentAmt=-500 where pdCompanyID=1 and pdPaymentID=208 and "
-        "pdLineID=2");
-    auto& f = openNew();
-    gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
-    for (int r = 1; r <= 4; ++r) f.lvwTransactionDetails.userToggle(r);
-    const int cash = lineOf(f, "3001", "2");
-    ASSERT_GT(cash, 0);
-    EXPECT_EQ(amounts(f, cash), "0.00|-431.96|431.96|117.62|431.96|431.96|N");
-    // A credit typed negative is a debit in effect, and a debit typed negative a credit.
-    hand(f, "Emirates Bank Current Account", "-100", true);
-    hand(f, "Basic Salaries - AED", "-100", false);
-    ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
-    const std::string shown = lines(f);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-
-    EXPECT_EQ(
-        scalar("select CreditAmount || ' ' || DeptAmount from paPayAccLinkPostingDetails where TransID=6 and "
-               "AccountID=3001 and RefCurrID='2'")
-            .toText(),
-        "-431.96 431.96");
-    EXPECT_EQ(stored(6, " and Editable='Y'"), "3002|0|-100|100|100|100|\n1001|-100|0|-100|-100|-100|\n");
-    reopenAndResave(6, shown);
 }
 
 TEST_F(MoneyTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) {

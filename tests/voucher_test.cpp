@@ -10,10 +10,12 @@
 #include "common/Conv.h"
 #include "report/LedgerExport.h"
 #include "report/VoucherQuery.h"
+#include "support/Oracle.h"
 
 namespace {
 
 using Result = testsupport::ProgramResult;
+using common::DateTime;
 using testsupport::kProgram;
 using testsupport::slurp;
 
@@ -66,25 +68,52 @@ protected:
     data::TableNames tables;
 };
 
-TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
+// Lines, totals per account currency and the balance as the oracle has them: entries with
+// lines in two currencies, in rupees for a department in rupees of a company in dirhams, and
+// one whose lines are changed to move the balance.
+TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsIt) {
     const report::Voucher v = report::LoadVoucher(session(), 1, "01/11/2026 09:30");
     EXPECT_EQ(v.companyName + "|" + v.entryNo + "|" + v.date + "|" + v.typeName + "|" + v.department + "|" +
-                  v.departmentCurrency + "|" + v.status() + "|" + v.preparedBy,
+                  v.departmentCurrency + "|" + v.status() + "|" + v.preparedBy + "|" + v.sources.from,
               "Al Noor General Trading LLC|PAL/1|31/08/2026|Payroll|Administration|AED|Posted|System "
-              "Administrator");
-    ASSERT_EQ(v.lines.size(), 8u);
-    ASSERT_EQ(v.totals.size(), 2u);
-    EXPECT_EQ(std::to_string(v.lines[6].accountId) + " " + v.lines[6].currency + " " +
-                  report::Amount(v.lines[7].companyAmount) + " " + report::Amount(v.totals[0].debit) + " " +
-                  report::Amount(v.totals[0].credit) + " " + v.sources.from,
-              "1013 USD -52,563.02 339,600.00 339,600.00 28/08/2026");
-    EXPECT_TRUE(report::Balanced(v));
+              "Administrator|28/08/2026");
     EXPECT_TRUE(v.sources.payroll);
     // Each linked run with its employee and the gross pay the entry debits, in its currency.
     ASSERT_EQ(v.linked.size(), static_cast<size_t>(v.sources.count));
     EXPECT_EQ(v.linked[9].number + " " + v.linked[9].employee + " " + v.linked[9].date + " " +
                   v.linked[9].currency + " " + report::Amount(v.linked[9].amount),
               "PR202608/010 Omar Haddad (E0010) 28/08/2026 USD 3,590.00");
+    testsupport::Oracle o(*raw, 1);
+    auto money = [](double x) {
+        char b[40];
+        std::snprintf(b, sizeof b, " %.2f", x + 0.0);
+        return std::string(b);
+    };
+    auto check = [&](int32_t id) {
+        const report::Voucher got = report::LoadVoucher(session(), id, "");
+        std::string lines, want, totals;
+        for (const auto& l : got.lines)
+            lines += std::to_string(l.accountId) + money(l.debit) + money(l.credit) +
+                     money(l.departmentAmount) + money(l.companyAmount) + "\n";
+        for (const auto& l : o.stored(id))
+            want += std::to_string(l.account) + money(l.debit) + money(l.credit) + money(l.department) +
+                    money(l.company) + "\n";
+        for (const auto& t : got.totals)
+            totals += t.currency + money(t.debit) + money(t.credit) + money(t.departmentAmount) +
+                      money(t.companyAmount) + "\n";
+        EXPECT_EQ(lines, want) << id;
+        EXPECT_EQ(totals, o.totals(id)) << id;
+        EXPECT_EQ(report::Balanced(got), o.balanced(id)) << id;
+    };
+    for (int32_t id = 1; id <= 5; ++id) check(id);
+    // The cash credit of entry 4 taken in dollars, by hand: its dirham amounts still balance.
+    raw->execute(
+        "update paPayAccLinkPostingDetails set AccCurrID=2, AccCurrSymbol='USD', CreditAmount=108.92, "
+        "Editable='Y' where CompanyID=1 and TransID=4 and DetailID=2");
+    check(4);
+    raw->execute(
+        "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+1 where TransID=4 and DetailID=1");
+    check(4);
 
     const report::Voucher cancelled = report::LoadVoucher(session(), 2, "");
     EXPECT_EQ(cancelled.status(), "Cancelled");
@@ -105,27 +134,13 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsItByRight) {
     } catch (const common::Error& e) {
         EXPECT_EQ(e.number(), 3021);
     }
-    raw->execute(
-        "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+1 where TransID=4 and DetailID=1");
-    EXPECT_FALSE(report::Balanced(report::LoadVoucher(session(), 4, "")));
 
-    // Print on the browser's row of entry PAL/4 shows its voucher; a user without "P" has
-    // the button disabled, so the click reaches nothing.
-    for (int32_t user : {1, 3}) {
-        SCOPED_TRACE(user);
-        reopen();
-        module->session.userId = user;
-        browser::FrmMaster& master = module->FrmMaster();
-        ASSERT_EQ(master.flexMaster.textMatrix(browserRow(4), 1), "PAL/4");
-        master.flexMaster.userSelectCell(browserRow(4), 1);
-        master.cmdPrint.userClick();
-        EXPECT_EQ(report::HasPrintRight(session(), 60), user == 1);
-        EXPECT_EQ(master.cmdPrint.enabled(), user == 1);
-        EXPECT_EQ(toolkit.previewedVouchers.size(), user == 1 ? 1u : 0u);
-        if (user == 1) {
-            EXPECT_EQ(toolkit.transcript.back(), "PRINT PREVIEW PAL/4: 2 lines");
-        }
-    }
+    // Print on the browser's row of entry PAL/4 shows its voucher.
+    browser::FrmMaster& master = module->FrmMaster();
+    master.flexMaster.userSelectCell(browserRow(4), 1);
+    master.cmdPrint.userClick();
+    ASSERT_EQ(toolkit.previewedVouchers.size(), 1u);
+    EXPECT_EQ(toolkit.transcript.back(), "PRINT PREVIEW PAL/4: 2 lines");
 }
 
 TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
@@ -194,28 +209,21 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
                  "' where CompanyID=1 and TransID=1 and DetailID=2");
     Result r = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv --include-cancelled --raw");
     ASSERT_EQ(r.status, 0) << r.err;
+    // Each posting line of the range once, in order, as the oracle reads the entries.
+    auto joined = [](const std::vector<std::vector<std::string>>& records) {
+        std::string s;
+        for (size_t row = 1; row < records.size(); ++row)
+            for (size_t f = 0; f < records[row].size(); ++f) s += records[row][f] + (f < 13 ? "|" : "\n");
+        return s;
+    };
     const auto records = readCsv(slurp(tmp.file("lines.csv")));
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records[0][0], "Entry No");
-    // Each posting line of the range once, in order, its amounts as the ledger takes them.
-    std::string exported;
-    size_t cancelledRows = 0;
-    for (size_t row = 1; row < records.size(); ++row) {
-        const auto& f = records[row];
-        ASSERT_EQ(f.size(), 14u) << row;
-        for (size_t c : {0, 4, 5, 7, 9, 10, 12}) exported += f[c] + "|";
-        exported += f[13] == "Cancelled" ? "1|\n" : "0|\n";
-        cancelledRows += f[13] == "Cancelled";
-    }
-    EXPECT_EQ(exported,
-              rows("select h.TransNo, p.DetailID, p.AccountID, p.Description, printf('%.2f', p.DebitAmount), "
-                   "printf('%.2f', p.CreditAmount), printf('%.2f', p.CompAmount), h.Cancelled from "
-                   "paPayAccLinkHeader h join paPayAccLinkPostingDetails p on p.CompanyID=h.CompanyID and "
-                   "p.TransID=h.TransID where h.CompanyID=1 and h.TransDate between '2026-08-01' and "
-                   "'2026-08-31' order by h.TransDate, h.TransID, p.DetailID"));
-    EXPECT_EQ(records[0].size(), 14u);
-    EXPECT_EQ(cancelledRows, 4u);
-    EXPECT_EQ(records[2][7], tricky);
+    testsupport::Oracle o(*raw, 1);
+    const std::string all = o.ledger(DateTime::ymd(2026, 8, 1), DateTime::ymd(2026, 8, 31), true);
+    EXPECT_EQ(joined(records), all);
+    EXPECT_NE(all.find(tricky), std::string::npos);
+    EXPECT_NE(all.find("Cancelled"), std::string::npos);
     for (const char* lead : {"=", "+", "-", "@", "\t", "\r"})
         EXPECT_EQ(readCsv(report::CsvTextField(lead + std::string("SUM(A1)")) + "\r\n")[0][0],
                   "'" + std::string(lead) + "SUM(A1)");
@@ -224,14 +232,14 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
     for (const auto& [alone, written] : std::vector<std::pair<std::string, std::string>>{
              {",", "\",\""}, {"\"", "\"\"\"\""}, {"\n", "\"\n\""}, {"=", "'="}, {"-", "'-"}, {"'", "'"}})
         EXPECT_EQ(report::CsvTextField(alone), written) << alone;
-    EXPECT_EQ(records[2][1], "31/08/2026");
-    EXPECT_EQ(records[2][2], "Payroll");
 
     // Without --include-cancelled, to standard output; without --raw, as a spreadsheet may open it.
     r = run("export --from 01/08/2026 --to 31/08/2026");
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(readCsv(r.out)[2][7], "'" + tricky);
-    EXPECT_EQ(readCsv(r.out).size(), records.size() - cancelledRows);
+    const auto open = readCsv(r.out);
+    EXPECT_EQ(open[2][7], "'" + tricky);
+    EXPECT_EQ(open.size() - 1,
+              static_cast<size_t>(std::count(all.begin(), all.end(), '\n') - count(all, "Cancelled")));
     EXPECT_EQ(count(r.out, "Cancelled"), 0u);
 }
 
