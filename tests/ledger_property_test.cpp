@@ -424,12 +424,11 @@ protected:
         if (!u.m->isLoaded("frmcancell")) return;
         auto& c = u.m->frmcancell();
         std::string reason = kTexts[pick(kTexts.size())];
-        if (chance(50)) {
+        // Typed or pasted, the reason is stored whole, apostrophes included.
+        if (chance(50))
             c.txtreason.userType(reason);
-            reason.erase(std::remove(reason.begin(), reason.end(), '\''), reason.end());
-        } else {
+        else
             c.txtreason.userPaste(reason);
-        }
         c.cmdok.userClick();
         // An entry the other user cancelled first keeps that cancellation.
         EXPECT_EQ(scalar(state).joinText(), was.empty() || was[0] != '1' ? "1" + reason : was);
