@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "CommandErrors.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
@@ -23,23 +24,8 @@ namespace monthend {
 
 namespace {
 
-// A refusal: the one line the command ends with, status 2.
-struct Refused : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-template <class Body>
-int guarded(const Body& body) {
-    try {
-        return body();
-    } catch (const common::Error& e) {
-        std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
-                  << "\n";
-    } catch (const std::exception& e) {
-        std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
-    }
-    return 2;
-}
+using app::guarded;
+using app::Refused;
 
 CLI::Validator dateValidator() {
     return CLI::Validator(

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "CommandErrors.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
 #include "common/Files.h"
@@ -21,11 +22,6 @@
 namespace app {
 
 namespace {
-
-// A refusal: the one line that the command ends with.
-struct Refused : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 common::DateTime dateOption(const std::string& option, const std::string& text) {
     static const std::regex shape(R"(\d{1,2}/\d{1,2}/\d{4})");
@@ -44,19 +40,6 @@ data::TableNames checkedTables(const ReportSession& s) {
         throw Refused("user " + std::to_string(s.userId) + " has no Print right in company " +
                       std::to_string(s.companyId));
     return tables;
-}
-
-template <class Body>
-int guarded(const Body& body) {
-    try {
-        return body();
-    } catch (const common::Error& e) {
-        std::cerr << "payacclink: error " << e.number() << ": " << common::terminalText(e.description())
-                  << "\n";
-    } catch (const std::exception& e) {
-        std::cerr << "payacclink: " << common::terminalText(e.what()) << "\n";
-    }
-    return 2;
 }
 
 }  // namespace
