@@ -137,6 +137,8 @@ data::ConnectionPtr openFile(const std::string& path, const Options& o) {
     if (o.asFound) return c;
     try {
         data::sqlite::upgrade(*c);
+    } catch (const data::sqlite::Unusable& e) {
+        throw UsageError{"database '" + path + "' " + e.what()};
     } catch (const std::exception& e) {
         throw UsageError{"database '" + path +
                          "' was made by an older payacclink and cannot be brought up to date (" + e.what() +

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "data/sqlite/Migrations.h"
 #include "data/sqlite/SqliteConnection.h"
 
 namespace {
@@ -63,6 +64,8 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     open("bare.db")->execute("create table notes (x)");
     std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("nosettings.db"));
     open("nosettings.db")->execute("delete from psettings where companyid=1");
+    std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("newer.db"));
+    open("newer.db")->execute("update paPayAccLinkSchema set Version = 99");
     namespace fs = std::filesystem;
     for (const char* copy : {"damaged.db", "readonly.db", "unreadable.db", "locked.db"})
         fs::copy_file(tmp.file("demo.db"), tmp.file(copy));
@@ -106,6 +109,7 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         {"script close.txt --db bare.db", "", "no payroll accounts linking tables"},
         {"script close.txt --db demo.db --company 999", "", "company 999 is not in"},
         {"script close.txt --db nosettings.db", "", "no settings row in psettings"},
+        {"script close.txt --db newer.db", "", "schema version 99, newer than this payacclink knows"},
         {"script close.txt --db demo.db --trace-sql close.txt/trace.txt", "", "cannot write the trace file"},
         {"script close.txt --db demo.db", "PAYACC_LOG_DIR=./missing", "cannot write the error log"},
         // The reports: nothing is written where they refuse.
@@ -261,13 +265,13 @@ TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
     {
         auto c = open("old.db");
         for (const char* sql : {"delete from linktable", "delete from ptablecolumns", "delete from ptables",
-                                "PRAGMA user_version = 0", kFirstCompany,
+                                "drop table paPayAccLinkSchema", kFirstCompany,
                                 "insert into linktable values ('pDepartment', 'pDepartmentMaster')"})
             c->execute(sql);
     }
     r = run("script browse.txt --db old.db");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_EQ(count("old.db", "PRAGMA user_version"), data::sqlite::kSchemaVersion);
+    EXPECT_EQ(count("old.db", "select Version from paPayAccLinkSchema"), data::sqlite::newestSchemaVersion());
     EXPECT_EQ(count("old.db", "select count(*) from linktable where tablename = 'pDepartment'"), 1)
         << "a row the installation has is not given twice";
     EXPECT_EQ(count("old.db", "select count(*) from linktable"), 15);

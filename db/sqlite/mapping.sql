@@ -1,7 +1,8 @@
 -- What the component reads besides company data, present in every database: the physical
 -- names of the suite's logical tables and the captions of the entry browser's grid. Run on
--- a new schema and again on databases of older builds, so every insert adds only what is
--- missing and never changes a row the installation has set.
+-- a new schema; migrations/0001_table_mapping.sql brings the same rows to databases of
+-- older builds. A row added here needs a numbered script that adds it where it is missing,
+-- never changing a row the installation has set.
 
 -- Departments live in pDepartmentMaster. pLoans is listed as the suite lists it, though
 -- this component never asks for it.

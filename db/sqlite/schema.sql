@@ -5,6 +5,9 @@
 -- naming only the suite's own columns succeed. The free texts typed on the screens hold
 -- at most what their SQL Server columns hold (nvarchar(255)), so a text too long for the
 -- server is refused here as well.
+--
+-- This is the newest schema, for a new database; an existing one gets the same through the
+-- numbered scripts of migrations/, so a change here needs one there (see ARCHITECTURE.md).
 
 PRAGMA foreign_keys = OFF;
 
@@ -17,11 +20,11 @@ CREATE TABLE paPayAccLinkHeader (
     TransNo       TEXT COLLATE NOCASE,
     TransDate     DATE,
     TransType     TEXT COLLATE NOCASE,
-    Remarks       TEXT COLLATE NOCASE CHECK (length(Remarks) <= 255),
+    Remarks       TEXT COLLATE NOCASE,
     Cancelled     INTEGER DEFAULT 0,
     -- The save does not name these two: a new entry must read as neither posted nor
     -- cancelled.
-    cancelremarks TEXT COLLATE NOCASE DEFAULT NULL CHECK (length(cancelremarks) <= 255),
+    cancelremarks TEXT COLLATE NOCASE DEFAULT NULL,
     Posted        INTEGER DEFAULT 0,
     PRIMARY KEY (CompanyID, TransID)
 );
@@ -66,7 +69,7 @@ CREATE TABLE paPayAccLinkPostingDetails (
     DepartmentID   INTEGER,
     AccountID      INTEGER,
     AccountDesc    TEXT COLLATE NOCASE,
-    Description    TEXT COLLATE NOCASE CHECK (length(Description) <= 255),
+    Description    TEXT COLLATE NOCASE,
     AccCurrID      INTEGER,
     AccCurrSymbol  TEXT COLLATE NOCASE,
     RefCurrID      INTEGER,
@@ -89,6 +92,25 @@ CREATE TABLE paPayAccLinkHistory (
     Action    TEXT COLLATE NOCASE NOT NULL  -- N saved as new, E saved after editing, C cancelled
 );
 CREATE INDEX ixPayAccLinkHistory ON paPayAccLinkHistory (CompanyID, TransID);
+
+-- The free texts' limit. Triggers rather than CHECK constraints, because SQLite adds a
+-- constraint to a table only by copying it, and a copy would drop the columns the suite
+-- has added to it.
+CREATE TRIGGER trPayAccLinkHeaderTextsNew BEFORE INSERT ON paPayAccLinkHeader
+WHEN length(NEW.Remarks) > 255 OR length(NEW.cancelremarks) > 255
+BEGIN SELECT RAISE(ABORT, 'An entry''s remarks hold at most 255 characters.'); END;
+CREATE TRIGGER trPayAccLinkHeaderTexts BEFORE UPDATE OF Remarks, cancelremarks ON paPayAccLinkHeader
+WHEN length(NEW.Remarks) > 255 OR length(NEW.cancelremarks) > 255
+BEGIN SELECT RAISE(ABORT, 'An entry''s remarks hold at most 255 characters.'); END;
+CREATE TRIGGER trPayAccLinkPostingTextsNew BEFORE INSERT ON paPayAccLinkPostingDetails
+WHEN length(NEW.Description) > 255
+BEGIN SELECT RAISE(ABORT, 'A posting line''s description holds at most 255 characters.'); END;
+CREATE TRIGGER trPayAccLinkPostingTexts BEFORE UPDATE OF Description ON paPayAccLinkPostingDetails
+WHEN length(NEW.Description) > 255
+BEGIN SELECT RAISE(ABORT, 'A posting line''s description holds at most 255 characters.'); END;
+
+-- Which of the numbered scripts of migrations/ the database has had: one row.
+CREATE TABLE paPayAccLinkSchema (Version INTEGER NOT NULL);
 
 -- ---------------------------------------------------------------- companies, currencies
 

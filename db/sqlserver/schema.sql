@@ -90,9 +90,7 @@ CREATE TABLE paPayAccLinkPostingDetails (
     CONSTRAINT pkPayAccLinkPostingDetails PRIMARY KEY (CompanyID, TransID, DetailID)
 );
 
--- Who saved and who cancelled each entry, and when: the link tables keep no user. On a
--- database made before this table, create it with this statement to start keeping the
--- history; without it nothing is recorded.
+-- Who saved and who cancelled each entry, and when: the link tables keep no user.
 CREATE TABLE paPayAccLinkHistory (
     CompanyID int NOT NULL,
     TransID   int NOT NULL,
@@ -101,6 +99,12 @@ CREATE TABLE paPayAccLinkHistory (
     Action    nchar(1) NOT NULL  -- N saved as new, E saved after editing, C cancelled
 );
 CREATE INDEX ixPayAccLinkHistory ON paPayAccLinkHistory (CompanyID, TransID);
+
+-- Which of the numbered scripts of migrations/ the database has had, one row; a new
+-- database starts at the newest. A change to this schema needs a numbered script for the
+-- databases that exist (see ARCHITECTURE.md).
+CREATE TABLE paPayAccLinkSchema (Version int NOT NULL);
+INSERT INTO paPayAccLinkSchema (Version) VALUES (3);
 
 -- ---------------------------------------------------------------- companies, currencies
 

@@ -25,6 +25,7 @@
 #include "common/Error.h"
 #include "common/Utf8.h"
 #include "data/odbc/ServerDialect.h"
+#include "data/sqlite/Migrations.h"
 
 namespace data::odbc {
 namespace {
@@ -981,13 +982,29 @@ private:
     LinkPtr link_;
 };
 
+// The number of the last numbered script the database has had; 0 for one made before them,
+// which has no version table.
+int64_t serverSchemaVersion(Connection& c) {
+    try {
+        RecordsetPtr rs = c.open("select max(Version) from paPayAccLinkSchema");
+        return rs->eof() || rs->field(0).isNull() ? 0 : rs->field(0).toInt64();
+    } catch (const common::Error&) {
+        return 0;
+    }
+}
+
 }  // namespace
 
 ConnectionPtr open(const std::string& connectionString) {
     auto link = std::make_shared<Link>();
     link->connectionString = connectionString;
     link->connect();
-    return std::make_shared<OdbcConnection>(std::move(link));
+    auto c = std::make_shared<OdbcConnection>(std::move(link));
+    // The program changes no server schema of its own accord: a database older than it needs
+    // is refused with the script to run, before a statement fails on what it lacks.
+    if (const std::string problem = sqlite::serverSchemaProblem(serverSchemaVersion(*c)); !problem.empty())
+        fail("the SQL Server database " + problem);
+    return c;
 }
 
 }  // namespace data::odbc

@@ -20,6 +20,7 @@
 #include "common/DateTime.h"
 #include "common/Error.h"
 #include "data/Trace.h"
+#include "data/sqlite/Migrations.h"
 #include "data/sqlite/ProcedureCatalog.h"
 #include "data/sqlite/Resources.h"
 #include "data/sqlite/TsqlAdapter.h"
@@ -788,20 +789,16 @@ common::DateTime today() {
     return common::DateTime::ymd(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
-int64_t userVersion(Connection& c) {
-    RecordsetPtr rs = c.open("PRAGMA user_version", CursorType::ForwardOnly, LockType::ReadOnly);
-    int64_t v = rs->eof() ? 0 : rs->field(0).toInt64();
-    rs->close();
-    return v;
-}
-
 }  // namespace
 
 void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDay) {
     SqliteConnection& s = embeddedOnly(c);
     s.runScript(embedded("schema.sql"), "schema.sql");
     s.runScript(embedded("mapping.sql"), "mapping.sql");
-    s.runScript("PRAGMA user_version = " + std::to_string(kSchemaVersion), "schema version");
+    const std::string newest = std::to_string(newestSchemaVersion());
+    s.runScript(
+        "INSERT INTO paPayAccLinkSchema (Version) VALUES (" + newest + ");\nPRAGMA user_version = " + newest,
+        "schema version");
     if (!demo) return;
     // The demo's dates follow from one reference day, kept in a temporary table for the
     // script's length: its payroll, payments and entries fall in that day's month and the
@@ -818,20 +815,8 @@ void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDa
     s.runScript("DROP TABLE temp.demo_reference", "demo reference day");
 }
 
-bool upgrade(Connection& c) {
-    SqliteConnection& s = embeddedOnly(c);
-    if (userVersion(c) >= kSchemaVersion) return false;
-    // Only our own schema is brought up to date; anything else is left as it is.
-    RecordsetPtr rs = c.open("select count(*) from sqlite_master where type='table' and name='linktable'",
-                             CursorType::ForwardOnly, LockType::ReadOnly);
-    const bool ours = rs->field(0).toInt64() > 0;
-    rs->close();
-    if (!ours) return false;
-    // Databases of the first builds got the table mapping only with the demo data.
-    s.runScript("BEGIN IMMEDIATE;\n" + embedded("mapping.sql") + "\n" + embedded("upgrade.sql") +
-                    "\nPRAGMA user_version = " + std::to_string(kSchemaVersion) + ";\nCOMMIT;",
-                "schema upgrade");
-    return true;
+void runScript(Connection& c, const std::string& sql, const std::string& what) {
+    embeddedOnly(c).runScript(sql, what);
 }
 
 std::string buildImage(bool demo, std::optional<common::DateTime> demoDay) {

@@ -30,17 +30,16 @@ struct Unusable : std::runtime_error {
 // Opens (or with create, creates) a database file. Errors carry SQLite's own message; the
 // checks of OpenOptions raise Unusable.
 ConnectionPtr open(const std::string& path, const OpenOptions& options = {});
-// The schema version that initialise writes and upgrade brings older databases to
-// (PRAGMA user_version; the first builds left it 0).
-inline constexpr int kSchemaVersion = 2;
-
 // Creates the schema with its table mapping and, with demo, the demo data. The demo's
 // payroll, payments and saved entries fall in the month of demoDay (default: today) and
 // the two months before it.
 void initialise(Connection& c, bool demo, std::optional<common::DateTime> demoDay = std::nullopt);
-// Brings a database made by an older build up to kSchemaVersion; says whether it did.
-// A database that is not ours, or already current, is left alone.
+// Applies the numbered scripts (Migrations.h) that a database made by an older build has
+// not had, in one transaction; says whether it did. A database that is not ours, or already
+// current, is left alone; one newer than the program raises Unusable.
 bool upgrade(Connection& c);
+// Runs a script of SQLite statements as written, on the embedded database only.
+void runScript(Connection& c, const std::string& sql, const std::string& what);
 // Where procedures come from when OpenOptions names no folder: the folder in
 // PAYACC_PROCEDURE_DIR (an integrator's own NAME.sql files, used instead of the built-in
 // ones), else empty, the procedures built into the program.

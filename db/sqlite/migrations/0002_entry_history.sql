@@ -1,7 +1,6 @@
--- What a database made by a build of schema version 1 lacks; schema.sql has all of it for a
--- new database. Run inside the upgrade's transaction.
+-- Who saved and who cancelled each entry, and the indexes of the month-end checks. Builds
+-- before the numbered scripts may have had this already, so it is made only where missing.
 
--- Who saved and who cancelled each entry, and when.
 CREATE TABLE IF NOT EXISTS paPayAccLinkHistory (
     CompanyID INTEGER NOT NULL,
     TransID   INTEGER NOT NULL,
@@ -16,3 +15,5 @@ CREATE INDEX IF NOT EXISTS ixPayrollCompanyDate ON pMonthlyPayRollProcessing (mp
 CREATE INDEX IF NOT EXISTS ixPaymentCompanyDate ON pPaymentHeader (phCompanyID, phDate);
 DROP INDEX IF EXISTS ixPayAccLinkDetailsRef;
 CREATE INDEX ixPayAccLinkDetailsRef ON paPayAccLinkDetails (CompanyID, RefTransID, TransID);
+
+UPDATE paPayAccLinkSchema SET Version = 2;
