@@ -46,8 +46,8 @@ bool hasTable(Connection& c, const std::string& name) {
 // database already has.
 int64_t schemaVersion(Connection& c) {
     if (!hasTable(c, "paPayAccLinkSchema")) return 0;
-    RecordsetPtr rs = c.open("select max(Version) from paPayAccLinkSchema", CursorType::ForwardOnly,
-                             LockType::ReadOnly);
+    RecordsetPtr rs =
+        c.open("select max(Version) from paPayAccLinkSchema", CursorType::ForwardOnly, LockType::ReadOnly);
     const int64_t version = rs->eof() || rs->field(0).isNull() ? 0 : rs->field(0).toInt64();
     rs->close();
     return version;
@@ -80,8 +80,9 @@ bool upgrade(Connection& c) {
     const int newest = newestSchemaVersion();
     int64_t version = schemaVersion(c);
     if (version > newest)
-        throw Unusable("has schema version " + std::to_string(version) + ", newer than this payacclink knows (" +
-                       std::to_string(newest) + "): open it with the payacclink that made it, or a newer one");
+        throw Unusable("has schema version " + std::to_string(version) +
+                       ", newer than this payacclink knows (" + std::to_string(newest) +
+                       "): open it with the payacclink that made it, or a newer one");
     if (version == newest) return false;
     runScript(c, "BEGIN IMMEDIATE", "schema upgrade");
     try {
