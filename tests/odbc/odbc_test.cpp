@@ -99,4 +99,20 @@ TEST(OdbcProgram, ADataSourceThatIsNotSqlServerIsRefused) {
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
 }
 
+// A server database older than the program is refused with the next script to run; the
+// program changes no server schema of its own accord.
+TEST(OdbcProgram, AnOlderServerDatabaseIsRefusedWithTheScriptToRun) {
+    testsupport::TempDir tmp;
+    const std::string server = testsupport::copyDb(testsupport::demoTemplate(), tmp.file("server.db"));
+    data::sqlite::open(server)->execute("update paPayAccLinkSchema set Version = 2");
+    testsupport::TdsResponder responder(server);
+    std::ofstream(tmp.file("empty.script")) << "";
+    auto run = runProgram(tmp.path(), "script empty.script --odbc '" + responder.connectionString() + "'");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.err.find("has schema version 2 and this payacclink needs"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("run db/sqlserver/migrations/0003_free_text_limits.sql"), std::string::npos)
+        << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+}
+
 }  // namespace
