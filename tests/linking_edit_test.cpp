@@ -80,6 +80,9 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     f.lvwTransactions.userToggle(1);
     f.lvwTransactions.userToggle(2);
     ASSERT_EQ(f.txtTotDepAmount.text(), "0.00");
+    // A column the suite keeps on the posting lines, marked with each line's key.
+    raw->execute("alter table paPayAccLinkPostingDetails add column SuiteRef text");
+    raw->execute("update paPayAccLinkPostingDetails set SuiteRef = AccountID || '/' || RefCurrID");
     trace->clear();
     f.cmdOk.userClick();
     ASSERT_TRUE(toolkit.errors.empty());
@@ -88,7 +91,7 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     EXPECT_TRUE(
         traced(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=3"));
     EXPECT_TRUE(traced("Delete from paPayAccLinkDetails where CompanyID=1 and transid=3"));
-    EXPECT_TRUE(traced("Delete from paPayAccLinkPostingDetails where CompanyID=1 and transid=3"));
+    EXPECT_FALSE(traced("Delete from paPayAccLinkPostingDetails where CompanyID=1 and transid=3"));
     EXPECT_TRUE(
         traced("update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=1 and mppProcessID=" +
                released1));
@@ -101,6 +104,11 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
         if (row.source == std::stoi(released1) || row.source == std::stoi(released2)) want.tick(row, false);
     EXPECT_EQ(o.entryFaults(3) + testsupport::LedgerFaults(*raw) + text(o.stored(3)), text(want.lines));
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3"), lines - 8);
+    // Each posting line still there was updated where it stands and keeps the suite's value.
+    EXPECT_EQ(rows("select count(*), count(SuiteRef = AccountID || '/' || RefCurrID or null), min(DetailID), "
+                   "max(DetailID) from paPayAccLinkPostingDetails where CompanyID=1 and TransID=3"),
+              rows("select count(*), count(*), 1, count(*) from paPayAccLinkPostingDetails where CompanyID=1 "
+                   "and TransID=3"));
     // Loaded with the currency id under "Res Curr", so that is what goes back.
     EXPECT_EQ(
         rows("select distinct TransCurrSymbol from paPayAccLinkDetails where CompanyID=1 and TransID=3"),

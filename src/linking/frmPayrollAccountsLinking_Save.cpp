@@ -10,6 +10,7 @@
 #include "common/Utf8.h"
 #include "data/ErrorLog.h"
 #include "linking/LedgerCheck.h"
+#include "linking/PostingLinesInPlace.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 #include "report/EntryHistory.h"
@@ -324,26 +325,34 @@ void frmPayrollAccountsLinking::InsertIntoDetailTable(int32_t& transId) {
 void frmPayrollAccountsLinking::InsertIntoPostingDetailsTable(int32_t& transId) {
     auto& s = module_.session;
     auto& conn = module_.connection();
-    const std::string company = std::to_string(s.companyId);
-    if (module_.EntryMode == "E") {
-        conn.execute("Delete from " + s.tables.paPayAccLinkPostingDetails + " where CompanyID=" + company +
-                     " and transid=" + std::to_string(transId));
-    }
     auto cmd = conn.command(" insert into " + s.tables.paPayAccLinkPostingDetails + "( CompanyID, " +
                             "TransID, DetailID, DepartmentID, AccountID, AccountDesc, Description, " +
                             "AccCurrID, AccCurrSymbol, RefCurrID, RefCurrSymbol, DebitAmount, CreditAmount," +
                             "RefTransAmount, DeptAmount, CompAmount, Editable) Values " +
                             "( ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ");
     auto& l = lvwPostingDetails;
-    for (int r = 1; r <= l.count(); ++r) {
-        cmd->execute({Value(s.companyId), Value(transId), Value(r), Number(l.cell(r, pst::DeptID)),
-                      Number(l.cell(r, pst::DebitAccountID)), Text(l.cell(r, pst::DebitAccount)),
-                      Text(l.cell(r, pst::Description)), Number(l.cell(r, pst::AccCurrID)),
-                      Text(l.cell(r, pst::AccCurrency)), Text(l.cell(r, pst::ResCurrID)),
-                      Text(l.cell(r, pst::TransCurr)), Number(l.cell(r, pst::DebitAmount)),
-                      StoredCredit(l.cell(r, pst::DebitAmount), l.cell(r, pst::TotalAmount)),
-                      Number(l.cell(r, pst::TransAmt)), Number(l.cell(r, pst::DeptAmount)),
-                      Number(l.cell(r, pst::CompAmount)), Text(l.cell(r, pst::Editable))});
+    std::vector<PostingLine> lines;
+    lines.reserve(static_cast<size_t>(l.count()));
+    for (int r = 1; r <= l.count(); ++r)
+        lines.push_back({Number(l.cell(r, pst::DeptID)), Number(l.cell(r, pst::DebitAccountID)),
+                         Text(l.cell(r, pst::DebitAccount)), Text(l.cell(r, pst::Description)),
+                         Number(l.cell(r, pst::AccCurrID)), Text(l.cell(r, pst::AccCurrency)),
+                         Text(l.cell(r, pst::ResCurrID)), Text(l.cell(r, pst::TransCurr)),
+                         Number(l.cell(r, pst::DebitAmount)),
+                         StoredCredit(l.cell(r, pst::DebitAmount), l.cell(r, pst::TotalAmount)),
+                         Number(l.cell(r, pst::TransAmt)), Number(l.cell(r, pst::DeptAmount)),
+                         Number(l.cell(r, pst::CompAmount)), Text(l.cell(r, pst::Editable))});
+    // Deleting and inserting an edited entry's lines would drop what the suite keeps in columns
+    // of its own; they are written over the stored ones instead.
+    if (module_.EntryMode == "E") {
+        WritePostingLinesInPlace(conn, s.tables.paPayAccLinkPostingDetails, s.companyId, transId, lines,
+                                 *cmd);
+        return;
+    }
+    for (size_t i = 0; i < lines.size(); ++i) {
+        std::vector<Value> values{Value(s.companyId), Value(transId), Value(static_cast<int32_t>(i + 1))};
+        values.insert(values.end(), lines[i].begin(), lines[i].end());
+        cmd->execute(values);
         cmd->refreshParameters();
     }
 }
