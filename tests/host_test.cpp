@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "TestSupport.h"
-#include "data/sqlite/Migrations.h"
 #include "data/sqlite/SqliteConnection.h"
 
 namespace {
@@ -258,23 +257,6 @@ TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
     open("bare.db")->execute(kFirstCompany);
     r = run("script browse.txt --db bare.db");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
-
-    // A database of an older build, which wrote the mapping and captions only with the demo
-    // data, gets them and opens.
-    ASSERT_EQ(run("init old.db").status, 0);
-    {
-        auto c = open("old.db");
-        for (const char* sql : {"delete from linktable", "delete from ptablecolumns", "delete from ptables",
-                                "drop table paPayAccLinkSchema", kFirstCompany,
-                                "insert into linktable values ('pDepartment', 'pDepartmentMaster')"})
-            c->execute(sql);
-    }
-    r = run("script browse.txt --db old.db");
-    EXPECT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_EQ(count("old.db", "select Version from paPayAccLinkSchema"), data::sqlite::newestSchemaVersion());
-    EXPECT_EQ(count("old.db", "select count(*) from linktable where tablename = 'pDepartment'"), 1)
-        << "a row the installation has is not given twice";
-    EXPECT_EQ(count("old.db", "select count(*) from linktable"), 15);
 }
 
 TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
