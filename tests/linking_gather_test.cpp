@@ -195,6 +195,33 @@ TEST_F(GatherTest, ShowNeedsATypeAndADepartmentAndPaymentsGoStraightToTheDetailL
     EXPECT_EQ(ticks(f.lvwTransactionDetails), "----");
 }
 
+TEST_F(GatherTest, RowsWhoseAccountAmountsCancelLeaveTheRestOnTheLine) {
+    // Rupee lines to dirham accounts: 100.00 and -100.01 rupees are the same dirhams, -100.00
+    // cancels the first whole.
+    addPayment(9104, "H", 901, 100, "2026-11-05", 3);
+    addPayment(9105, "H", 902, -100.01, "2026-11-06", 3);
+    addPayment(9106, "H", 903, -100, "2026-11-07", 3);
+    auto& f = openNew();
+    gather(f, "Holded Salaries", DateTime::ymd(2026, 11, 20));
+    const auto rows = oracle().listed('H', 9, DateTime::ymd(2026, 11, 1), DateTime::ymd(2026, 11, 30));
+    ASSERT_EQ(rows.size(), 6u);
+    ASSERT_EQ(rows[0].amount, -rows[2].amount);
+    testsupport::PostingList want;
+    for (int d : {1, 2, 3, 4, 5, 6, 3, 4}) {
+        f.lvwTransactionDetails.userToggle(d);
+        want.tick(rows[d - 1], f.lvwTransactionDetails.checked(d));
+        expectPosting(f, want);
+    }
+    // The first and the last payment cancel: no line; the middle one brings back its own.
+    EXPECT_EQ(f.lvwPostingDetails.count(), 0);
+    f.lvwTransactionDetails.userToggle(5);
+    f.lvwTransactionDetails.userToggle(6);
+    for (int d : {5, 6}) want.tick(rows[d - 1], false);
+    expectPosting(f, want);
+    ASSERT_EQ(f.lvwPostingDetails.count(), 2);
+    EXPECT_EQ(f.lvwPostingDetails.cell(1, linking::pst::TransAmt), "100.00");
+}
+
 // The pending-loan query runs (the embedded adapter, like SQL Server 2019, refuses the old
 // "*=" joins), and its outer join still counts an application without an issue at its
 // sanctioned amount.

@@ -85,7 +85,9 @@ std::string checkBalance(const Totals& s) {
 }
 
 // The first line without a known account and currency, or without the converted amounts its
-// debit or credit needs, or whose amounts disagree on its side.
+// debit or credit needs, or whose amounts disagree on its side. A converted amount of nought
+// is missing only where no rate converts the line's currency: a real rate may round a few
+// cents to nothing.
 std::string checkLines(data::Connection& c, const data::TableNames& t, const Key& where, const Totals& s) {
     std::string sql = "select p.DetailID, p.AccountID, p.AccountDesc, p.AccCurrSymbol, p.DebitAmount,";
     sql +=
@@ -94,9 +96,17 @@ std::string checkLines(data::Connection& c, const data::TableNames& t, const Key
     sql += " left join " + t.aAccountMaster + " a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID";
     sql +=
         " left join " + t.pCurrencyMaster + " lc on lc.CompanyID=p.CompanyID and lc.CurrencyID=p.AccCurrID";
+    sql += " left join " + t.pDepartment + " d on d.CompanyID=p.CompanyID and d.DepartmentID=p.DepartmentID";
+    sql += " left join " + t.pCompanyMaster + " cm on cm.CompanyID=p.CompanyID";
+    // The rates from the line's currency to the department's and to the company's.
+    sql += " left join pExchangeRate rd on rd.CompanyID=p.CompanyID and rd.CurrencyID1=d.DepCurrencyID"
+           " and rd.CurrencyID2=p.AccCurrID";
+    sql += " left join pExchangeRate rc on rc.CompanyID=p.CompanyID and rc.CurrencyID1=cm.CurrencyID"
+           " and rc.CurrencyID2=p.AccCurrID";
     sql += " where " + where("p") + " and (a.AccountID is null or lc.CurrencyID is null";
     sql += " or ((isnull(p.DebitAmount,0)<>0 or isnull(p.CreditAmount,0)<>0)";
-    sql += " and (isnull(p.DeptAmount,0)=0 or isnull(p.CompAmount,0)=0))";
+    sql += " and ((isnull(p.DeptAmount,0)=0 and isnull(rd.Rate,0)=0)";
+    sql += " or (isnull(p.CompAmount,0)=0 and isnull(rc.Rate,0)=0)))";
     sql += " or (isnull(p.DebitAmount,0)-isnull(p.CreditAmount,0))*isnull(p.DeptAmount,0)<0";
     sql += " or (isnull(p.DebitAmount,0)-isnull(p.CreditAmount,0))*isnull(p.CompAmount,0)<0)";
     sql += " order by p.DetailID";

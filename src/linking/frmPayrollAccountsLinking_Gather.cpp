@@ -297,41 +297,38 @@ void frmPayrollAccountsLinking::BuildPostingDetails(int detailRow) {
     const double deptAmount = Val(d.cell(detailRow, det::DepAmount));
     const double transAmount = Val(d.cell(detailRow, det::RespAmt));
 
-    const int line = PostingLineOf(detailRow);
-    if (line > 0) {
-        auto add = [&p, line](int col, double delta) {
-            p.setCell(line, col, Format2(Val(p.cell(line, col)) + delta));
-        };
-        // Debit rows add to the signed currency columns, credit rows subtract; unticking reverses.
-        const double sign = (ticked ? 1.0 : -1.0) * (credit ? -1.0 : 1.0);
-        add(credit ? pst::CreditAmount : pst::DebitAmount, ticked ? amount : -amount);
-        add(pst::CompAmount, sign * compAmount);
-        add(pst::DeptAmount, sign * deptAmount);
-        add(pst::TransAmt, sign * transAmount);
-        const double debit = Val(p.cell(line, pst::DebitAmount));
-        const double creditSum = Val(p.cell(line, pst::CreditAmount));
-        p.setCell(line, pst::TotalAmount, Format2(debit - creditSum));
-        if (debit == 0 && creditSum == 0) {
-            p.remove(line);
-            ui::RenumberRows(p);
-        }
-    } else if (ticked) {
-        const double sign = credit ? -1.0 : 1.0;
-        int n = postingIndex_->append(std::to_string(p.count() + 1), d.cell(detailRow, det::AccountID),
-                                      d.cell(detailRow, det::ResCurrID));
-        p.setCell(n, pst::DeptID, d.cell(detailRow, det::DeptID));
-        p.setCell(n, pst::DebitAccount, d.cell(detailRow, det::AccountName));
-        p.setCell(n, pst::AccCurrency, d.cell(detailRow, det::AccCur));
-        p.setCell(n, pst::AccCurrID, d.cell(detailRow, det::AccCurrID));
-        p.setCell(n, pst::TransCurr, d.cell(detailRow, det::ResCurr));
-        p.setCell(n, pst::Editable, "N");
-        p.setCell(n, credit ? pst::CreditAmount : pst::DebitAmount, Format2(amount));
-        p.setCell(n, credit ? pst::DebitAmount : pst::CreditAmount, "0.00");
-        p.setCell(n, pst::CompAmount, Format2(sign * compAmount));
-        p.setCell(n, pst::DeptAmount, Format2(sign * deptAmount));
-        p.setCell(n, pst::TransAmt, Format2(sign * transAmount));
-        p.setCell(n, pst::TotalAmount,
-                  Format2(Val(p.cell(n, pst::DebitAmount)) - Val(p.cell(n, pst::CreditAmount))));
+    int line = PostingLineOf(detailRow);
+    if (line <= 0) {
+        // A new line, or one whose rows had cancelled to nothing, back with the rows left ticked.
+        line = postingIndex_->append(std::to_string(p.count() + 1), d.cell(detailRow, det::AccountID),
+                                     d.cell(detailRow, det::ResCurrID));
+        p.setCell(line, pst::DeptID, d.cell(detailRow, det::DeptID));
+        p.setCell(line, pst::DebitAccount, d.cell(detailRow, det::AccountName));
+        p.setCell(line, pst::AccCurrency, d.cell(detailRow, det::AccCur));
+        p.setCell(line, pst::AccCurrID, d.cell(detailRow, det::AccCurrID));
+        p.setCell(line, pst::TransCurr, d.cell(detailRow, det::ResCurr));
+        p.setCell(line, pst::Editable, "N");
+        for (int col : {pst::DebitAmount, pst::CreditAmount, pst::CompAmount, pst::DeptAmount, pst::TransAmt})
+            p.setCell(line, col, "0.00");
+    }
+    auto add = [&p, line](int col, double delta) {
+        p.setCell(line, col, Format2(Val(p.cell(line, col)) + delta));
+    };
+    // Debit rows add to the signed currency columns, credit rows subtract; unticking reverses.
+    const double sign = (ticked ? 1.0 : -1.0) * (credit ? -1.0 : 1.0);
+    add(credit ? pst::CreditAmount : pst::DebitAmount, ticked ? amount : -amount);
+    add(pst::CompAmount, sign * compAmount);
+    add(pst::DeptAmount, sign * deptAmount);
+    add(pst::TransAmt, sign * transAmount);
+    const double debit = Val(p.cell(line, pst::DebitAmount));
+    const double creditSum = Val(p.cell(line, pst::CreditAmount));
+    p.setCell(line, pst::TotalAmount, Format2(debit - creditSum));
+    // Rows whose account amounts cancel can still leave cents of the other amounts, which count
+    // in the balance and are stored: the line goes only when nothing is left of it.
+    if (debit == 0 && creditSum == 0 && Val(p.cell(line, pst::CompAmount)) == 0 &&
+        Val(p.cell(line, pst::DeptAmount)) == 0 && Val(p.cell(line, pst::TransAmt)) == 0) {
+        p.remove(line);
+        ui::RenumberRows(p);
     }
 
     if (!SelectingAll) {

@@ -62,16 +62,16 @@ void PostingList::tick(const SourceLine& row, bool ticked) {
     auto it = std::find_if(lines.begin(), lines.end(), [&](const Line& l) {
         return l.account == row.account && l.ownCurrency == row.ownCurrency;
     });
-    const bool fresh = it == lines.end();
-    if (fresh && !ticked) return;
-    if (fresh) it = lines.insert(lines.end(), Line{row.account, row.accountCurrency, row.ownCurrency});
+    if (it == lines.end()) it = lines.insert(lines.end(), Line{row.account, row.accountCurrency, row.ownCurrency});
     const double side = ticked ? 1 : -1, sign = side * (credit ? -1 : 1);
     double& sum = credit ? it->credit : it->debit;
     sum = round2(sum + side * row.amount);
     it->trans = round2(it->trans + sign * row.own);
     it->department = round2(it->department + sign * row.department);
     it->company = round2(it->company + sign * row.company);
-    if (!fresh && it->debit == 0 && it->credit == 0) lines.erase(it);
+    // Gone when nothing is left of it, whichever rows are still ticked.
+    if (it->debit == 0 && it->credit == 0 && it->trans == 0 && it->department == 0 && it->company == 0)
+        lines.erase(it);
 }
 
 double PostingList::balance() const {
@@ -214,15 +214,20 @@ Line Oracle::byHand(int32_t department, int32_t account, double amount, bool cre
     return l;
 }
 
-bool Oracle::saves(const std::vector<Line>& lines) const {
+bool Oracle::saves(const std::vector<Line>& lines, int32_t department) const {
     double deptSum = 0, compSum = 0;
     int converted = 0;
     for (const auto& l : lines) {
         deptSum += l.department;
         compSum += l.company;
         converted += l.byHand && l.accountCurrency != companyCurrency_;
+        // A converted amount of nought is a missing one only where no rate converts the line.
+        auto missing = [&](double amount, int32_t to) {
+            const auto r = to == l.accountCurrency ? std::nullopt : rate(to, l.accountCurrency);
+            return amount == 0 && (l.debit != 0 || l.credit != 0) && (!r || *r == 0);
+        };
         if (!accountCurrency(l.account) || !(l.department == l.department && l.company == l.company) ||
-            ((l.debit != 0 || l.credit != 0) && (l.department == 0 || l.company == 0)))
+            missing(l.department, departmentCurrency(department)) || missing(l.company, companyCurrency_))
             return false;
     }
     return !lines.empty() && round2(deptSum) == 0 && std::fabs(compSum) <= 0.005 * (1 + converted) + 1e-9;
@@ -404,9 +409,14 @@ std::string LedgerFaults(data::Connection& c) {
             "sum(p.Editable='Y' and p.AccCurrID is not m.CurrencyID))");
     rows("line without an account, a currency or an amount (company, entry, line, account):",
          "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + lines +
-             "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID where "
+             "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID left join "
+             "pDepartmentMaster d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left join "
+             "pCompanyMaster m on m.CompanyID=h.CompanyID left join pExchangeRate rd on rd.CompanyID=h.CompanyID "
+             "and rd.CurrencyID1=d.DepCurrencyID and rd.CurrencyID2=p.AccCurrID left join pExchangeRate rc on "
+             "rc.CompanyID=h.CompanyID and rc.CurrencyID1=m.CurrencyID and rc.CurrencyID2=p.AccCurrID where "
              "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) <> 0) "
-             "and (coalesce(p.DeptAmount, 0) = 0 or coalesce(p.CompAmount, 0) = 0))");
+             "and ((coalesce(p.DeptAmount, 0) = 0 and coalesce(rd.Rate, 0) = 0) or (coalesce(p.CompAmount, 0) "
+             "= 0 and coalesce(rc.Rate, 0) = 0)))");
     // Runs are linked by payroll entries, payments by the others.
     for (const auto& [table, p, key, type] :
          {std::array<std::string, 4>{"pMonthlyPayRollProcessing", "mpp", "mppProcessID", "= 'P'"},

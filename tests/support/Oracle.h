@@ -86,8 +86,8 @@ public:
     std::vector<SourceLine> linesOf(char type, int32_t source) const;
     // A line by hand of `amount` in its account's currency.
     Line byHand(int32_t department, int32_t account, double amount, bool credit) const;
-    // Whether Ok stores an entry of these lines.
-    bool saves(const std::vector<Line>& lines) const;
+    // Whether Ok stores an entry of these lines for the department.
+    bool saves(const std::vector<Line>& lines, int32_t department) const;
 
     // A saved entry's posting lines, as stored, and its details as the lines of its sources
     // they stand for (a detail that is none of them: as stored, with source 0).
