@@ -349,9 +349,11 @@ protected:
             "coalesce(h.Cancelled, 0) <> 1 and h.TransID ";
         const bool taken = count(live + "<> " + n(w.transId) + " and (h.TransType='P') = " + n(w.payroll) +
                                  " and d.RefTransID in (" + sources + ")") > 0;
-        const bool closed = w.transId && !count("select count(*) from paPayAccLinkHeader where CompanyID=7 and "
-                                                "coalesce(Cancelled, 0) <> 1 and coalesce(Posted, 0) <> 1 and "
-                                                "TransID = " + n(w.transId));
+        const bool closed = w.transId && !count(
+                                             "select count(*) from paPayAccLinkHeader where CompanyID=7 and "
+                                             "coalesce(Cancelled, 0) <> 1 and coalesce(Posted, 0) <> 1 and "
+                                             "TransID = " +
+                                             n(w.transId));
         const bool saves = !taken && !closed && oracle->saves(w.posting.lines, w.department);
         const std::string before = dbState();
         const size_t boxes = u.tk->messages.size();

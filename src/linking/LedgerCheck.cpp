@@ -99,10 +99,12 @@ std::string checkLines(data::Connection& c, const data::TableNames& t, const Key
     sql += " left join " + t.pDepartment + " d on d.CompanyID=p.CompanyID and d.DepartmentID=p.DepartmentID";
     sql += " left join " + t.pCompanyMaster + " cm on cm.CompanyID=p.CompanyID";
     // The rates from the line's currency to the department's and to the company's.
-    sql += " left join pExchangeRate rd on rd.CompanyID=p.CompanyID and rd.CurrencyID1=d.DepCurrencyID"
-           " and rd.CurrencyID2=p.AccCurrID";
-    sql += " left join pExchangeRate rc on rc.CompanyID=p.CompanyID and rc.CurrencyID1=cm.CurrencyID"
-           " and rc.CurrencyID2=p.AccCurrID";
+    sql +=
+        " left join pExchangeRate rd on rd.CompanyID=p.CompanyID and rd.CurrencyID1=d.DepCurrencyID"
+        " and rd.CurrencyID2=p.AccCurrID";
+    sql +=
+        " left join pExchangeRate rc on rc.CompanyID=p.CompanyID and rc.CurrencyID1=cm.CurrencyID"
+        " and rc.CurrencyID2=p.AccCurrID";
     sql += " where " + where("p") + " and (a.AccountID is null or lc.CurrencyID is null";
     sql += " or ((isnull(p.DebitAmount,0)<>0 or isnull(p.CreditAmount,0)<>0)";
     sql += " and ((isnull(p.DeptAmount,0)=0 and isnull(rd.Rate,0)=0)";

@@ -62,7 +62,8 @@ void PostingList::tick(const SourceLine& row, bool ticked) {
     auto it = std::find_if(lines.begin(), lines.end(), [&](const Line& l) {
         return l.account == row.account && l.ownCurrency == row.ownCurrency;
     });
-    if (it == lines.end()) it = lines.insert(lines.end(), Line{row.account, row.accountCurrency, row.ownCurrency});
+    if (it == lines.end())
+        it = lines.insert(lines.end(), Line{row.account, row.accountCurrency, row.ownCurrency});
     const double side = ticked ? 1 : -1, sign = side * (credit ? -1 : 1);
     double& sum = credit ? it->credit : it->debit;
     sum = round2(sum + side * row.amount);
@@ -407,16 +408,18 @@ std::string LedgerFaults(data::Connection& c) {
             "h.CompanyID, h.TransID having abs(sum(p.DeptAmount)) > 1e-9 + 0.005 * (1 + sum(p.Editable='Y' "
             "and p.AccCurrID is not d.DepCurrencyID)) or abs(sum(p.CompAmount)) > 1e-9 + 0.005 * (1 + "
             "sum(p.Editable='Y' and p.AccCurrID is not m.CurrencyID))");
-    rows("line without an account, a currency or an amount (company, entry, line, account):",
-         "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + lines +
-             "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID left join "
-             "pDepartmentMaster d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left join "
-             "pCompanyMaster m on m.CompanyID=h.CompanyID left join pExchangeRate rd on rd.CompanyID=h.CompanyID "
-             "and rd.CurrencyID1=d.DepCurrencyID and rd.CurrencyID2=p.AccCurrID left join pExchangeRate rc on "
-             "rc.CompanyID=h.CompanyID and rc.CurrencyID1=m.CurrencyID and rc.CurrencyID2=p.AccCurrID where "
-             "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) <> 0) "
-             "and ((coalesce(p.DeptAmount, 0) = 0 and coalesce(rd.Rate, 0) = 0) or (coalesce(p.CompAmount, 0) "
-             "= 0 and coalesce(rc.Rate, 0) = 0)))");
+    rows(
+        "line without an account, a currency or an amount (company, entry, line, account):",
+        "select h.CompanyID, h.TransNo, p.DetailID, p.AccountID" + lines +
+            "left join aAccountMaster a on a.CompanyID=p.CompanyID and a.AccountID=p.AccountID left join "
+            "pDepartmentMaster d on d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left join "
+            "pCompanyMaster m on m.CompanyID=h.CompanyID left join pExchangeRate rd on "
+            "rd.CompanyID=h.CompanyID "
+            "and rd.CurrencyID1=d.DepCurrencyID and rd.CurrencyID2=p.AccCurrID left join pExchangeRate rc on "
+            "rc.CompanyID=h.CompanyID and rc.CurrencyID1=m.CurrencyID and rc.CurrencyID2=p.AccCurrID where "
+            "a.CurrencyID is null or ((coalesce(p.DebitAmount, 0) <> 0 or coalesce(p.CreditAmount, 0) <> 0) "
+            "and ((coalesce(p.DeptAmount, 0) = 0 and coalesce(rd.Rate, 0) = 0) or (coalesce(p.CompAmount, 0) "
+            "= 0 and coalesce(rc.Rate, 0) = 0)))");
     // Runs are linked by payroll entries, payments by the others.
     for (const auto& [table, p, key, type] :
          {std::array<std::string, 4>{"pMonthlyPayRollProcessing", "mpp", "mppProcessID", "= 'P'"},
