@@ -59,12 +59,8 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
                   f.lvwTransactionDetails.cell(1, linking::det::AccCur),
               "INR3INR");
 
-    // Its lines as saved, in rupees, dirhams and the accounts' currencies.
-    auto o = oracle();
-    testsupport::PostingList want{o.stored(3)};
-    const auto details = o.details(3);
-    expectPosting(f, want);
-    EXPECT_EQ(f.lvwPostingDetails.text(1), "1");
+    // Its lines as saved, and again after the save: the property test's walk compares both with
+    // the oracle.
     EXPECT_EQ(f.lvwPostingDetails.columnHeader(11) + f.lvwPostingDetails.columnHeader(12) +
                   f.lvwTransactionDetails.columnHeader(13) + f.lvwTransactionDetails.columnHeader(14) +
                   f.lblTotalAmt.caption(),
@@ -73,7 +69,6 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
 
     // Saved again with the first two runs unticked.
     const std::string released1 = f.lvwTransactions.cell(1, linking::trn::TransID);
-    const std::string released2 = f.lvwTransactions.cell(2, linking::trn::TransID);
     f.dtpTransDate.userSet(DateTime::ymd(2026, 10, 20));
     f.txtTransNo.userType("9");  // what the screen shows does not renumber the entry
     f.txtRemarks.userPaste("Pune, re-checked");
@@ -99,10 +94,6 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
                    "where CompanyID=1 and TransID=3"),
               "PAL/3|P|5|20/10/2026|Pune, re-checked|\n");
 
-    // The two runs' lines are gone from the details and their sums, the runs released.
-    for (const auto& row : details)
-        if (row.source == std::stoi(released1) || row.source == std::stoi(released2)) want.tick(row, false);
-    EXPECT_EQ(o.entryFaults(3) + testsupport::LedgerFaults(*raw) + text(o.stored(3)), text(want.lines));
     EXPECT_EQ(count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3"), lines - 8);
     // Each posting line still there was updated where it stands and keeps the suite's value.
     EXPECT_EQ(rows("select count(*), count(SuiteRef = AccountID || '/' || RefCurrID or null), min(DetailID), "
