@@ -180,6 +180,93 @@ void mergeSort(std::vector<int>& v, Less less) {
     }
 }
 
+// How a sort mode reads and compares cells. Texts are folded to one case for every letter,
+// once per cell rather than inside each comparison (that folding was most of a sort's time).
+struct CellOrder {
+    // One sort key per cell: whether it counts as a number, its value, and its text (folded
+    // where the mode ignores case).
+    struct Key {
+        std::string text;
+        bool isNum = false;
+        double num = 0;
+    };
+
+    CellOrder(FlexGrid::Sort mode, const std::vector<std::vector<std::string>>& cells, int first, int c1,
+              int keys)
+        : generic(mode == FlexGrid::flexSortGenericAscending || mode == FlexGrid::flexSortGenericDescending),
+          numeric(mode == FlexGrid::flexSortNumericAscending || mode == FlexGrid::flexSortNumericDescending),
+          fold(generic || mode == FlexGrid::flexSortStringNoCaseAscending ||
+               mode == FlexGrid::flexSortStringNoCaseDescending),
+          descending(
+              mode == FlexGrid::flexSortGenericDescending || mode == FlexGrid::flexSortNumericDescending ||
+              mode == FlexGrid::flexSortStringNoCaseDescending || mode == FlexGrid::flexSortStringDescending),
+          keys(keys),
+          cells(cells),
+          first(first),
+          c1(c1) {}
+
+    void keyOf(int r, int k, Key& key) const {
+        const std::string& t = cells[first + r][c1 + k];
+        key.isNum = numeric || (generic && common::IsNumeric(t));
+        key.num = key.isNum ? numberOf(t) : 0.0;
+        if (numeric) return;
+        if (fold) {
+            common::foldCase(t, key.text);
+        } else {
+            key.text = t;
+        }
+    }
+    // Entry numbers read as people read them: PAL/2 before PAL/10 in the generic mode.
+    int compare(const Key& x, const Key& y) const {
+        if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
+        if (generic) return common::compareNatural(x.text, y.text);
+        int c = x.text.compare(y.text);
+        return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    }
+
+    // A column already in order (the search sorts its column at every keystroke) is found in
+    // one pass that reads each cell once; the stable sort would not move a row of it anyway.
+    bool inOrder(int n) const {
+        std::vector<Key> prev(static_cast<size_t>(keys)), cur(static_cast<size_t>(keys));
+        for (int k = 0; k < keys; ++k) keyOf(0, k, prev[static_cast<size_t>(k)]);
+        for (int r = 1; r < n; ++r) {
+            int c = 0;
+            for (int k = 0; k < keys; ++k) {
+                keyOf(r, k, cur[static_cast<size_t>(k)]);
+                if (c == 0) c = compare(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)]);
+            }
+            if (descending ? c < 0 : c > 0) return false;
+            std::swap(prev, cur);
+        }
+        return true;
+    }
+
+    // The data rows' positions (0 = the first data row) in sorted order.
+    std::vector<int> order(int n) const {
+        std::vector<Key> all(static_cast<size_t>(n) * keys);
+        for (int r = 0; r < n; ++r)
+            for (int k = 0; k < keys; ++k) keyOf(r, k, all[static_cast<size_t>(r) * keys + k]);
+        auto rows = [&](int a, int b) {
+            for (int k = 0; k < keys; ++k) {
+                int c =
+                    compare(all[static_cast<size_t>(a) * keys + k], all[static_cast<size_t>(b) * keys + k]);
+                if (c != 0) return c;
+            }
+            return 0;
+        };
+        std::vector<int> order(n);
+        for (int i = 0; i < n; ++i) order[i] = i;
+        mergeSort(order, [&](int a, int b) { return descending ? rows(a, b) > 0 : rows(a, b) < 0; });
+        return order;
+    }
+
+    const bool generic, numeric, fold;
+    const bool descending;
+    const int keys;
+    const std::vector<std::vector<std::string>>& cells;
+    const int first, c1;
+};
+
 }  // namespace
 
 void FlexGrid::sort(Sort mode) {
@@ -191,76 +278,9 @@ void FlexGrid::sort(Sort mode) {
     sortedCol_ = c1;
     sortedBy_ = mode;
     if (n < 2) return;
-    int keys = c2 - c1 + 1;
-
-    bool generic = mode == flexSortGenericAscending || mode == flexSortGenericDescending;
-    bool numeric = mode == flexSortNumericAscending || mode == flexSortNumericDescending;
-    bool noCase = mode == flexSortStringNoCaseAscending || mode == flexSortStringNoCaseDescending;
-    bool descending = mode == flexSortGenericDescending || mode == flexSortNumericDescending ||
-                      mode == flexSortStringNoCaseDescending || mode == flexSortStringDescending;
-    // Texts are folded to one case for every letter, once per cell rather than inside each
-    // comparison (that folding was most of a sort's time).
-    const bool fold = generic || noCase;
-
-    // One sort key per cell: whether it counts as a number, its value, and its text (folded
-    // where the mode ignores case).
-    struct Key {
-        std::string text;
-        bool isNum = false;
-        double num = 0;
-    };
-    auto keyOf = [&](int r, int k, Key& key) {
-        const std::string& t = cells_[first + r][c1 + k];
-        key.isNum = numeric || (generic && common::IsNumeric(t));
-        key.num = key.isNum ? numberOf(t) : 0.0;
-        if (numeric) return;
-        if (fold) {
-            common::foldCase(t, key.text);
-        } else {
-            key.text = t;
-        }
-    };
-    // Entry numbers read as people read them: PAL/2 before PAL/10 in the generic mode.
-    auto compareKeys = [&](const Key& x, const Key& y) {
-        if ((generic || numeric) && x.isNum && y.isNum) return x.num < y.num ? -1 : (x.num > y.num ? 1 : 0);
-        if (generic) return common::compareNatural(x.text, y.text);
-        int c = x.text.compare(y.text);
-        return c < 0 ? -1 : (c > 0 ? 1 : 0);
-    };
-
-    // A column already in order (the search sorts its column at every keystroke) is found in
-    // one pass that reads each cell once; the stable sort would not move a row of it anyway.
-    {
-        std::vector<Key> prev(static_cast<size_t>(keys)), cur(static_cast<size_t>(keys));
-        for (int k = 0; k < keys; ++k) keyOf(0, k, prev[static_cast<size_t>(k)]);
-        bool inOrder = true;
-        for (int r = 1; r < n && inOrder; ++r) {
-            int c = 0;
-            for (int k = 0; k < keys; ++k) {
-                keyOf(r, k, cur[static_cast<size_t>(k)]);
-                if (c == 0) c = compareKeys(prev[static_cast<size_t>(k)], cur[static_cast<size_t>(k)]);
-            }
-            inOrder = descending ? c >= 0 : c <= 0;
-            std::swap(prev, cur);
-        }
-        if (inOrder) return;
-    }
-
-    std::vector<Key> all(static_cast<size_t>(n) * keys);
-    for (int r = 0; r < n; ++r)
-        for (int k = 0; k < keys; ++k) keyOf(r, k, all[static_cast<size_t>(r) * keys + k]);
-    auto compare = [&](int a, int b) {
-        for (int k = 0; k < keys; ++k) {
-            int c =
-                compareKeys(all[static_cast<size_t>(a) * keys + k], all[static_cast<size_t>(b) * keys + k]);
-            if (c != 0) return c;
-        }
-        return 0;
-    };
-
-    std::vector<int> order(n);
-    for (int i = 0; i < n; ++i) order[i] = i;
-    mergeSort(order, [&](int a, int b) { return descending ? compare(a, b) > 0 : compare(a, b) < 0; });
+    const CellOrder how(mode, cells_, first, c1, c2 - c1 + 1);
+    if (how.inOrder(n)) return;
+    const std::vector<int> order = how.order(n);
 
     // Rows (and their colours) move as wholes: no cell is copied. The current row moves with
     // its entry, so that what acts on "the selected entry" still acts on the one the user chose.
