@@ -7,6 +7,7 @@
 #include <string>
 
 #include "browser/FrmMaster.h"
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
@@ -111,7 +112,7 @@ void frmJournalDetails::Form_Load() {
         // only in edit mode, where it is the form that opened the linking screen.
         if (module_.EntryMode == "E") {
             auto& grid = module_.FrmMaster().flexMaster;
-            if (!grid.textMatrix(grid.row(), 0).empty()) {
+            if (!grid.textMatrix(grid.row(), browser::mst::TransID).empty()) {
                 const bool readOnly = !linkingForm.cmdOk.enabled();
                 cboAccountID.setLocked(readOnly);
                 txtDescription.setLocked(readOnly);
