@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
@@ -20,7 +21,6 @@ namespace browser {
 namespace {
 
 // Grid columns as the list statement returns them.
-constexpr int kColTransID = 0, kColTransNo = 1, kColTransDate = 2, kColType = 3, kColCancel = 5;
 // Cancelled rows are red from TransID to cancel; the Posted cell keeps its background.
 constexpr int kCancelColouredCells = 6;
 constexpr uint32_t kCancelledColor = ui::RGB(255, 0, 0);
@@ -164,8 +164,8 @@ void FrmMaster::Form_KeyPress(int16_t& keyAscii) {
 void FrmMaster::GridPopulate(const std::string& sql) {
     auto rs = module_.connection().open(sql, data::CursorType::Keyset, data::LockType::Optimistic);
     // The entry selected before the refill stays selected wherever it is listed now.
-    const std::string selectedId = flexMaster.row() >= 1 && flexMaster.cols() > kColTransID
-                                       ? flexMaster.textMatrix(flexMaster.row(), kColTransID)
+    const std::string selectedId = flexMaster.row() >= 1 && flexMaster.cols() > mst::TransID
+                                       ? flexMaster.textMatrix(flexMaster.row(), mst::TransID)
                                        : std::string();
 
     const int cols = rs->fieldCount();
@@ -179,8 +179,8 @@ void FrmMaster::GridPopulate(const std::string& sql) {
         cells.reserve(static_cast<size_t>(cols));
         for (int c = 0; c < cols; ++c) {
             const common::Value& v = rs->field(c);
-            std::string text = c == kColTransDate ? common::formatDate(v.toDate(), "dd/MM/yyyy")
-                                                  : common::Trim(v.joinText());
+            std::string text = c == mst::TransDate ? common::formatDate(v.toDate(), "dd/MM/yyyy")
+                                                   : common::Trim(v.joinText());
             widths_[static_cast<size_t>(c)] = std::max(widths_[static_cast<size_t>(c)], text.size());
             cells.push_back(std::move(text));
         }
@@ -195,7 +195,7 @@ void FrmMaster::GridPopulate(const std::string& sql) {
     rs->close();
     if (!selectedId.empty())
         for (int r = 1; r < flexMaster.rows(); ++r)
-            if (flexMaster.textMatrix(r, kColTransID) == selectedId) {
+            if (flexMaster.textMatrix(r, mst::TransID) == selectedId) {
                 if (r != flexMaster.row()) flexMaster.setRow(r);
                 break;
             }
@@ -235,12 +235,12 @@ void FrmMaster::FillColumnHeaders(const std::string& tableName) {
 
 void FrmMaster::GridColor() {
     for (int r = 1; r < flexMaster.rows(); ++r) {
-        if (flexMaster.textMatrix(r, kColCancel) != "Yes") continue;
+        if (flexMaster.textMatrix(r, mst::Cancel) != "Yes") continue;
         for (int c = 0; c < kCancelColouredCells; ++c) flexMaster.setCellBackColor(r, c, kCancelledColor);
     }
     // The old colouring walked the rows up to the current one through the Type column, and
     // the browser has always been left with its current cell there.
-    if (flexMaster.row() >= 1) flexMaster.setCol(kColType);
+    if (flexMaster.row() >= 1) flexMaster.setCol(mst::Type);
 }
 
 void FrmMaster::SecurityCheck(int32_t& interfaceId) {
@@ -279,7 +279,7 @@ void FrmMaster::flexMaster_RowColChange() {
     cmdPrint.setEnabled(rights_.find('P') != std::string::npos);
     // A cancelled entry cannot be cancelled again.
     const bool cancelled =
-        flexMaster.cols() > kColCancel && flexMaster.textMatrix(flexMaster.row(), kColCancel) == "Yes";
+        flexMaster.cols() > mst::Cancel && flexMaster.textMatrix(flexMaster.row(), mst::Cancel) == "Yes";
     CmdDelete.setEnabled(rights_.find('D') != std::string::npos && !cancelled);
 }
 
@@ -289,21 +289,21 @@ void FrmMaster::cmdnew_Click() {
 }
 
 void FrmMaster::CmdEdit_Click() {
-    int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
+    int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), mst::TransID)));
     if (transId == 0) return;
     module_.EntryMode = "E";
     // A cancelled entry may be looked at but not saved again.
-    if (flexMaster.textMatrix(flexMaster.row(), kColCancel) == "Yes")
+    if (flexMaster.textMatrix(flexMaster.row(), mst::Cancel) == "Yes")
         module_.frmPayrollAccountsLinking().cmdOk.setEnabled(false);
     EditClick(transId);
     module_.showModal(module_.frmPayrollAccountsLinking());
 }
 
 void FrmMaster::CmdDelete_Click() {
-    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
+    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), mst::TransID)));
     if (transId == 0) return;
     if (module_.MsgBox("Are you sure you want to delete Entry - " +
-                           flexMaster.textMatrix(flexMaster.row(), kColTransNo) + "?",
+                           flexMaster.textMatrix(flexMaster.row(), mst::TransNo) + "?",
                        ui::vbYesNo + ui::vbCritical + ui::vbDefaultButton2) == ui::vbNo)
         return;
     if (IsEntryPosted(module_)) {
@@ -317,7 +317,7 @@ void FrmMaster::CmdDelete_Click() {
 void FrmMaster::cmdPrint_Click() {
     // The voucher is read afresh from the database, so it shows the entry as saved even when
     // the grid is older than a change made elsewhere.
-    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), kColTransID)));
+    const int32_t transId = common::CLng(common::Val(flexMaster.textMatrix(flexMaster.row(), mst::TransID)));
     if (transId == 0) return;
     report::Voucher voucher;
     {
@@ -405,7 +405,7 @@ void FrmMaster::SearchGrid() {
 bool IsEntryPosted(entry::Module& module) {
     ui::FlexGrid& grid = module.FrmMaster().flexMaster;
     // "0042" is asked for as 42; an empty or heading cell asks for entry 0.
-    const std::string transId = common::NumberText(common::Val(grid.textMatrix(grid.row(), 0)));
+    const std::string transId = common::NumberText(common::Val(grid.textMatrix(grid.row(), mst::TransID)));
 
     std::string sql = "select count(1) from ";
     sql += module.session.tables.paPayAccLinkHeader;

@@ -1,5 +1,6 @@
 #include "browser/MonthStatusView.h"
 
+#include "browser/GridColumns.h"
 #include "entry/Module.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "report/Fields.h"
@@ -8,12 +9,10 @@ namespace browser {
 
 namespace {
 
-constexpr int kColTransID = 0;
-
 int rowOf(const FrmMaster& master, int32_t transId) {
     const ui::FlexGrid& grid = master.flexMaster;
     for (int r = grid.fixedRows; r < grid.rows(); ++r)
-        if (grid.textMatrix(r, kColTransID) == std::to_string(transId)) return r;
+        if (grid.textMatrix(r, mst::TransID) == std::to_string(transId)) return r;
     return -1;
 }
 

@@ -270,13 +270,127 @@ std::string nothingToPost(entry::Module& module, const PostRequest& request, int
 
 }  // namespace
 
+namespace {
+
+// One run through the screens, as a user goes: the browser's New opens the linking screen
+// once to read the departments, then once per chosen department to post it.
+struct Walk {
+    Walk(const PostRequest& r, const PostAllDepartments::Progress& p, const PostSession& s,
+         ui::HeadlessToolkit& t, entry::Module& m)
+        : request(r), progress(p), session(s), toolkit(t), module(m) {}
+
+    const PostRequest& request;
+    const PostAllDepartments::Progress& progress;
+    const PostSession& session;
+    ui::HeadlessToolkit& toolkit;
+    entry::Module& module;
+
+    std::vector<Department> departments, chosen;
+    std::vector<DepartmentOutcome> outcomes;
+    std::string failure;  // an invalid_argument raised inside a modal show
+    std::string refused;
+    bool cancelled = false;
+    bool listing = true;
+    size_t next = 0;      // the next of the chosen departments
+    bool posted = false;  // since the browser was last opened
+    DepartmentOutcome* current = nullptr;
+    int currentIndex = 0;
+    Marks opened{};
+
+    void modal(ui::Form& form) {
+        if (auto* f = dynamic_cast<linking::frmPayrollAccountsLinking*>(&form)) return linkingScreen(*f);
+        if (auto* master = dynamic_cast<FrmMaster*>(&form)) browser(*master);
+    }
+
+    bool more() const {
+        return !listing && next < chosen.size() && failure.empty() && !cancelled && refused.empty();
+    }
+
+    void linkingScreen(linking::frmPayrollAccountsLinking& f) {
+        try {
+            if (listing) {
+                // The screen lists the company's departments in name order.
+                for (int i = 0; i < f.cboDepartment.listCount(); ++i)
+                    departments.push_back(
+                        {static_cast<int32_t>(f.cboDepartment.itemData(i)), f.cboDepartment.list(i), i});
+            } else {
+                postOne(toolkit, f, request, currentIndex, opened, *current);
+                if (current->status == Status::NothingToPost)
+                    current->reason = nothingToPost(module, request, current->id);
+            }
+        } catch (const std::invalid_argument& e) {
+            failure = e.what();
+        }
+        if (toolkit.findForm(f.name()) == &f) closeScreen(toolkit, f);
+    }
+
+    // The first opening reads the departments through New; each later one posts as many as
+    // New allows.
+    void browser(FrmMaster& master) {
+        posted = false;
+        if (listing) {
+            if (!master.cmdnew.reachable()) {
+                refused = NoNewRightMessage(session.userId, session.interfaceId);
+                master.CmdClose.userClick();
+                return;
+            }
+            master.cmdnew.userClick();
+            module.collect();
+            listing = false;
+            choose();
+        }
+        // New may go off as the browser moves to a saved entry's row (the administrator's
+        // rights hold at load only): the browser is then opened again, as a user would.
+        for (; next < chosen.size() && failure.empty() && master.cmdnew.reachable(); ++next) {
+            if (progress &&
+                !progress(static_cast<int>(next + 1), static_cast<int>(chosen.size()), chosen[next].name)) {
+                cancelled = true;
+                break;
+            }
+            DepartmentOutcome& out = begin(chosen[next]);
+            currentIndex = chosen[next].index;
+            current = &out;
+            opened = mark(toolkit);
+            master.cmdnew.userClick();
+            module.collect();
+            posted |= out.status == Status::Posted;
+        }
+        // A freshly opened browser without New refuses the departments left, each with why.
+        if (next < chosen.size() && failure.empty() && !cancelled && !posted && !master.cmdnew.reachable()) {
+            const std::string why = master.cmdnew.unreachableReason();
+            for (; next < chosen.size(); ++next) {
+                DepartmentOutcome& out = begin(chosen[next]);
+                out.status = Status::NotPosted;
+                out.reason = why;
+            }
+        }
+        master.CmdClose.userClick();
+    }
+
+    void choose() {
+        for (const auto& d : departments)
+            if (!request.department || *request.department == d.id) chosen.push_back(d);
+        if (request.department && chosen.empty())
+            failure = "no department " + std::to_string(*request.department) + " in company " +
+                      std::to_string(session.companyId);
+        outcomes.reserve(chosen.size());
+    }
+
+    DepartmentOutcome& begin(const Department& d) {
+        DepartmentOutcome& out = outcomes.emplace_back();
+        out.id = d.id;
+        out.name = d.name;
+        return out;
+    }
+};
+
+}  // namespace
+
 std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& request, const Progress& progress) {
     bool knownType = false;
     for (const auto& type : entry::kTransactionTypes) knownType |= request.type == type.name;
     if (!knownType) throw std::invalid_argument("unknown type '" + request.type + "'");
 
-    refused_.clear();
-    cancelled_ = false;
     ui::HeadlessToolkit toolkit;
     entry::Module module(toolkit);
     entry::qorPayrollAccounts component(module);
@@ -289,96 +403,22 @@ std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& reques
     component.intCompanyID = session_.companyId;
     component.intInterfaceID = session_.interfaceId;
 
-    std::vector<Department> departments, chosen;
-    std::vector<DepartmentOutcome> outcomes;
-    std::string failure;  // an invalid_argument raised inside a modal show
-    bool listing = true;
-    size_t next = 0;      // the next of the chosen departments
-    bool posted = false;  // since the browser was last opened
-    DepartmentOutcome* current = nullptr;
-    int currentIndex = 0;
-    Marks opened{};
-
-    toolkit.onModal = [&](ui::Form& form) {
-        if (auto* f = dynamic_cast<linking::frmPayrollAccountsLinking*>(&form)) {
-            try {
-                if (listing) {
-                    // The screen lists the company's departments in name order.
-                    for (int i = 0; i < f->cboDepartment.listCount(); ++i)
-                        departments.push_back({static_cast<int32_t>(f->cboDepartment.itemData(i)),
-                                               f->cboDepartment.list(i), i});
-                } else {
-                    postOne(toolkit, *f, request, currentIndex, opened, *current);
-                    if (current->status == Status::NothingToPost)
-                        current->reason = nothingToPost(module, request, current->id);
-                }
-            } catch (const std::invalid_argument& e) {
-                failure = e.what();
-            }
-            if (toolkit.findForm(f->name()) == f) closeScreen(toolkit, *f);
-            return;
-        }
-        auto* master = dynamic_cast<FrmMaster*>(&form);
-        if (!master) return;
-        posted = false;
-        if (listing) {
-            if (!master->cmdnew.reachable()) {
-                refused_ = NoNewRightMessage(session_.userId, session_.interfaceId);
-                master->CmdClose.userClick();
-                return;
-            }
-            master->cmdnew.userClick();
-            module.collect();
-            listing = false;
-            for (const auto& d : departments)
-                if (!request.department || *request.department == d.id) chosen.push_back(d);
-            if (request.department && chosen.empty())
-                failure = "no department " + std::to_string(*request.department) + " in company " +
-                          std::to_string(session_.companyId);
-            outcomes.reserve(chosen.size());
-        }
-        // New may go off as the browser moves to a saved entry's row (the administrator's
-        // rights hold at load only): the browser is then opened again, as a user would.
-        for (; next < chosen.size() && failure.empty() && master->cmdnew.reachable(); ++next) {
-            if (progress &&
-                !progress(static_cast<int>(next + 1), static_cast<int>(chosen.size()), chosen[next].name)) {
-                cancelled_ = true;
-                break;
-            }
-            DepartmentOutcome& out = outcomes.emplace_back();
-            out.id = chosen[next].id;
-            out.name = chosen[next].name;
-            currentIndex = chosen[next].index;
-            current = &out;
-            opened = mark(toolkit);
-            master->cmdnew.userClick();
-            module.collect();
-            posted |= out.status == Status::Posted;
-        }
-        // A freshly opened browser without New refuses the departments left, each with why.
-        if (next < chosen.size() && failure.empty() && !cancelled_ && !posted &&
-            !master->cmdnew.reachable()) {
-            const std::string why = master->cmdnew.unreachableReason();
-            for (; next < chosen.size(); ++next) {
-                DepartmentOutcome& out = outcomes.emplace_back();
-                out.id = chosen[next].id;
-                out.name = chosen[next].name;
-                out.status = Status::NotPosted;
-                out.reason = why;
-            }
-        }
-        master->CmdClose.userClick();
-    };
+    refused_.clear();
+    cancelled_ = false;
+    Walk walk(request, progress, session_, toolkit, module);
+    toolkit.onModal = [&walk](ui::Form& form) { walk.modal(form); };
     do {
         component.Show();
         module.collect();
-    } while (!listing && next < chosen.size() && failure.empty() && !cancelled_ && refused_.empty());
-    if (!failure.empty()) throw std::invalid_argument(failure);
-    if (!toolkit.errors.empty() && departments.empty() && refused_.empty()) {
+    } while (walk.more());
+    refused_ = walk.refused;
+    cancelled_ = walk.cancelled;
+    if (!walk.failure.empty()) throw std::invalid_argument(walk.failure);
+    if (!toolkit.errors.empty() && walk.departments.empty() && refused_.empty()) {
         const auto& e = toolkit.errors.front();
         throw std::runtime_error("error " + std::to_string(e.number()) + ": " + e.description());
     }
-    return outcomes;
+    return std::move(walk.outcomes);
 }
 
 }  // namespace browser

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "browser/FrmMaster.h"
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
 #include "common/Error.h"
 #include "data/ErrorLog.h"
@@ -111,7 +112,7 @@ void frmJournalDetails::Form_Load() {
         // only in edit mode, where it is the form that opened the linking screen.
         if (module_.EntryMode == "E") {
             auto& grid = module_.FrmMaster().flexMaster;
-            if (!grid.textMatrix(grid.row(), 0).empty()) {
+            if (!grid.textMatrix(grid.row(), browser::mst::TransID).empty()) {
                 const bool readOnly = !linkingForm.cmdOk.enabled();
                 cboAccountID.setLocked(readOnly);
                 txtDescription.setLocked(readOnly);
@@ -322,87 +323,96 @@ void frmJournalDetails::txtBalance_MouseMove(int button, int shift, float x, flo
     }
 }
 
+// The line as typed must name an account, a description and an amount, and an account no
+// other line holds; the first thing missing is said and gets the focus.
+bool frmJournalDetails::LineIsValid() {
+    auto& postingDetails = module_.frmPayrollAccountsLinking().lvwPostingDetails;
+    const int notice = ui::vbOKOnly + ui::vbInformation;
+
+    if (cboAccountID.listIndex() == -1 || cboAccountID.text().empty()) {
+        module_.MsgBox("Invalid account head or not selected", notice);
+        cboAccountID.setFocus();
+        return false;
+    }
+    if (common::Trim(txtDescription.text()).empty()) {
+        module_.MsgBox("Description not entered", notice);
+        txtDescription.setFocus();
+        return false;
+    }
+    if (txtAmount.text().empty() || Val(txtAmount.text()) == 0) {
+        module_.MsgBox("Amount not entered", notice);
+        txtAmount.setFocus();
+        return false;
+    }
+
+    const int64_t accountId = cboAccountID.itemData(cboAccountID.listIndex());
+    for (int row = 1; row <= postingDetails.count(); ++row) {
+        // An edited line may keep its own account; gathered lines do not count then.
+        if (!module_.AddMode &&
+            (postingDetails.cell(row, pst::Editable) == "N" || row == postingDetails.selectedIndex()))
+            continue;
+        if (Val(postingDetails.cell(row, pst::DebitAccountID)) == static_cast<double>(accountId)) {
+            module_.MsgBox("Account already selected.", notice);
+            return false;
+        }
+    }
+    return true;
+}
+
+void frmJournalDetails::WriteLine(int row, bool newRow) {
+    auto& postingDetails = module_.frmPayrollAccountsLinking().lvwPostingDetails;
+    const int64_t accountId = cboAccountID.itemData(cboAccountID.listIndex());
+    const double dep = Val(txtDepAmount.text());
+    const double comp = Val(txtCompAmount.text());
+    const double amount = Val(txtAmount.text());
+    const std::string currencyId = std::to_string(accountCurrencyID);
+
+    postingDetails.setCell(row, pst::DebitAccount, cboAccountID.text());
+    postingDetails.setCell(row, pst::Description, common::Trim(txtDescription.text()));
+    // Debit, credit, total and transaction amounts are in the account's currency (the
+    // line's own), the other two in the department's and the company's.
+    if (optDebit.value()) {
+        postingDetails.setCell(row, pst::DebitAmount, Format2(amount));
+        postingDetails.setCell(row, pst::CreditAmount, "0.00");
+        postingDetails.setCell(row, pst::TotalAmount, Format2(amount));
+        postingDetails.setCell(row, pst::TransAmt, Format2(amount));
+        postingDetails.setCell(row, pst::CompAmount, Format2(comp));
+        postingDetails.setCell(row, pst::DeptAmount, Format2(dep));
+    } else {
+        postingDetails.setCell(row, pst::DebitAmount, "0.00");
+        // A new credit line carries its credit negative, an edited one positive; the
+        // save stores both as the total says.
+        postingDetails.setCell(row, pst::CreditAmount, Format2(newRow ? -amount : amount));
+        postingDetails.setCell(row, pst::TotalAmount, Format2(-amount));
+        postingDetails.setCell(row, pst::TransAmt, Format2(-amount));
+        postingDetails.setCell(row, pst::CompAmount, Format2(-comp));
+        postingDetails.setCell(row, pst::DeptAmount, Format2(-dep));
+    }
+    postingDetails.setCell(row, pst::DebitAccountID, std::to_string(accountId));
+    if (newRow) postingDetails.setCell(row, pst::Editable, "Y");
+    postingDetails.setCell(row, pst::AccCurrID, currencyId);
+    // The line's transaction currency is the account's own.
+    postingDetails.setCell(row, pst::ResCurrID, currencyId);
+    postingDetails.setCell(row, pst::TransCurr, accountCurrencySymbol);
+    postingDetails.setCell(row, pst::AccCurrency, accountCurrencySymbol);
+}
+
 void frmJournalDetails::cmdOk_Click() {
     try {
         auto& linkingForm = module_.frmPayrollAccountsLinking();
         auto& postingDetails = linkingForm.lvwPostingDetails;
-        const int notice = ui::vbOKOnly + ui::vbInformation;
-
-        if (cboAccountID.listIndex() == -1 || cboAccountID.text().empty()) {
-            module_.MsgBox("Invalid account head or not selected", notice);
-            cboAccountID.setFocus();
-            return;
-        }
-        if (common::Trim(txtDescription.text()).empty()) {
-            module_.MsgBox("Description not entered", notice);
-            txtDescription.setFocus();
-            return;
-        }
-        if (txtAmount.text().empty() || Val(txtAmount.text()) == 0) {
-            module_.MsgBox("Amount not entered", notice);
-            txtAmount.setFocus();
-            return;
-        }
-
-        const int64_t accountId = cboAccountID.itemData(cboAccountID.listIndex());
-        for (int row = 1; row <= postingDetails.count(); ++row) {
-            // An edited line may keep its own account; gathered lines do not count then.
-            if (!module_.AddMode &&
-                (postingDetails.cell(row, pst::Editable) == "N" || row == postingDetails.selectedIndex()))
-                continue;
-            if (Val(postingDetails.cell(row, pst::DebitAccountID)) == static_cast<double>(accountId)) {
-                module_.MsgBox("Account already selected.", notice);
-                return;
-            }
-        }
-
-        const double dep = Val(txtDepAmount.text());
-        const double comp = Val(txtCompAmount.text());
-        const double amount = Val(txtAmount.text());
-        const bool debit = optDebit.value();
-        const std::string currencyId = std::to_string(accountCurrencyID);
-
-        auto writeLine = [&](int row, bool newRow) {
-            postingDetails.setCell(row, pst::DebitAccount, cboAccountID.text());
-            postingDetails.setCell(row, pst::Description, common::Trim(txtDescription.text()));
-            // Debit, credit, total and transaction amounts are in the account's currency (the
-            // line's own), the other two in the department's and the company's.
-            if (debit) {
-                postingDetails.setCell(row, pst::DebitAmount, Format2(amount));
-                postingDetails.setCell(row, pst::CreditAmount, "0.00");
-                postingDetails.setCell(row, pst::TotalAmount, Format2(amount));
-                postingDetails.setCell(row, pst::TransAmt, Format2(amount));
-                postingDetails.setCell(row, pst::CompAmount, Format2(comp));
-                postingDetails.setCell(row, pst::DeptAmount, Format2(dep));
-            } else {
-                postingDetails.setCell(row, pst::DebitAmount, "0.00");
-                // A new credit line carries its credit negative, an edited one positive; the
-                // save stores both as the total says.
-                postingDetails.setCell(row, pst::CreditAmount, Format2(newRow ? -amount : amount));
-                postingDetails.setCell(row, pst::TotalAmount, Format2(-amount));
-                postingDetails.setCell(row, pst::TransAmt, Format2(-amount));
-                postingDetails.setCell(row, pst::CompAmount, Format2(-comp));
-                postingDetails.setCell(row, pst::DeptAmount, Format2(-dep));
-            }
-            postingDetails.setCell(row, pst::DebitAccountID, std::to_string(accountId));
-            if (newRow) postingDetails.setCell(row, pst::Editable, "Y");
-            postingDetails.setCell(row, pst::AccCurrID, currencyId);
-            // The line's transaction currency is the account's own.
-            postingDetails.setCell(row, pst::ResCurrID, currencyId);
-            postingDetails.setCell(row, pst::TransCurr, accountCurrencySymbol);
-            postingDetails.setCell(row, pst::AccCurrency, accountCurrencySymbol);
-        };
+        if (!LineIsValid()) return;
 
         if (!module_.AddMode) {
             const int row = postingDetails.selectedIndex();
             if (postingDetails.cell(row, pst::Editable) != "Y") {
                 postingDetails.setCell(row, pst::Description, common::Trim(txtDescription.text()));
             } else {
-                writeLine(row, false);
+                WriteLine(row, false);
             }
         } else {
             const int row = postingDetails.add(std::to_string(postingDetails.count() + 1));
-            writeLine(row, true);
+            WriteLine(row, true);
             postingDetails.setSelectedIndex(row);
         }
 

@@ -69,6 +69,10 @@ public:
 
 private:
     void SelectAccountOfRow(int row);
+    // cmdOk_Click's checks of the line as typed (false: said why), and its write into the
+    // posting list's row.
+    bool LineIsValid();
+    void WriteLine(int row, bool newRow);
 
     entry::Module& module_;
     std::unique_ptr<suite::ClsCommonDb> db_;

@@ -13,8 +13,9 @@ using common::Trim;
 
 namespace {
 
-void AddColumns(ui::ListView& list, std::initializer_list<const char*> headers) {
-    for (const char* h : headers) list.addColumn(h);
+template <size_t N>
+void AddColumns(ui::ListView& list, const std::array<const char*, N>& headings) {
+    for (const char* h : headings) list.addColumn(h);
 }
 
 }  // namespace
@@ -56,15 +57,9 @@ frmPayrollAccountsLinking::frmPayrollAccountsLinking(entry::Module& module)
       mnuCancel(add<ui::MenuItem>(mnuPopup, "mnuCancel", "&Cancel")),
       mnuSelect(add<ui::MenuItem>(mnuPopup, "mnuSelect", "Select some transactions to continue...")),
       module_(module) {
-    AddColumns(lvwTransactions, {"Sl No", "Trans No", "Date", "Emp No", "Employee", "Trans ID ", "Dept ID"});
-    AddColumns(lvwTransactionDetails, {"Sl No",        "Trans No", "Date",        "Emp No",      "Employee",
-                                       "Amount",       "Credit",   "Trans ID ",   "Account ID",  "Dept ID",
-                                       "Account Name", "Type",     "Resp. Amt",   "Dep Amount",  "Com. Amt.",
-                                       "Res Curr",     "Acc Cur",  "Res Curr ID", "Acc Curr ID", "EmpID"});
-    AddColumns(lvwPostingDetails,
-               {"Sl No", "Debit Account", "Description", "Acc Currency", "Debit Account ID", "Debit Amount",
-                "Credit Amount", "Dept ID", "Total Amount", "Trans Amt", "Trans Curr.", "Comp Amount",
-                "Dept amount", "Res Curr ID", "Acc Curr ID", "Editable"});
+    AddColumns(lvwTransactions, trn::kHeadings);
+    AddColumns(lvwTransactionDetails, det::kHeadings);
+    AddColumns(lvwPostingDetails, pst::kHeadings);
     // The transaction list and the detail list share one place; the button swaps them.
     lvwTransactionDetails.setVisible(false);
     cmdShowDetails.setVisible(false);

@@ -7,27 +7,11 @@
 #include <vector>
 
 #include "entry/Module.h"
+#include "linking/ListColumns.h"
 #include "suite/CommonModule.h"
 #include "ui/Form.h"
 
 namespace linking {
-
-// Column positions of the three lists (0 = the row's own text).
-namespace trn {  // lvwTransactions
-inline constexpr int SlNo = 0, TransNo = 1, Date = 2, EmpNo = 3, Employee = 4, TransID = 5, DeptID = 6;
-}
-namespace det {  // lvwTransactionDetails
-inline constexpr int SlNo = 0, TransNo = 1, Date = 2, EmpNo = 3, Employee = 4, Amount = 5, Credit = 6,
-                     TransID = 7, AccountID = 8, DeptID = 9, AccountName = 10, Type = 11, RespAmt = 12,
-                     DepAmount = 13, ComAmt = 14, ResCurr = 15, AccCur = 16, ResCurrID = 17, AccCurrID = 18,
-                     EmpID = 19;
-}
-namespace pst {  // lvwPostingDetails
-inline constexpr int SlNo = 0, DebitAccount = 1, Description = 2, AccCurrency = 3, DebitAccountID = 4,
-                     DebitAmount = 5, CreditAmount = 6, DeptID = 7, TotalAmount = 8, TransAmt = 9,
-                     TransCurr = 10, CompAmount = 11, DeptAmount = 12, ResCurrID = 13, AccCurrID = 14,
-                     Editable = 15;
-}
 
 class TransactionIndex;
 class DetailIndex;

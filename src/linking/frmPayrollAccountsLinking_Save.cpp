@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "browser/FrmMaster.h"
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Utf8.h"
@@ -33,7 +34,7 @@ Value DateText(const data::Dialect& dialect, const std::string& cell) {
 // The TransID of the browser's selected row.
 int32_t SelectedTransID(entry::Module& module) {
     auto& grid = module.FrmMaster().flexMaster;
-    return WholeNumber(grid.textMatrix(grid.row(), 0));
+    return WholeNumber(grid.textMatrix(grid.row(), browser::mst::TransID));
 }
 
 // The credit that makes the stored line what its total shows. The list holds a credit added by
@@ -562,7 +563,7 @@ void frmPayrollAccountsLinking::UpdateEditedRow(const std::string& whereClause, 
                 grid.setRows(grid.fixedRows + 1);
                 row = grid.fixedRows;
             } else if (grid.rows() == grid.fixedRows + 1 &&
-                       Trim(grid.textMatrix(grid.fixedRows, 0)).empty()) {
+                       Trim(grid.textMatrix(grid.fixedRows, browser::mst::TransID)).empty()) {
                 row = grid.fixedRows;  // the grid's single empty row
             } else {
                 grid.setRows(grid.rows() + 1);
@@ -607,7 +608,7 @@ double frmPayrollAccountsLinking::fnPrevPendingLoanAmt(int32_t employeeId, int32
         " and a.laLoanID=" + std::to_string(loanId) + " and a.laCompanyID=" + std::to_string(s.companyId);
     if (module_.EntryMode != "N") {
         auto& grid = module_.FrmMaster().flexMaster;
-        sql += " and a.laLoanAppID<>" + grid.textMatrix(grid.row(), 0);
+        sql += " and a.laLoanAppID<>" + grid.textMatrix(grid.row(), browser::mst::TransID);
     }
     auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
     double pending = rs->field("PendingAmt").toDouble();

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "browser/FrmMaster.h"
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
 #include "report/EntryHistory.h"
 
@@ -10,8 +11,7 @@ namespace linking {
 
 namespace {
 
-// The browser's columns that the cancellation reads and marks.
-constexpr int kColTransID = 0, kColType = 3, kColCancel = 5, kColPosted = 6;
+namespace mst = browser::mst;
 constexpr uint32_t kCancelledColor = 255;  // red, as the browser colours cancelled rows
 
 // Doubling an apostrophe keeps the statement's shape, so the stored reason is exactly what
@@ -62,8 +62,8 @@ void frmcancell::Cmdok_Click() {
         }
         ui::FlexGrid& grid = module_.FrmMaster().flexMaster;
         const int row = grid.row();
-        const int32_t transId = common::CLng(common::Val(grid.textMatrix(row, kColTransID)));
-        const std::string typeName = grid.textMatrix(row, kColType);
+        const int32_t transId = common::CLng(common::Val(grid.textMatrix(row, mst::TransID)));
+        const std::string typeName = grid.textMatrix(row, mst::Type);
         const std::string company = std::to_string(module_.session.companyId);
 
         conn = &module_.connection();
@@ -98,7 +98,7 @@ void frmcancell::Cmdok_Click() {
         report::RecordEntryEvent(*conn, module_.session.companyId, transId, module_.session.userId, 'C');
         conn->commitTrans();
 
-        grid.setTextMatrix(row, kColCancel, "Yes");
+        grid.setTextMatrix(row, mst::Cancel, "Yes");
         for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
         // The browser's Delete follows the row it stays on: a cancelled entry cannot be cancelled again.
         module_.FrmMaster().CmdDelete.setEnabled(false);
@@ -130,8 +130,8 @@ bool frmcancell::EntryClosedMeanwhile(int row, int32_t transId) {
     if (!cancelled && !posted) return false;
 
     ui::FlexGrid& grid = module_.FrmMaster().flexMaster;
-    grid.setTextMatrix(row, kColCancel, cancelled ? "Yes" : "No");
-    grid.setTextMatrix(row, kColPosted, posted ? "Yes" : "No");
+    grid.setTextMatrix(row, mst::Cancel, cancelled ? "Yes" : "No");
+    grid.setTextMatrix(row, mst::Posted, posted ? "Yes" : "No");
     if (cancelled) {
         for (int c = 0; c < grid.cols(); ++c) grid.setCellBackColor(row, c, kCancelledColor);
         module_.FrmMaster().CmdDelete.setEnabled(false);

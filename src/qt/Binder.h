@@ -66,7 +66,6 @@ private:
     };
 
     void bind(ui::Control& control);
-    void connectWidget(Binding& b);
     void modelChanged(Binding& b, ui::Change change, int row, int col);
     void refresh(Binding& b);
     void refreshCurrent(Binding& b);
@@ -76,10 +75,49 @@ private:
     // control (a handler may have refused or changed what the widget shows).
     template <class F>
     void user(Binding& b, F&& action);
+    bool formKey(QEvent* event);
+
+    // What the binder does per kind (BinderKinds.cpp): the widget class that shows it, how
+    // the widget's signals reach the model, how it shows the model, and what it does with a
+    // key press and with other events (the mouse). A null hook: nothing of the kind's own
+    // (a key goes to the form).
+    struct KindBinding {
+        bool (*fits)(const QWidget*);
+        void (Binder::*connect)(Binding&) = nullptr;
+        void (Binder::*show)(Binding&) = nullptr;
+        bool (Binder::*key)(Binding&, QEvent*) = nullptr;
+        bool (Binder::*mouse)(Binding&, QEvent*) = nullptr;
+    };
+    // nullptr for the menus, which the toolkit pops up.
+    static const KindBinding* kindBinding(ui::Kind kind);
+
+    void connectLabel(Binding& b);
+    void connectButton(Binding& b);
+    void connectTextBox(Binding& b);
+    void connectCombo(Binding& b);
+    void connectCheckBox(Binding& b);
+    void connectOption(Binding& b);
+    void connectDate(Binding& b);
+    void connectList(Binding& b);
+    void connectGrid(Binding& b);
+    void showLabel(Binding& b);
+    void showCaption(Binding& b);
+    void showTextBox(Binding& b);
+    void showCombo(Binding& b);
+    void showCheckBox(Binding& b);
+    void showOption(Binding& b);
+    void showDate(Binding& b);
+    // BinderKeys.cpp
+    bool buttonKey(Binding& b, QEvent* event);
     bool textBoxKey(Binding& b, QEvent* event);
     bool comboKey(Binding& b, QEvent* event);
+    bool toggleKey(Binding& b, QEvent* event);
+    bool dateKey(Binding& b, QEvent* event);
     bool listKey(Binding& b, QEvent* event);
-    bool formKey(QEvent* event);
+    bool gridKey(Binding& b, QEvent* event);
+    bool comboMouse(Binding& b, QEvent* event);
+    bool listMouse(Binding& b, QEvent* event);
+    bool gridMouse(Binding& b, QEvent* event);
     void focusIn(QWidget* now);
     Binding* bindingOf(const ui::Control& control) const;
 

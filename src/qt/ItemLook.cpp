@@ -6,7 +6,9 @@
 #include <cmath>
 #include <map>
 
+#include "browser/GridColumns.h"
 #include "common/Conv.h"
+#include "linking/ListColumns.h"
 
 namespace qtui {
 
@@ -18,49 +20,55 @@ constexpr ColumnLook amount(const char* tip, const char* named = nullptr) {
     return {CellLook::Amount, false, tip, named};
 }
 
+// Every column plain text, but for those named.
+std::vector<ColumnLook> plain(int count, std::initializer_list<std::pair<int, ColumnLook>> named) {
+    std::vector<ColumnLook> columns(static_cast<size_t>(count), kText);
+    for (const auto& [col, look] : named) columns[static_cast<size_t>(col)] = look;
+    return columns;
+}
+
 const std::map<QString, ListLook>& looks() {
     static const std::map<QString, ListLook> all = [] {
+        using namespace linking;
         std::map<QString, ListLook> m;
-        m["frmPayrollAccountsLinking.lvwTransactions"] = {true,
-                                                          {kText, kText, kText, kText, kText, kId, kId}};
+        m["frmPayrollAccountsLinking.lvwTransactions"] = {
+            true, plain(trn::Count, {{trn::TransID, kId}, {trn::DeptID, kId}})};
         m["frmPayrollAccountsLinking.lvwTransactionDetails"] = {
             true,
-            {kText,
-             kText,
-             kText,
-             kText,
-             kText,
-             amount("Amount in the account's currency"),
-             kFlag,
-             kId,
-             kId,
-             kId,
-             kText,
-             kText,
-             amount("Amount in the line's own currency"),
-             amount("Amount in the department's currency", "Department"),
-             amount("Amount in the company's currency", "Company"),
-             kText,
-             kText,
-             kId,
-             kId,
-             kId}};
-        m["frmPayrollAccountsLinking.lvwPostingDetails"] = {
-            false,
-            {kText, kText, kText, kText, kId, amount("Debit in the account's currency"),
-             amount("Credit in the account's currency"), kId,
-             amount("Debit less credit, in the account's currency"),
-             amount("Net amount in the line's own currency"), kText,
-             amount("Net amount in the company's currency", "Company"),
-             amount("Net amount in the department's currency", "Department"), kId, kId, kId},
-            3,
-            5,
-            6,
-            -1,
-            8,
-            12,
-            11};
-        m["FrmMaster.flexMaster"] = {false, {kId}, -1, -1, -1, 4};
+            plain(det::Count, {{det::Amount, amount("Amount in the account's currency")},
+                               {det::Credit, kFlag},
+                               {det::TransID, kId},
+                               {det::AccountID, kId},
+                               {det::DeptID, kId},
+                               {det::RespAmt, amount("Amount in the line's own currency")},
+                               {det::DepAmount, amount("Amount in the department's currency", "Department")},
+                               {det::ComAmt, amount("Amount in the company's currency", "Company")},
+                               {det::ResCurrID, kId},
+                               {det::AccCurrID, kId},
+                               {det::EmpID, kId}})};
+        ListLook postings{
+            false, plain(pst::Count,
+                         {{pst::DebitAccountID, kId},
+                          {pst::DebitAmount, amount("Debit in the account's currency")},
+                          {pst::CreditAmount, amount("Credit in the account's currency")},
+                          {pst::DeptID, kId},
+                          {pst::TotalAmount, amount("Debit less credit, in the account's currency")},
+                          {pst::TransAmt, amount("Net amount in the line's own currency")},
+                          {pst::CompAmount, amount("Net amount in the company's currency", "Company")},
+                          {pst::DeptAmount, amount("Net amount in the department's currency", "Department")},
+                          {pst::ResCurrID, kId},
+                          {pst::AccCurrID, kId},
+                          {pst::Editable, kId}})};
+        postings.currency = pst::AccCurrency;
+        postings.debit = pst::DebitAmount;
+        postings.credit = pst::CreditAmount;
+        postings.total = pst::TotalAmount;
+        postings.department = pst::DeptAmount;
+        postings.company = pst::CompAmount;
+        m["frmPayrollAccountsLinking.lvwPostingDetails"] = postings;
+        ListLook browser{false, plain(browser::mst::Count, {{browser::mst::TransID, kId}})};
+        browser.stretch = browser::mst::Department;
+        m["FrmMaster.flexMaster"] = browser;
         return m;
     }();
     return all;

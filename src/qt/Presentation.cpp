@@ -14,6 +14,7 @@
 #include <QTreeView>
 
 #include "browser/FrmMaster.h"
+#include "browser/GridColumns.h"
 #include "browser/MonthStatusView.h"
 #include "common/Error.h"
 #include "linking/frmPayrollAccountsLinking.h"
@@ -109,7 +110,7 @@ QString Presentation::browserEntryNumber() const {
     auto* grid = below != nullptr ? dynamic_cast<ui::FlexGrid*>(below->form().find("flexMaster")) : nullptr;
     try {
         if (grid != nullptr && grid->row() >= 1)
-            return QString::fromStdString(grid->textMatrix(grid->row(), 1));
+            return QString::fromStdString(grid->textMatrix(grid->row(), browser::mst::TransNo));
     } catch (const common::Error&) {
     }
     return {};

@@ -23,23 +23,35 @@ namespace {
 QString qs(const std::string& s) { return QString::fromStdString(s); }
 QString amount(double v) { return qs(report::Amount(v)); }
 
+// A row of a table, one value per column. A braced list shorter than the array would compile
+// and leave the last cells empty, shifting every value after a missing one; this does not.
+template <class T, size_t N, class... A>
+constexpr std::array<T, N> cellsOf(A&&... cells) {
+    static_assert(sizeof...(A) == N, "one cell for every column");
+    return {T(std::forward<A>(cells))...};
+}
+
 // The columns of the lines, as shares of the page width; amounts are right-aligned.
 struct Column {
     double share;
     bool number;
 };
 enum { kNo, kAccount, kName, kDescription, kCurrency, kDebit, kCredit, kDeptAmount, kCompAmount, kColumns };
-constexpr std::array<Column, kColumns> kColumnSpec{{
-    {0.04, true},   // No.
-    {0.06, false},  // Account
-    {0.19, false},  // Account name
-    {0.18, false},  // Description
-    {0.07, false},  // Curr.
-    {0.115, true},  // Debit
-    {0.115, true},  // Credit
-    {0.115, true},  // Department amount
-    {0.115, true},  // Company amount
-}};
+using Cells = std::array<QString, kColumns>;
+constexpr std::array<Column, kColumns> kColumnSpec = cellsOf<Column, kColumns>(  //
+    Column{0.04, true},                                                          // No.
+    Column{0.06, false},                                                         // Account
+    Column{0.19, false},                                                         // Account name
+    Column{0.18, false},                                                         // Description
+    Column{0.07, false},                                                         // Curr.
+    Column{0.115, true},                                                         // Debit
+    Column{0.115, true},                                                         // Credit
+    Column{0.115, true},                                                         // Department amount
+    Column{0.115, true});                                                        // Company amount
+
+// The linked sources' columns: No., run or payment, employee, date, currency, amount.
+enum { kSourceNo, kSourceAmount = 5, kSourceColumns };
+using SourceCells = std::array<QString, kSourceColumns>;
 
 // One page's worth of layout, measured on the device: every length in device pixels.
 class Layout {
@@ -57,15 +69,11 @@ public:
             x += kColumnSpec[c].share * width_;
             right_[c] = x;
         }
-        headings_ = {QStringLiteral("No."),
-                     QStringLiteral("Account"),
-                     QStringLiteral("Account name"),
-                     QStringLiteral("Description"),
-                     QStringLiteral("Curr."),
-                     QStringLiteral("Debit"),
-                     QStringLiteral("Credit"),
-                     QStringLiteral("Department") + currencySuffix(v.departmentCurrency),
-                     QStringLiteral("Company") + currencySuffix(v.companyCurrency)};
+        headings_ = cellsOf<QString, kColumns>(
+            QStringLiteral("No."), QStringLiteral("Account"), QStringLiteral("Account name"),
+            QStringLiteral("Description"), QStringLiteral("Curr."), QStringLiteral("Debit"),
+            QStringLiteral("Credit"), QStringLiteral("Department") + currencySuffix(v.departmentCurrency),
+            QStringLiteral("Company") + currencySuffix(v.companyCurrency));
         rowPad_ = pt(2.5);
         lineH_ = QFontMetricsF(body_, &device_).height();
         headingH_ = cellHeight(headings_, bold_, true) + pt(2);
@@ -94,44 +102,31 @@ public:
     double cellWidth(int c) const { return right_[c] - left_[c] - 2 * pt(2); }
     // Text wraps; numbers stand on one line (drawCells narrows the font of one too wide),
     // except in the headings.
-    double cellHeight(const std::array<QString, kColumns>& cells, const QFont& f,
-                      bool heading = false) const {
+    double cellHeight(const Cells& cells, const QFont& f, bool heading = false) const {
         double h = textHeight(QString(), f, 0);
         for (int c = 0; c < kColumns; ++c)
             if (heading || !kColumnSpec[c].number) h = std::max(h, textHeight(cells[c], f, cellWidth(c)));
         return h + 2 * rowPad_;
     }
 
-    std::array<QString, kColumns> lineCells(const report::VoucherLine& l) const {
+    Cells lineCells(const report::VoucherLine& l) const {
         // The debit and credit are in the account's currency; where the transaction's differs,
         // both are named so that no amount is read in the wrong one.
         QString currency = qs(l.currency);
         if (!l.accountCurrency.empty() && l.accountCurrency != l.currency)
             currency += QStringLiteral(" / ") + qs(l.accountCurrency);
-        return {QString::number(l.line),
-                QString::number(l.accountId),
-                qs(l.accountName),
-                qs(l.description),
-                currency,
-                amount(l.debit),
-                amount(l.credit),
-                amount(l.departmentAmount),
-                amount(l.companyAmount)};
+        return cellsOf<QString, kColumns>(
+            QString::number(l.line), QString::number(l.accountId), qs(l.accountName), qs(l.description),
+            currency, amount(l.debit), amount(l.credit), amount(l.departmentAmount), amount(l.companyAmount));
     }
-    std::array<QString, kColumns> totalCells(const report::CurrencyTotal& t) const {
-        return {QString(),
-                QString(),
-                QStringLiteral("Total ") + qs(t.currency),
-                QString(),
-                qs(t.currency),
-                amount(t.debit),
-                amount(t.credit),
-                amount(t.departmentAmount),
-                amount(t.companyAmount)};
+    Cells totalCells(const report::CurrencyTotal& t) const {
+        return cellsOf<QString, kColumns>(QString(), QString(), QStringLiteral("Total ") + qs(t.currency),
+                                          QString(), qs(t.currency), amount(t.debit), amount(t.credit),
+                                          amount(t.departmentAmount), amount(t.companyAmount));
     }
 
-    void drawCells(QPainter& p, double y, double h, const std::array<QString, kColumns>& cells,
-                   const QFont& f, bool heading = false) const {
+    void drawCells(QPainter& p, double y, double h, const Cells& cells, const QFont& f,
+                   bool heading = false) const {
         for (int c = 0; c < kColumns; ++c) {
             if (cells[c].isEmpty()) continue;
             const QRectF r(left_[c] + pt(2), y + rowPad_, cellWidth(c), h - 2 * rowPad_);
@@ -165,7 +160,7 @@ public:
     double pt_ = 1, width_ = 0, height_ = 0;
     QFont body_, bold_, small_;
     std::array<double, kColumns> left_{}, right_{};
-    std::array<QString, kColumns> headings_;
+    Cells headings_;
     double rowPad_ = 0, lineH_ = 0, headingH_ = 0, footerH_ = 0;
 };
 
@@ -409,14 +404,15 @@ private:
     }
 
     // The linked sources' columns, as shares of the page width; the amount is right-aligned.
-    static constexpr std::array<double, 6> kSourceShares{0.05, 0.2, 0.4, 0.12, 0.08, 0.15};
-    void drawSourceCells(QPainter& p, double y, const std::array<QString, 6>& cells, const QFont& f) const {
+    static constexpr std::array<double, kSourceColumns> kSourceShares =
+        cellsOf<double, kSourceColumns>(0.05, 0.2, 0.4, 0.12, 0.08, 0.15);
+    void drawSourceCells(QPainter& p, double y, const SourceCells& cells, const QFont& f) const {
         double x = 0;
         p.setFont(f);
         for (size_t c = 0; c < cells.size(); ++c) {
             const double w = kSourceShares[c] * l_.width_;
             const QRectF r(x + l_.pt(2), y + l_.rowPad_, w - l_.pt(4), l_.lineH_);
-            const bool number = c == 0 || c == 5;
+            const bool number = c == kSourceNo || c == kSourceAmount;
             p.drawText(r, (number ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignTop,
                        QFontMetricsF(f, &l_.device_).elidedText(cells[c], Qt::ElideRight, r.width()));
             x += w;
@@ -435,9 +431,10 @@ private:
         p.fillRect(QRectF(0, y, l_.width_, l_.headingH_), QColor(232, 232, 232));
         drawSourceCells(
             p, y,
-            {QStringLiteral("No."), v_.sources.payroll ? QStringLiteral("Run") : QStringLiteral("Payment"),
-             QStringLiteral("Employee"), QStringLiteral("Date"), QStringLiteral("Curr."),
-             QStringLiteral("Amount")},
+            cellsOf<QString, kSourceColumns>(
+                QStringLiteral("No."), v_.sources.payroll ? QStringLiteral("Run") : QStringLiteral("Payment"),
+                QStringLiteral("Employee"), QStringLiteral("Date"), QStringLiteral("Curr."),
+                QStringLiteral("Amount")),
             l_.bold_);
         l_.rule(p, y, 0.8);
         l_.rule(p, y + l_.headingH_, 0.8);
@@ -445,8 +442,8 @@ private:
     void drawSourceRow(QPainter& p, double y, size_t i) const {
         const report::LinkedSource& s = v_.linked[i];
         drawSourceCells(p, y,
-                        {QString::number(i + 1), qs(s.number), qs(s.employee), qs(s.date), qs(s.currency),
-                         amount(s.amount)},
+                        cellsOf<QString, kSourceColumns>(QString::number(i + 1), qs(s.number), qs(s.employee),
+                                                         qs(s.date), qs(s.currency), amount(s.amount)),
                         l_.body_);
         l_.rule(p, y + sourceRowH_, 0.3, QColor(190, 190, 190));
     }

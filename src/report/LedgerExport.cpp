@@ -33,21 +33,23 @@ std::vector<LedgerRow> LoadLedgerRows(const Session& s, const common::DateTime& 
     auto rs = s.connection.open(sql);
     for (; !rs->eof(); rs->moveNext()) {
         LedgerRow r;
-        r.entryNo = text(rs->field(0));
-        const common::Value& date = rs->field(1);
+        r.entryNo = text(rs->field("TransNo"));
+        const common::Value& date = rs->field("TransDate");
         r.date = date.isNull() ? "" : common::formatDate(date.toDate(), "dd/MM/yyyy");
-        r.type = typeName(text(rs->field(2)));
-        r.department = text(rs->field(3));
-        r.status = number(rs->field(4)) == 1 ? "Cancelled" : number(rs->field(5)) == 1 ? "Posted" : "Open";
-        r.line = static_cast<int32_t>(number(rs->field(6)));
-        r.accountId = static_cast<int32_t>(number(rs->field(7)));
-        r.accountName = text(rs->field(8));
-        r.description = text(rs->field(9));
-        r.currency = text(rs->field(10));
-        r.debit = number(rs->field(11));
-        r.credit = number(rs->field(12));
-        r.departmentAmount = number(rs->field(13));
-        r.companyAmount = number(rs->field(14));
+        r.type = typeName(text(rs->field("TransType")));
+        r.department = text(rs->field("DepartmentName"));
+        r.status = number(rs->field("Cancelled")) == 1 ? "Cancelled"
+                   : number(rs->field("Posted")) == 1  ? "Posted"
+                                                       : "Open";
+        r.line = static_cast<int32_t>(number(rs->field("DetailID")));
+        r.accountId = static_cast<int32_t>(number(rs->field("AccountID")));
+        r.accountName = text(rs->field("AccountDesc"));
+        r.description = text(rs->field("Description"));
+        r.currency = text(rs->field("AccCurrSymbol"));
+        r.debit = number(rs->field("DebitAmount"));
+        r.credit = number(rs->field("CreditAmount"));
+        r.departmentAmount = number(rs->field("DeptAmount"));
+        r.companyAmount = number(rs->field("CompAmount"));
         rows.push_back(std::move(r));
     }
     rs->close();

@@ -71,17 +71,17 @@ void readLines(const Session& s, int32_t transId, Voucher& v) {
     auto rs = s.connection.open(sql);
     for (; !rs->eof(); rs->moveNext()) {
         VoucherLine l;
-        l.line = static_cast<int32_t>(number(rs->field(0)));
-        l.accountId = static_cast<int32_t>(number(rs->field(1)));
-        l.accountName = text(rs->field(2));
-        l.description = text(rs->field(3));
-        l.accountCurrency = text(rs->field(4));
-        l.currency = text(rs->field(5));
-        l.debit = number(rs->field(6));
-        l.credit = number(rs->field(7));
-        l.departmentAmount = number(rs->field(8));
-        l.companyAmount = number(rs->field(9));
-        l.byHand = text(rs->field(10)) == "Y";
+        l.line = static_cast<int32_t>(number(rs->field("DetailID")));
+        l.accountId = static_cast<int32_t>(number(rs->field("AccountID")));
+        l.accountName = text(rs->field("AccountDesc"));
+        l.description = text(rs->field("Description"));
+        l.accountCurrency = text(rs->field("AccCurrSymbol"));
+        l.currency = text(rs->field("RefCurrSymbol"));
+        l.debit = number(rs->field("DebitAmount"));
+        l.credit = number(rs->field("CreditAmount"));
+        l.departmentAmount = number(rs->field("DeptAmount"));
+        l.companyAmount = number(rs->field("CompAmount"));
+        l.byHand = text(rs->field("Editable")) == "Y";
         v.lines.push_back(std::move(l));
     }
     rs->close();

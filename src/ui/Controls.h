@@ -68,13 +68,10 @@ public:
     const std::string& typeName() const;
     Kind kind() const { return kind_; }
     // The value that StoreControlValues keeps in the Tag, and whether the control differs
-    // from such a snapshot now; only the controls a user edits hold one.
-    virtual bool holdsValue() const { return false; }
-    virtual std::string snapshot() const { return {}; }
-    virtual bool differsFrom(const std::string& snapshot) const {
-        (void)snapshot;
-        return false;
-    }
+    // from such a snapshot now; only the kinds a user edits hold one (ControlKinds.cpp).
+    bool holdsValue() const;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     Form& form() const { return form_; }
     Control* container() const { return container_; }
 
@@ -148,9 +145,8 @@ public:
 class TextBox : public Control {
 public:
     TextBox(Form& f, std::string name, Control* container = nullptr);
-    bool holdsValue() const override { return true; }
-    std::string snapshot() const override;
-    bool differsFrom(const std::string& snapshot) const override;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     const std::string& text() const { return text_; }
     void setText(std::string v);  // raises Change when the text differs
     bool locked() const { return locked_; }
@@ -197,9 +193,8 @@ class ComboBox : public Control {
 public:
     enum class Style { DropDownCombo = 0, DropDownList = 2 };
     ComboBox(Form& f, std::string name, Control* container = nullptr, Style style = Style::DropDownCombo);
-    bool holdsValue() const override { return true; }
-    std::string snapshot() const override;
-    bool differsFrom(const std::string& snapshot) const override;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     Style style() const { return style_; }
 
     int listCount() const { return static_cast<int>(items_.size()); }
@@ -247,9 +242,8 @@ private:
 class CheckBox : public Control {
 public:
     CheckBox(Form& f, std::string name, std::string caption, Control* container = nullptr);
-    bool holdsValue() const override { return true; }
-    std::string snapshot() const override;
-    bool differsFrom(const std::string& snapshot) const override;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     int value() const { return value_; }  // 0 unticked, 1 ticked, 2 grayed
     void setValue(int v);                 // raises Click when it changes, also from code
     Handler<> Click;
@@ -265,9 +259,8 @@ private:
 class OptionButton : public Control {
 public:
     OptionButton(Form& f, std::string name, std::string caption, Control* container = nullptr);
-    bool holdsValue() const override { return true; }
-    std::string snapshot() const override;
-    bool differsFrom(const std::string& snapshot) const override;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     bool value() const { return value_; }
     // Selecting one clears the others of the same container; Click when it becomes selected.
     void setValue(bool v);
@@ -283,9 +276,8 @@ private:
 class DatePicker : public Control {
 public:
     DatePicker(Form& f, std::string name, Control* container = nullptr);
-    bool holdsValue() const override { return true; }
-    std::string snapshot() const override;
-    bool differsFrom(const std::string& snapshot) const override;
+    std::string snapshot() const;
+    bool differsFrom(const std::string& snapshot) const;
     const common::DateTime& value() const { return value_; }
     void setValue(const common::DateTime& v);  // raises Change when it differs
     Handler<> Change;

@@ -3,7 +3,7 @@
 #include <charconv>
 
 #include "common/Conv.h"
-#include "common/DateTime.h"
+#include "ui/ControlKinds.h"
 #include "ui/Toolkit.h"
 
 namespace ui {
@@ -23,11 +23,6 @@ std::string unquote(const std::string& s) {
 }
 
 [[noreturn]] void fail(const std::string& message) { throw ActionFailed{message}; }
-
-// Keys that do not type a character: they reach a text box as a key down only.
-bool isNavigationKey(int code) {
-    return (code >= 33 && code <= 40) || code == 45 || code == vbKeyDelete || (code >= 112 && code <= 123);
-}
 
 }  // namespace
 
@@ -156,21 +151,10 @@ int UserActions::number(const std::string& text) {
 void UserActions::click(const ScriptLine& line) {
     const std::string& name = line.args[0];
     Control& c = control(name);
-    if (auto* item = dynamic_cast<MenuItem*>(&c)) {
-        if (!item->menu().open) fail("menu " + item->menu().name() + " is not open");
-        if (!item->visible() || !item->enabled()) fail(name + " is not shown in its menu");
-        item->userClick();
-        return;
-    }
-    if (!c.reachable()) fail(c.unreachableReason());
-    if (auto* button = dynamic_cast<CommandButton*>(&c))
-        host_.press(*button);
-    else if (auto* box = dynamic_cast<CheckBox*>(&c))
-        box->userClick();
-    else if (auto* option = dynamic_cast<OptionButton*>(&c))
-        option->userSet(true);
-    else
-        fail(name + " (" + c.typeName() + ") cannot be clicked");
+    const KindTraits& traits = traitsOf(c.kind());
+    // A menu item is reached through its open menu, which its own action checks.
+    if (!traits.poppedUp && !c.reachable()) fail(c.unreachableReason());
+    act(traits.click, c, line, 0, "cannot be clicked");
 }
 
 void UserActions::select(const ScriptLine& line) {
@@ -182,38 +166,13 @@ void UserActions::select(const ScriptLine& line) {
 }
 
 void UserActions::set(const ScriptLine& line) {
-    const std::string& name = line.args[0];
-    Control& c = reachableControl(name);
-    if (auto* text = dynamic_cast<TextBox*>(&c)) {
-        text->userPaste(line.text);
-    } else if (auto* date = dynamic_cast<DatePicker*>(&c)) {
-        auto d = common::parseDayMonthYear(line.text);
-        if (!d) fail("'" + quoteLine(line.text) + "' is not a date (dd/MM/yyyy)");
-        date->userSet(*d);
-    } else if (auto* combo = dynamic_cast<ComboBox*>(&c)) {
-        if (combo->style() == ComboBox::Style::DropDownList) {
-            if (!combo->userSelectText(line.text))
-                fail("no item \"" + quoteLine(line.text) + "\" in " + name);
-        } else if (!combo->locked()) {
-            c.form().userEvent([&] {
-                if (!combo->hasFocus()) combo->setFocus();
-                combo->setText(line.text);
-            });
-        }
-    } else {
-        fail(name + " (" + c.typeName() + ") cannot be set");
-    }
+    Control& c = reachableControl(line.args[0]);
+    act(traitsOf(c.kind()).set, c, line, 0, "cannot be set");
 }
 
 void UserActions::type(const ScriptLine& line) {
-    const std::string& name = line.args[0];
-    Control& c = reachableControl(name);
-    if (auto* text = dynamic_cast<TextBox*>(&c))
-        text->userType(line.text);
-    else if (auto* combo = dynamic_cast<ComboBox*>(&c))
-        combo->userType(line.text);
-    else
-        fail(name + " (" + c.typeName() + ") takes no typing");
+    Control& c = reachableControl(line.args[0]);
+    act(traitsOf(c.kind()).type, c, line, 0, "takes no typing");
 }
 
 ListView& UserActions::listRow(const ScriptLine& line, int& row) const {
@@ -255,67 +214,39 @@ void UserActions::check(const ScriptLine& line) {
     Control& c = reachableControl(name);
     int n = number(line.args[1]);
     if (n != 0 && n != 1) fail("check takes 0 or 1");
-    if (auto* box = dynamic_cast<CheckBox*>(&c))
-        box->userSet(n);
-    else if (auto* option = dynamic_cast<OptionButton*>(&c))
-        option->userSet(n == 1);
-    else
-        fail(name + " is not a check box or option button");
+    const Action check = traitsOf(c.kind()).check;
+    if (!check) fail(name + " is not a check box or option button");
+    check(c, ActionInput{name, line.text, n, host_});
 }
 
 void UserActions::key(const ScriptLine& line) {
     const std::string& name = line.args[0];
     int code = number(line.args[1]);
     if (code < 0 || code > 255) fail("key code out of range");
-    auto k = static_cast<int16_t>(code);
     Target t = resolve(name);
     if (!t.control) {
+        auto k = static_cast<int16_t>(code);
         t.form->userKeyPress(k);
         return;
     }
     Control& c = reachableControl(name);
-    if (auto* text = dynamic_cast<TextBox*>(&c)) {
-        if (isNavigationKey(code))
-            text->userKeyDown(k);
-        else
-            text->userKey(k);
-    } else if (auto* combo = dynamic_cast<ComboBox*>(&c)) {
-        combo->userKey(k);
-    } else if (auto* box = dynamic_cast<CheckBox*>(&c)) {
-        box->userKey(k);
-    } else if (auto* option = dynamic_cast<OptionButton*>(&c)) {
-        option->userKey(k);
-    } else if (auto* date = dynamic_cast<DatePicker*>(&c)) {
-        date->userKeyDown(k);
-    } else if (auto* list = dynamic_cast<ListView*>(&c)) {
-        list->userKeyDown(k);
-    } else if (auto* grid = dynamic_cast<FlexGrid*>(&c)) {
-        grid->userKeyDown(k);
-    } else if (auto* button = dynamic_cast<CommandButton*>(&c)) {
-        if (code == vbKeyReturn || code == 32) host_.press(*button);
-    } else {
-        fail(name + " (" + c.typeName() + ") takes no keys");
-    }
+    act(traitsOf(c.kind()).key, c, line, code, "takes no keys");
 }
 
 void UserActions::popup(const ScriptLine& line) {
-    const std::string& name = line.args[0];
-    Control& c = reachableControl(name);
-    if (auto* list = dynamic_cast<ListView*>(&c))
-        list->userRightClick();
-    else
-        fail(name + " (" + c.typeName() + ") takes no popup");
+    Control& c = reachableControl(line.args[0]);
+    act(traitsOf(c.kind()).popup, c, line, 0, "takes no popup");
 }
 
 void UserActions::dblclick(const ScriptLine& line) {
+    Control& c = reachableControl(line.args[0]);
+    act(traitsOf(c.kind()).dblclick, c, line, 0, "takes no dblclick");
+}
+
+void UserActions::act(Action action, Control& c, const ScriptLine& line, int number, const char* notTaken) {
     const std::string& name = line.args[0];
-    Control& c = reachableControl(name);
-    if (auto* list = dynamic_cast<ListView*>(&c))
-        list->userDblClick();
-    else if (auto* grid = dynamic_cast<FlexGrid*>(&c))
-        grid->userDblClick();
-    else
-        fail(name + " (" + c.typeName() + ") takes no dblclick");
+    if (!action) fail(name + " (" + c.typeName() + ") " + notTaken);
+    action(c, ActionInput{name, line.text, number, host_});
 }
 
 void UserActions::answer(const ScriptLine& line) {

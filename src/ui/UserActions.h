@@ -13,6 +13,8 @@
 
 namespace ui {
 
+struct ActionInput;
+
 // An action that cannot be done. Not a std::exception, so that no screen handler on the way
 // out catches it.
 struct ActionFailed {
@@ -92,6 +94,9 @@ private:
     void answer(const ScriptLine& line);
     void close(const ScriptLine& line);
     ListView& listRow(const ScriptLine& line, int& row) const;
+    // Runs a kind's action, or fails with "NAME (TYPE) <notTaken>" where the kind has none.
+    void act(void (*action)(Control&, const ActionInput&), Control& c, const ScriptLine& line, int number,
+             const char* notTaken);
 
     Host& host_;
 };
