@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <set>
 
 #include "TestSupport.h"
 #include "browser/FrmMaster.h"
@@ -168,6 +169,19 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
     text = pdfText(tmp.file("PAL-2.pdf"));
     EXPECT_NE(text.find("CANCELLED"), std::string::npos);
     EXPECT_NE(text.find("Entered against the wrong period"), std::string::npos);
+    // An entry numbered PAL-2 gets a file of its own and leaves PAL/2's as it was.
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
+        "Remarks, Cancelled) values (1, 61, 3, 'PAL-2', '2026-10-31', 'O', 'Dash', 0)");
+    ASSERT_EQ(run("print --entry PAL-2").status, 0);
+    EXPECT_NE(pdfText(tmp.file("PAL%2D2.pdf")).find("Dash"), std::string::npos);
+    EXPECT_NE(pdfText(tmp.file("PAL-2.pdf")).find("CANCELLED"), std::string::npos);
+    std::set<std::string> names;
+    for (const char* no :
+         {"PAL/1", "PAL-1", "PAL%2D1", "PAL_1", "PAL 1", "PAL\\1", "ÉTÉ/1", "ÉTÉ-1", "..", "/"})
+        EXPECT_TRUE(names.insert(report::VoucherFileName(no)).second)
+            << no << " " << report::VoucherFileName(no);
+    EXPECT_EQ(report::VoucherFileName("ÉTÉ/1 x"), "ÉTÉ-1%20x.pdf");
 
     // A long voucher runs over pages, with its headings on each.
     raw->execute(

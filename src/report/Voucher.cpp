@@ -10,9 +10,29 @@ namespace report {
 std::string Amount(double value) { return common::Format(value, "#,##0.00"); }
 
 std::string VoucherFileName(const std::string& entryNo) {
+    static const char hex[] = "0123456789ABCDEF";
     std::string name;
-    for (char c : entryNo)
-        name += std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '_' ? c : '-';
+    auto escape = [&name](unsigned char c) {
+        name += '%';
+        name += hex[c >> 4];
+        name += hex[c & 15];
+    };
+    for (size_t i = 0; i < entryNo.size(); ++i) {
+        const auto c = static_cast<unsigned char>(entryNo[i]);
+        const auto next = i + 1 < entryNo.size() ? static_cast<unsigned char>(entryNo[i + 1]) : 0;
+        if (c == '/') {
+            name += '-';
+        } else if (c == 0xC2 && next >= 0x80 && next < 0xA0) {
+            // A C1 control (U+0080 to U+009F) is escaped as the C0 ones are.
+            escape(c);
+            escape(next);
+            ++i;
+        } else if (std::isalnum(c) || c == '.' || c == '_' || c >= 0x80) {
+            name += static_cast<char>(c);
+        } else {
+            escape(c);
+        }
+    }
     return (name.empty() ? std::string("voucher") : name) + ".pdf";
 }
 

@@ -76,8 +76,10 @@ struct Voucher {
 // Amounts as they stand on paper: thousand separators and two decimals ("1,234,567.80").
 std::string Amount(double value);
 
-// The file name a voucher's PDF gets by default: the entry number with its separators and
-// other awkward characters as '-' ("PAL/6" -> "PAL-6.pdf").
+// The file name a voucher's PDF gets by default: the entry number with '/' as '-' ("PAL/6" ->
+// "PAL-6.pdf") and every other character that is not a letter, a digit, '.' or '_' as '%' and
+// its bytes in hexadecimal ("PAL-6" -> "PAL%2D6.pdf"), so that two entry numbers never share a
+// file and one PDF never replaces another's.
 std::string VoucherFileName(const std::string& entryNo);
 
 // What the department amounts and the company amounts of the lines net to.

@@ -267,18 +267,28 @@ private:
         return identIsDate(at(j));
     }
 
-    // Whether the literal or "?" at k meets a date column: compared with one, a bound of a
-    // BETWEEN or an IN list on one, an alternative of isnull/coalesce over one, or an
-    // inserted value of one.
+    // The operand of a BETWEEN whose keyword is at k: the one before it, past a NOT.
+    long betweenOperand(long k) const {
+        return k >= 1 && isKeyword(at(static_cast<size_t>(k) - 1), "not") ? k - 2 : k - 1;
+    }
+
+    // Whether the literal or "?" at k meets a date column: compared with one (on either
+    // side), a bound of a BETWEEN on one, tested with a BETWEEN whose bounds are, in an IN
+    // list on one, an alternative of isnull/coalesce over one, or an inserted value of one.
+    // SQL Server converts such a text to a date; the embedded database compares ISO text,
+    // so the text must be ISO text too for the comparison to come out the same.
     bool meetsDateColumn(size_t k) const {
         if (insertDates_.count(k)) return true;
         long p = static_cast<long>(k) - 1;
         if (p >= 0 && isComparison(at(static_cast<size_t>(p)))) return operandBeforeIsDate(p - 1);
         if (has(k + 1) && isComparison(at(k + 1))) return operandAfterIsDate(k + 2);
-        if (p >= 0 && isKeyword(at(static_cast<size_t>(p)), "between")) return operandBeforeIsDate(p - 1);
+        if (p >= 0 && isKeyword(at(static_cast<size_t>(p)), "between"))
+            return operandBeforeIsDate(betweenOperand(p));
         if (p >= 2 && isKeyword(at(static_cast<size_t>(p)), "and") &&
             isKeyword(at(static_cast<size_t>(p) - 2), "between"))
-            return operandBeforeIsDate(p - 3);
+            return operandBeforeIsDate(betweenOperand(p - 2));
+        const size_t between = has(k + 1) && isKeyword(at(k + 1), "not") ? k + 2 : k + 1;
+        if (has(between) && isKeyword(at(between), "between")) return betweenBoundIsDate(between);
         // Inside a parenthesis: an IN list or a function's arguments.
         int depth = 0;
         for (long j = p; j >= 0; --j) {
@@ -299,6 +309,19 @@ private:
                                               matchForward(static_cast<size_t>(j)));
                 return false;
             }
+        }
+        return false;
+    }
+
+    // Whether a bound of the BETWEEN at k is a date: the one after it, or the one after the
+    // AND that closes it.
+    bool betweenBoundIsDate(size_t k) const {
+        if (operandAfterIsDate(k + 1)) return true;
+        int depth = 0;
+        for (size_t j = k + 1; has(j); ++j) {
+            if (at(j).kind == Tok::LParen) ++depth;
+            if (at(j).kind == Tok::RParen && --depth < 0) return false;
+            if (depth == 0 && isKeyword(at(j), "and")) return operandAfterIsDate(j + 1);
         }
         return false;
     }
