@@ -56,7 +56,7 @@ private:
 
 void addPostOptions(CLI::App& cmd, PostOptions& p) {
     std::vector<std::string> types;
-    for (const auto& t : entry::kTransactionTypes) types.emplace_back(t.name);
+    for (const auto& t : entry::TransactionTypes()) types.emplace_back(t.name);
     cmd.add_option("--type", p.type, "the transaction type, as the screen lists it")
         ->type_name("NAME")
         ->required()

@@ -85,7 +85,7 @@ TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowe
         r.to = common::DateTime::ymd(2026, 10, 31);
         return browser::PostAllDepartments(session).run(r);
     };
-    for (const auto& type : common::kTransactionTypes)
+    for (const auto& type : common::TransactionTypes())
         for (const auto& d : post(type.name))
             ASSERT_EQ(d.status, browser::DepartmentOutcome::Status::Posted)
                 << type.name << " " << d.name << ": " << d.reason;

@@ -4,6 +4,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/TransactionTypes.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 
@@ -38,14 +39,9 @@ void FrmMaster::EditClick(int32_t& transId) {
             f.txtTransNo.setText(rs->field("TransNo").joinText());
             f.dtpTransDate.setValue(rs->field("TransDate").toDate());
 
-            const std::string type = rs->field("TransType").toText();
-            if (type == "P") {
-                gen_->SelectComboItemByName(f.cboType, "Payroll");
-                f.cmdShowDetails.setVisible(true);
-            } else {
-                const std::string name = entry::TypeNameOfCode(type);
-                if (!name.empty()) gen_->SelectComboItemByName(f.cboType, name);
-            }
+            const common::TransactionType* type = common::TypeOfCode(rs->field("TransType").toText());
+            if (type != nullptr) gen_->SelectComboItemByName(f.cboType, type->name);
+            if (type != nullptr && type->source->payroll) f.cmdShowDetails.setVisible(true);
             gen_->SelectComboItemByValue(f.cboDepartment, rs->field("DepartmentID"));
             f.txtRemarks.setText(rs->field("Remarks").joinText());
 

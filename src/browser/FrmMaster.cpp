@@ -107,20 +107,14 @@ void FrmMaster::Form_Load() {
     const data::TableNames& t = module_.session.tables;
     std::string sql;
     sql = "select TransID, TransNo, TransDate, Case ";
-    sql += "when TransType='P' then '";
-    sql += "Payroll";
-    sql += "' when TransType='A' then '";
-    sql += "Salary Advances";
-    sql += "' when TransType='R' then '";
-    sql += "Reimbursements";
-    sql += "' when TransType='S' then '";
-    sql += "Savings";
-    sql += "' when TransType='E' then '";
-    sql += "Leave Encashments";
-    sql += "' when TransType='H' then '";
-    sql += "Holded Salaries";
-    sql += "' when TransType='O' then '";
-    sql += "Others";
+    const char* when = "when TransType='";
+    for (const auto& type : entry::TransactionTypes()) {
+        sql += when;
+        when = "' when TransType='";
+        sql += type.code;
+        sql += "' then '";
+        sql += type.name;
+    }
     sql += "' End Type, dm.DepartmentName,  ";
     sql += " case when Cancelled=1 then 'Yes' else 'No' end cancel, ";
     sql += " case when Posted=1 then 'Yes' else 'No' end Posted ";

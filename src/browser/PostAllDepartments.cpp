@@ -9,6 +9,7 @@
 
 #include "browser/FrmMaster.h"
 #include "common/Conv.h"
+#include "common/TransactionTypes.h"
 #include "entry/Module.h"
 #include "entry/qorPayrollAccounts.h"
 #include "linking/frmPayrollAccountsLinking.h"
@@ -387,9 +388,8 @@ struct Walk {
 }  // namespace
 
 std::vector<DepartmentOutcome> PostAllDepartments::run(const PostRequest& request, const Progress& progress) {
-    bool knownType = false;
-    for (const auto& type : entry::kTransactionTypes) knownType |= request.type == type.name;
-    if (!knownType) throw std::invalid_argument("unknown type '" + request.type + "'");
+    if (common::TypeOfName(request.type) == nullptr)
+        throw std::invalid_argument("unknown type '" + request.type + "'");
 
     ui::HeadlessToolkit toolkit;
     entry::Module module(toolkit);

@@ -2,16 +2,9 @@
 
 namespace entry {
 
-std::string TypeNameOfCode(std::string_view code) {
-    for (const auto& t : kTransactionTypes)
-        if (code == t.code) return t.name;
-    return "";
-}
-
 std::string TypeCodeOfName(std::string_view name) {
-    for (const auto& t : kTransactionTypes)
-        if (name == t.name) return t.code;
-    return "";
+    const TransactionType* t = common::TypeOfName(name);
+    return t ? t->code : "";
 }
 
 }  // namespace entry

@@ -22,11 +22,10 @@ struct SessionContext {
     data::TableNames tables;
 };
 
-using common::kTransactionTypes;
 using common::TransactionType;
+using common::TransactionTypes;
 
 // "" when unknown.
-std::string TypeNameOfCode(std::string_view code);
 std::string TypeCodeOfName(std::string_view name);
 
 }  // namespace entry

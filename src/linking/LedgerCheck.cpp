@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "common/Conv.h"
+#include "common/TransactionTypes.h"
 
 namespace linking {
 
@@ -143,18 +144,9 @@ std::string sourceName(bool payroll, const std::string& number) {
     return (payroll ? "Payroll run " : "Payment ") + number;
 }
 
-// The source table of the entry's kind, as the statements name it.
-struct SourceTable {
-    const char* table;
-    const char* company;
-    const char* key;
-    const char* number;
-    const char* flag;
-};
-SourceTable sourceTable(bool payroll) {
-    return payroll ? SourceTable{"pMonthlyPayRollProcessing", "mppCompanyID", "mppProcessID", "mppProcessNo",
-                                 "mppPosted"}
-                   : SourceTable{"pPaymentHeader", "phCompanyID", "phPaymentID", "phPaymentNo", "phPosted"};
+// The source table of the entry's kind.
+const common::SourceTable& sourceTable(bool payroll) {
+    return payroll ? common::kPayrollRuns : common::kPayments;
 }
 
 // Checked in slices, so that no statement grows with the entry; each source costs one index
@@ -162,7 +154,7 @@ SourceTable sourceTable(bool payroll) {
 constexpr size_t kSourcesPerCheck = 1000;
 
 std::string sourceNumber(data::Connection& c, const LedgerEntry& e, int32_t id) {
-    const SourceTable st = sourceTable(e.payroll);
+    const common::SourceTable& st = sourceTable(e.payroll);
     auto rs = c.open("select " + std::string(st.number) + " from " + st.table + " where " + st.company + "=" +
                      std::to_string(e.companyId) + " and " + st.key + "=" + std::to_string(id));
     const std::string number = rs->eof() ? std::to_string(id) : text(rs->field(0));
@@ -197,7 +189,7 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
                "to support.";
 
     // And the flags took.
-    const SourceTable st = sourceTable(e.payroll);
+    const common::SourceTable& st = sourceTable(e.payroll);
     const std::string company = std::to_string(e.companyId);
     for (size_t from = 0; from < e.flagged.size(); from += kSourcesPerCheck) {
         std::string keys;
@@ -205,11 +197,11 @@ std::string checkSources(data::Connection& c, const data::TableNames& t, const L
         for (size_t i = from; i < to; ++i) keys += (i > from ? "," : "") + std::to_string(e.flagged[i]);
         const std::string slice = " from " + std::string(st.table) + " where " + st.company + "=" + company +
                                   " and " + st.key + " in (" + keys + ")";
-        rs = c.open("select count(*) Flagged" + slice + " and " + st.flag + "=1");
+        rs = c.open("select count(*) Flagged" + slice + " and " + st.posted + "=1");
         const double flags = rs->eof() ? 0 : number(rs->field(0));
         rs->close();
         if (flags == static_cast<double>(to - from)) continue;
-        rs = c.open("select " + std::string(st.number) + slice + " and isnull(" + st.flag + ",0)<>1");
+        rs = c.open("select " + std::string(st.number) + slice + " and isnull(" + st.posted + ",0)<>1");
         const std::string which = rs->eof() ? std::string() : text(rs->field(0));
         rs->close();
         return which.empty()

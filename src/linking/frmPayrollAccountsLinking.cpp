@@ -168,10 +168,7 @@ bool frmPayrollAccountsLinking::FnCheckAllSettingsEntered() {
 }
 
 void frmPayrollAccountsLinking::FillTypeList() {
-    // Held salaries come before leave encashments here, unlike the entry list.
-    for (const char* t : {"Payroll", "Salary Advances", "Reimbursements", "Savings", "Holded Salaries",
-                          "Leave Encashments", "Others"})
-        cboType.addItem(t);
+    for (const common::TransactionType* type : common::TypesInComboOrder()) cboType.addItem(type->name);
 }
 
 void frmPayrollAccountsLinking::ClearSelection() {
@@ -194,7 +191,7 @@ void frmPayrollAccountsLinking::cboType_Click() {
         }
 
         const common::DateTime transDate = dtpTransDate.value();
-        if (Trim(cboType.text()) == "Payroll") {
+        if (RunsSelected()) {
             // Processing dates of every company count: the statement has no company condition.
             std::string sql = "Select isnull(max(mppProcessedDate), '" +
                               common::formatDate(transDate, "yyyymmdd") +

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/TransactionTypes.h"
 #include "entry/Module.h"
 #include "linking/ListColumns.h"
 #include "suite/CommonModule.h"
@@ -70,9 +71,13 @@ public:
     void cmdShow_Click();
     static constexpr const char* kRangeBackwards =
         "The From date is after the To date: choose a From date on or before the To date.";
-    void FillPayrollDetails();
+    void FillPayrollDetails(const std::string& procedure);
     void FillPaymentDetails(const std::string& procedure, const std::string& typeCode,
                             const std::string& entryLabel);
+    // The type chosen in the type list (nullptr before one is), and whether it lists payroll
+    // runs, whose detail rows follow their run's tick, rather than payments.
+    const common::TransactionType* SelectedType();
+    bool RunsSelected();
     void lvwTransactions_ItemCheck(int row);
     void SyncTransactionDetails(int32_t transId, int transactionRow);
     void lvwTransactionDetails_ItemCheck(int row);
@@ -128,7 +133,7 @@ private:
     void StopIfSourcesTaken(int32_t ownTransId);
     void StopIfEntryClosed(int32_t transId);
     void StopIfHeldUnflagged(const std::string& holder, int32_t holderId, const std::string& keys,
-                             bool payroll);
+                             const common::SourceTable& source);
     // The ledger check, the save's last step before its commit.
     void StopIfLedgerBreaks(int32_t transId);
     // Each source of the lists (its key as listed) and whether the entry links it.

@@ -1,5 +1,4 @@
 // Gathering: retrieval of the source transactions, the tick logic and the posting lines.
-#include <array>
 #include <unordered_map>
 
 #include "common/Conv.h"
@@ -16,23 +15,6 @@ using common::Val;
 using common::Value;
 
 namespace {
-
-struct PaymentKind {
-    const char* typeName;
-    const char* procedure;
-    const char* code;
-    const char* label;
-};
-
-// Three payment kinds share one procedure and differ only in the code passed.
-constexpr std::array<PaymentKind, 6> kPaymentKinds{{
-    {"Salary Advances", "spPAGetLoanIssueDetails", "A", "Salary Advance"},
-    {"Reimbursements", "spPAGetReimbursementDetails", "R", "Reimbursement"},
-    {"Savings", "spPAGetSavingsDetails", "S", "Savings"},
-    {"Leave Encashments", "spPAGetPaymentOthersDetails", "E", "Leave Encashment"},
-    {"Holded Salaries", "spPAGetPaymentOthersDetails", "H", "Holded Salary"},
-    {"Others", "spPAGetPaymentOthersDetails", "O", "Others"},
-}};
 
 std::string DateCell(const Value& v) {
     return v.isNull() ? std::string() : common::formatDate(v.toDate(), "dd/MMM/yyyy");
@@ -80,30 +62,33 @@ void frmPayrollAccountsLinking::cmdShow_Click() {
         return;
     }
 
-    const std::string type = Trim(cboType.text());
-    if (type == "Payroll") {
-        FillPayrollDetails();
-        lvwTransactions.setVisible(true);
-        lvwTransactionDetails.setVisible(false);
-        cmdShowDetails.setVisible(true);
-        return;
+    const common::TransactionType* type = SelectedType();
+    if (type == nullptr) return;
+    if (type->source->payroll) {
+        FillPayrollDetails(type->procedure);
+    } else {
+        // Several kinds may share one procedure and differ only in the code passed.
+        FillPaymentDetails(type->procedure, type->code, type->lineLabel);
     }
-    for (const auto& kind : kPaymentKinds) {
-        if (type == kind.typeName) {
-            FillPaymentDetails(kind.procedure, kind.code, kind.label);
-            lvwTransactions.setVisible(false);
-            lvwTransactionDetails.setVisible(true);
-            cmdShowDetails.setVisible(false);
-            return;
-        }
-    }
+    lvwTransactions.setVisible(type->source->payroll);
+    lvwTransactionDetails.setVisible(!type->source->payroll);
+    cmdShowDetails.setVisible(type->source->payroll);
 }
 
-void frmPayrollAccountsLinking::FillPayrollDetails() {
+const common::TransactionType* frmPayrollAccountsLinking::SelectedType() {
+    return common::TypeOfName(Trim(cboType.text()));
+}
+
+bool frmPayrollAccountsLinking::RunsSelected() {
+    const common::TransactionType* type = SelectedType();
+    return type != nullptr && type->source->payroll;
+}
+
+void frmPayrollAccountsLinking::FillPayrollDetails(const std::string& procedure) {
     auto& s = module_.session;
     ClearSelection();
 
-    std::string sql = "exec spPAGetPayrollAccountDetails " + std::to_string(s.companyId) + ",'" +
+    std::string sql = "exec " + procedure + " " + std::to_string(s.companyId) + ",'" +
                       common::formatDate(dtpFromDate.value(), "yyyymmdd") + "','" +
                       common::formatDate(dtpToDate.value(), "yyyymmdd") + "'," +
                       std::to_string(cboDepartment.itemData(cboDepartment.listIndex()));
@@ -231,7 +216,7 @@ void frmPayrollAccountsLinking::SyncTransactionDetails(int32_t transId, int tran
 }
 
 void frmPayrollAccountsLinking::lvwTransactionDetails_ItemCheck(int row) {
-    if (Trim(cboType.text()) != "Payroll") {
+    if (!RunsSelected()) {
         BuildPostingDetails(row);
     } else {
         // Payroll detail rows follow their transaction: the user's tick is undone.

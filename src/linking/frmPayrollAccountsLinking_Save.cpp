@@ -47,12 +47,6 @@ Value StoredCredit(const std::string& debit, const std::string& total) {
     return Value(Val(debit) - Val(total));
 }
 
-// Every type but payroll is a kind of payment.
-bool IsPaymentType(const std::string& type) {
-    const std::string code = entry::TypeCodeOfName(type);
-    return !code.empty() && code != "P";
-}
-
 std::string QuotedText(const std::string& text) {
     std::string out = "'";
     for (char c : text) out += c == '\'' ? std::string("''") : std::string(1, c);
@@ -361,24 +355,16 @@ void frmPayrollAccountsLinking::InsertIntoPostingDetailsTable(int32_t& transId) 
 void frmPayrollAccountsLinking::UpdateTransTables() {
     auto& conn = module_.connection();
     const std::string company = std::to_string(module_.session.companyId);
-    const std::string type = Trim(cboType.text());
+    const common::TransactionType* type = SelectedType();
     const bool editing = module_.EntryMode == "E";
 
     flagged_.clear();
-    std::string set, clear;
-    if (type == "Payroll") {
-        set = "update pMonthlyPayRollProcessing set mppPosted=1 where mppCompanyID=";
-        clear = "update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=";
-        set += company + " and mppProcessID=";
-        clear += company + " and mppProcessID=";
-    } else if (IsPaymentType(type)) {
-        set = "update pPaymentHeader set phPosted=1 where phCompanyID=";
-        clear = "update pPaymentHeader set phPosted=0 where phCompanyID=";
-        set += company + " and phPaymentID=";
-        clear += company + " and phPaymentID=";
-    } else {
-        return;
-    }
+    if (type == nullptr) return;
+    const common::SourceTable& source = *type->source;
+    const std::string update = std::string("update ") + source.table + " set " + source.posted + "=";
+    const std::string where =
+        std::string(" where ") + source.company + "=" + company + " and " + source.key + "=";
+    const std::string set = update + "1" + where, clear = update + "0" + where;
     // An edited entry releases every listed source that is no longer ticked.
     for (const auto& [key, ticked] : SourceTicks()) {
         if (ticked) {
@@ -392,7 +378,7 @@ void frmPayrollAccountsLinking::UpdateTransTables() {
 
 std::vector<std::pair<std::string, bool>> frmPayrollAccountsLinking::SourceTicks() {
     std::vector<std::pair<std::string, bool>> sources;
-    if (Trim(cboType.text()) == "Payroll") {
+    if (RunsSelected()) {
         for (int r = 1; r <= lvwTransactions.count(); ++r)
             sources.emplace_back(lvwTransactions.cell(r, trn::TransID), lvwTransactions.checked(r));
         return sources;
@@ -448,7 +434,9 @@ void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
     std::vector<std::string> ticked;
     for (const auto& [key, isTicked] : SourceTicks())
         if (isTicked) ticked.push_back(key);
-    const bool payroll = Trim(cboType.text()) == "Payroll";
+    const common::TransactionType* type = SelectedType();
+    const common::SourceTable& source = type ? *type->source : common::kPayments;
+    const bool payroll = source.payroll;
     for (size_t from = 0; from < ticked.size(); from += kSourcesPerCheck) {
         std::string keys;
         for (size_t i = from; i < ticked.size() && i < from + kSourcesPerCheck; ++i)
@@ -467,7 +455,7 @@ void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
             const std::string other = Trim(rs->field(0).joinText());
             const int32_t otherId = rs->field(1).toInt32();
             rs->close();
-            StopIfHeldUnflagged(other, otherId, keys, payroll);
+            StopIfHeldUnflagged(other, otherId, keys, source);
             throw SaveStopped{"Entry " + other +
                               " has linked some of the ticked transactions since they were listed; "
                               "press Show again to list the ones still open."};
@@ -479,26 +467,24 @@ void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
 // An entry saved before payments were marked posted links them without the flag, so they are
 // listed as open and pressing Show again cannot help: the user has to choose.
 void frmPayrollAccountsLinking::StopIfHeldUnflagged(const std::string& holder, int32_t holderId,
-                                                    const std::string& keys, bool payroll) {
+                                                    const std::string& keys,
+                                                    const common::SourceTable& source) {
     auto& s = module_.session;
     std::string sql = "select d.RefTransNo from " + s.tables.paPayAccLinkDetails + " d";
-    sql += payroll
-               ? " left join pMonthlyPayRollProcessing s on s.mppCompanyID=d.CompanyID and "
-                 "s.mppProcessID=d.RefTransID"
-               : " left join pPaymentHeader s on s.phCompanyID=d.CompanyID and s.phPaymentID=d.RefTransID";
+    sql += std::string(" left join ") + source.table + " s on s." + source.company + "=d.CompanyID and s." +
+           source.key + "=d.RefTransID";
     sql += " where d.CompanyID=" + std::to_string(s.companyId) + " and d.TransID=" + std::to_string(holderId);
     sql += " and d.RefTransID in (" + keys + ")";
-    sql += payroll ? " and isnull(s.mppPosted,0)<>1" : " and isnull(s.phPosted,0)<>1";
+    sql += std::string(" and isnull(s.") + source.posted + ",0)<>1";
     sql += " order by d.DetailID";
     auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
     if (rs->eof()) {
         rs->close();
         return;
     }
-    const std::string source = Trim(rs->field(0).joinText());
+    const std::string number = Trim(rs->field(0).joinText());
     rs->close();
-    throw SaveStopped{"Entry " + holder + " already links " + (payroll ? "payroll run " : "payment ") +
-                      source +
+    throw SaveStopped{"Entry " + holder + " already links " + source.noun + " " + number +
                       " but, saved before sources were marked posted, never marked it so, which is why it is "
                       "listed as open; untick it, or cancel " +
                       holder + " first if this entry should link it."};
@@ -509,7 +495,7 @@ void frmPayrollAccountsLinking::StopIfLedgerBreaks(int32_t transId) {
     LedgerEntry entry;
     entry.companyId = s.companyId;
     entry.transId = transId;
-    entry.payroll = Trim(cboType.text()) == "Payroll";
+    entry.payroll = RunsSelected();
     entry.flagged = flagged_;
     entry.linked = linkedSources_;
     const std::string why = LedgerCheck(module_.connection(), s.tables, entry);

@@ -5,6 +5,7 @@
 #include "browser/FrmMaster.h"
 #include "browser/GridColumns.h"
 #include "common/Conv.h"
+#include "common/TransactionTypes.h"
 #include "report/EntryHistory.h"
 
 namespace linking {
@@ -149,19 +150,15 @@ void frmcancell::ReleaseSourceTransactions(const std::string& typeName, int32_t 
     sql += std::to_string(transId);
     auto rs = module_.connection().open(sql, data::CursorType::ForwardOnly, data::LockType::ReadOnly);
 
-    const bool payroll = typeName == "Payroll";
-    const bool payment = typeName == "Reimbursements" || typeName == "Salary Advances" ||
-                         typeName == "Savings" || typeName == "Holded Salaries" ||
-                         typeName == "Leave Encashments" || typeName == "Others";
+    // An entry of a type this build does not know keeps its sources' flags.
+    const common::TransactionType* type = common::TypeOfName(typeName);
     while (!rs->eof()) {
         const std::string refTransId = rs->field("RefTransID").toText();
-        if (payroll) {
-            module_.connection().execute(
-                "update pMonthlyPayRollProcessing set mppPosted=0 where mppCompanyID=" + company +
-                " and mppProcessID=" + refTransId);
-        } else if (payment) {
-            module_.connection().execute("update pPaymentHeader set phPosted=0 where phCompanyID=" + company +
-                                         " and phPaymentID=" + refTransId);
+        if (type != nullptr) {
+            const common::SourceTable& source = *type->source;
+            module_.connection().execute(std::string("update ") + source.table + " set " + source.posted +
+                                         "=0 where " + source.company + "=" + company + " and " + source.key +
+                                         "=" + refTransId);
         }
         rs->moveNext();
     }

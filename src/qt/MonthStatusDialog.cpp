@@ -76,10 +76,10 @@ private:
     void fill() {
         const report::MonthStatus& s = view_.status();
         grid_->clear();
-        grid_->setRowCount(static_cast<int>(common::kTransactionTypes.size()));
+        grid_->setRowCount(static_cast<int>(common::TransactionTypes().size()));
         grid_->setColumnCount(static_cast<int>(s.departments.size()));
         QStringList types, departments;
-        for (const auto& t : common::kTransactionTypes) types << QString::fromUtf8(t.name);
+        for (const auto& t : common::TransactionTypes()) types << QString::fromUtf8(t.name);
         for (const auto& d : s.departments) departments << qs(d.name);
         grid_->setVerticalHeaderLabels(types);
         grid_->setHorizontalHeaderLabels(departments);
@@ -87,7 +87,7 @@ private:
             for (int c = 0; c < grid_->columnCount(); ++c) {
                 auto* item = new QTableWidgetItem;
                 const report::StatusCell* cell =
-                    s.find(common::kTransactionTypes[static_cast<size_t>(r)].code,
+                    s.find(common::TransactionTypes()[static_cast<size_t>(r)].code,
                            s.departments[static_cast<size_t>(c)].id);
                 if (cell == nullptr) {
                     item->setBackground(QColor(245, 245, 245));
@@ -130,7 +130,7 @@ private:
     void openCell(int row, int column) {
         const report::MonthStatus& s = view_.status();
         if (row < 0 || column < 0 || static_cast<size_t>(column) >= s.departments.size()) return;
-        const std::string code = common::kTransactionTypes[static_cast<size_t>(row)].code;
+        const std::string code = common::TransactionTypes()[static_cast<size_t>(row)].code;
         const int32_t department = s.departments[static_cast<size_t>(column)].id;
         const report::StatusCell* cell = s.find(code, department);
         size_t entry = 0;

@@ -108,7 +108,7 @@ public:
         auto* form = new QFormLayout;
         type_ = new QComboBox(this);
         type_->setObjectName("type");
-        for (const auto& t : entry::kTransactionTypes) type_->addItem(QString::fromUtf8(t.name));
+        for (const auto& t : entry::TransactionTypes()) type_->addItem(QString::fromUtf8(t.name));
         const QDate day = toQDate(common::toDate(module.session.processDate));
         from_ = new QDateEdit(QDate(day.year(), day.month(), 1), this);
         to_ = new QDateEdit(QDate(day.year(), day.month(), day.daysInMonth()), this);

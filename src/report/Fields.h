@@ -14,7 +14,7 @@ inline double number(const common::Value& v) { return v.isNull() ? 0.0 : v.toDou
 
 // The name of a type code in any case; an unknown code is shown as it is stored.
 inline std::string typeName(const std::string& code) {
-    for (const auto& t : common::kTransactionTypes)
+    for (const auto& t : common::TransactionTypes())
         if (common::EqualsNoCase(code, t.code)) return t.name;
     return code;
 }

@@ -13,21 +13,7 @@ namespace {
 using fields::number;
 using fields::text;
 
-struct SourceKind {
-    const char* table;
-    const char* company;
-    const char* id;
-    const char* no;
-    const char* flag;
-    bool payroll;
-    const char* noun;
-};
-
-const SourceKind kKinds[] = {
-    {"pMonthlyPayRollProcessing", "mppCompanyID", "mppProcessID", "mppProcessNo", "mppPosted", true,
-     "payroll run"},
-    {"pPaymentHeader", "phCompanyID", "phPaymentID", "phPaymentNo", "phPosted", false, "payment"},
-};
+const common::SourceTable* const kKinds[] = {&common::kPayrollRuns, &common::kPayments};
 
 int32_t whole(const common::Value& v) { return static_cast<int32_t>(number(v)); }
 std::string amount(double v) { return common::Format(v, "0.00"); }
@@ -46,7 +32,7 @@ public:
     // One pass over a company's sources of one table. The spread of the live entries' keys
     // (none, 0 for one entry, more for several) and the flag decide which are wrong; only for
     // those are the entries counted and named.
-    void sources(const SourceKind& k, const std::string& company) {
+    void sources(const common::SourceTable& k, const std::string& company) {
         auto links = [&](const std::string& what, const std::string& id) {
             return "(select " + what + " from " + t_.paPayAccLinkDetails + " d where " +
                    sql::LinksFor(t_, company, id, k.payroll, true) + ")";
@@ -56,11 +42,11 @@ public:
                    " h where h.CompanyID=" + company + " and h.TransID in " +
                    links("d.TransID", "m.SourceID") + ")";
         };
-        const std::string id = std::string("m.") + k.id;
+        const std::string id = std::string("m.") + k.key;
         std::string perSource = "select m." + std::string(k.company) + " CompanyID, " + id + " SourceID, m." +
-                                k.no + " SourceNo, case when m." + k.flag + "=1 then 1 else 0 end Flag, " +
-                                links("max(d.TransID)-min(d.TransID)", id) + " Spread from " + k.table +
-                                " m where m." + k.company + "=" + company;
+                                k.number + " SourceNo, case when m." + k.posted +
+                                "=1 then 1 else 0 end Flag, " + links("max(d.TransID)-min(d.TransID)", id) +
+                                " Spread from " + k.table + " m where m." + k.company + "=" + company;
         std::string sql = "select m.CompanyID, m.SourceID, m.SourceNo, m.Flag, " +
                           links("count(distinct d.TransID)", "m.SourceID") + " Live, " + entryNo("min") +
                           " FirstEntry, " + entryNo("max") + " LastEntry from (" + perSource + ") m";
@@ -72,7 +58,7 @@ public:
                                        std::to_string(whole(rs->field(1))) + ")";
             const long live = static_cast<long>(number(rs->field(4)));
             const std::string first = text(rs->field(5)), last = text(rs->field(6));
-            const std::string flag = std::string(k.flag);
+            const std::string flag = std::string(k.posted);
             if (live > 1) {
                 const std::string entries = live == 2
                                                 ? first + " and " + last
@@ -237,7 +223,7 @@ AuditResult RunAudit(data::Connection& connection, const data::TableNames& table
     std::vector<std::string> companies;
     for (; !rs->eof(); rs->moveNext()) companies.push_back(rs->field(0).joinText());
     for (const std::string& company : companies)
-        for (const SourceKind& k : kKinds) audit.sources(k, company);
+        for (const common::SourceTable* k : kKinds) audit.sources(*k, company);
     // Twice-linked first, then the flags, whatever table they came from.
     std::stable_sort(audit.result.findings.begin(), audit.result.findings.end(),
                      [](const Finding& a, const Finding& b) {
@@ -250,8 +236,8 @@ AuditResult RunAudit(data::Connection& connection, const data::TableNames& table
     audit.lines();
     audit.numbers(interfaceId);
     audit.result.entries = audit.count("select count(*) from " + tables.paPayAccLinkHeader);
-    for (const SourceKind& k : kKinds)
-        audit.result.sources += audit.count(std::string("select count(*) from ") + k.table);
+    for (const common::SourceTable* k : kKinds)
+        audit.result.sources += audit.count(std::string("select count(*) from ") + k->table);
     return std::move(audit.result);
 }
 

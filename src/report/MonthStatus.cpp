@@ -15,37 +15,14 @@ namespace {
 using fields::number;
 using fields::text;
 
-// A source table as the statements read it, under alias m.
-struct SourceTable {
-    const char* table;
-    const char* company;
-    const char* id;
-    const char* date;
-    const char* department;
-    const char* currency;  // the currency its amounts are in
-    bool payroll;
-};
-
-const SourceTable kRuns{"pMonthlyPayRollProcessing m",
-                        "m.mppCompanyID",
-                        "m.mppProcessID",
-                        "m.mppProcessedDate",
-                        "m.mppDepartmentID",
-                        "e.ecurrencyid",
-                        true};
-const SourceTable kPayments{"pPaymentHeader m",
-                            "m.phCompanyID",
-                            "m.phPaymentID",
-                            "m.phDate",
-                            "m.phDepartmentID",
-                            "m.phcurrencyid",
-                            false};
+// A column of the source table, under alias m.
+std::string m(const char* column) { return std::string("m.") + column; }
 
 // The company's, the range's and the filter's sources.
-std::string where(const SourceTable& s, const Session& session, const StatusFilter& f) {
-    std::string sql = " where " + std::string(s.company) + "=" + std::to_string(session.companyId) +
-                      sql::DateRange(session.connection.dialect(), s.date, f.from, f.to);
-    if (f.department) sql += std::string(" and ") + s.department + "=" + std::to_string(*f.department);
+std::string where(const common::SourceTable& s, const Session& session, const StatusFilter& f) {
+    std::string sql = " where " + m(s.company) + "=" + std::to_string(session.companyId) +
+                      sql::DateRange(session.connection.dialect(), m(s.date), f.from, f.to);
+    if (f.department) sql += " and " + m(s.department) + "=" + std::to_string(*f.department);
     if (!s.payroll && f.type) sql += " and m.phType=" + sql::Quoted(*f.type);
     return sql;
 }
@@ -55,12 +32,12 @@ std::string where(const SourceTable& s, const Session& session, const StatusFilt
 // currency with the count of those without a rate. A payroll run's amount is its gross pay
 // (basic and allowances, the debit side of its entry), a payment's the sum of its lines,
 // each converted and rounded to the cent as its entry's line would be.
-std::string statusStatement(const Session& session, const SourceTable& s, const StatusFilter& f) {
+std::string statusStatement(const Session& session, const common::SourceTable& s, const StatusFilter& f) {
     const data::TableNames& t = session.tables;
     const std::string company = std::to_string(session.companyId);
     std::string amount;
     if (s.payroll) {
-        const std::string rate = sql::RateToCompany(s.currency);
+        const std::string rate = sql::RateToCompany(std::string("e.") + s.currency);
         amount = "round(m.mppBasic*" + rate + ",2)+round(m.mppAllowances*" + rate + ",2)";
     } else {
         // Lines without a rate give Null, a payment without lines 0.
@@ -74,11 +51,11 @@ std::string statusStatement(const Session& session, const SourceTable& s, const 
             " x.CurrencyID1=c.CurrencyID and x.CurrencyID2=p.phcurrencyid where l.pdCompanyID=" +
             company + " and l.pdPaymentID=m.phPaymentID)";
     }
-    std::string perSource = "select " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " +
-                            s.department + " DepartmentID, " + sql::LiveEntry(t, company, s.id, s.payroll) +
-                            " TransID, " + sql::LinkedByCancelled(t, company, s.id, s.payroll) +
-                            " Released, " + amount + " Amount";
-    perSource += " from " + std::string(s.table);
+    std::string perSource =
+        "select " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " + m(s.department) +
+        " DepartmentID, " + sql::LiveEntry(t, company, m(s.key), s.payroll) + " TransID, " +
+        sql::LinkedByCancelled(t, company, m(s.key), s.payroll) + " Released, " + amount + " Amount";
+    perSource += " from " + std::string(s.table) + " m";
     if (s.payroll) {
         perSource += " left join pemployee e on e.eCompanyID=m.mppCompanyID and e.eEmployeeID=m.mppEmpID";
         perSource += " left join " + t.pCompanyMaster + " c on c.CompanyID=m.mppCompanyID";
@@ -94,15 +71,16 @@ std::string statusStatement(const Session& session, const SourceTable& s, const 
 }
 
 int typeOrder(const std::string& code) {
-    for (size_t i = 0; i < common::kTransactionTypes.size(); ++i)
-        if (common::EqualsNoCase(code, common::kTransactionTypes[i].code)) return static_cast<int>(i);
-    return static_cast<int>(common::kTransactionTypes.size());
+    const auto& types = common::TransactionTypes();
+    for (size_t i = 0; i < types.size(); ++i)
+        if (common::EqualsNoCase(code, types[i].code)) return static_cast<int>(i);
+    return static_cast<int>(types.size());
 }
 
 }  // namespace
 
 std::optional<std::string> TypeCodeOf(const std::string& name) {
-    for (const auto& t : common::kTransactionTypes)
+    for (const auto& t : common::TransactionTypes())
         if (common::EqualsNoCase(common::Trim(name), t.name)) return std::string(t.code);
     return std::nullopt;
 }
@@ -181,9 +159,11 @@ MonthStatus LoadMonthStatus(const Session& session, const StatusFilter& filter) 
 
     // The branches the filter asks for; the entries' numbers joined on after grouping.
     std::string sql;
-    if (!filter.type || *filter.type == "P") sql = statusStatement(session, kRuns, filter);
-    if (!filter.type || *filter.type != "P")
-        sql += (sql.empty() ? "" : " union all ") + statusStatement(session, kPayments, filter);
+    const common::TransactionType* only = filter.type ? common::TypeOfCode(*filter.type) : nullptr;
+    const bool runs = only != nullptr && only->source->payroll;
+    if (!filter.type || runs) sql = statusStatement(session, common::kPayrollRuns, filter);
+    if (!filter.type || !runs)
+        sql += (sql.empty() ? "" : " union all ") + statusStatement(session, common::kPayments, filter);
     sql =
         "select g.TransType, g.DepartmentID, g.TransID, h.TransNo, g.Sources, g.Released, g.Amount, "
         "g.WithoutRate"
