@@ -24,24 +24,35 @@ struct SourceTable {
     const char* employee;
     const char* currency;  // the currency its amounts are in; a run's is its employee's
     const char* posted;    // the flag: 1 once a live entry links it
+    const char* type;      // the code of its type; none where all its sources are of one type
     const char* noun;      // "payroll run", "payment"
     bool payroll;          // runs, whose detail rows follow the run's tick
 };
 
-inline constexpr SourceTable kPayrollRuns{"pMonthlyPayRollProcessing",
-                                          "mppCompanyID",
-                                          "mppProcessID",
-                                          "mppProcessNo",
-                                          "mppProcessedDate",
-                                          "mppDepartmentID",
-                                          "mppEmpID",
-                                          "ecurrencyid",
-                                          "mppPosted",
-                                          "payroll run",
-                                          true};
-inline constexpr SourceTable kPayments{"pPaymentHeader", "phCompanyID",    "phPaymentID",  "phPaymentNo",
-                                       "phDate",         "phDepartmentID", "phEmployeeID", "phcurrencyid",
-                                       "phPosted",       "payment",        false};
+inline constexpr SourceTable kPayrollRuns{.table = "pMonthlyPayRollProcessing",
+                                          .company = "mppCompanyID",
+                                          .key = "mppProcessID",
+                                          .number = "mppProcessNo",
+                                          .date = "mppProcessedDate",
+                                          .department = "mppDepartmentID",
+                                          .employee = "mppEmpID",
+                                          .currency = "ecurrencyid",
+                                          .posted = "mppPosted",
+                                          .type = nullptr,
+                                          .noun = "payroll run",
+                                          .payroll = true};
+inline constexpr SourceTable kPayments{.table = "pPaymentHeader",
+                                       .company = "phCompanyID",
+                                       .key = "phPaymentID",
+                                       .number = "phPaymentNo",
+                                       .date = "phDate",
+                                       .department = "phDepartmentID",
+                                       .employee = "phEmployeeID",
+                                       .currency = "phcurrencyid",
+                                       .posted = "phPosted",
+                                       .type = "phType",
+                                       .noun = "payment",
+                                       .payroll = false};
 
 // Every payment credits the account of this setting; its debit goes to the type's own.
 inline constexpr const char* kCashSetting = "CASH";

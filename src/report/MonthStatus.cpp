@@ -23,7 +23,7 @@ std::string where(const common::SourceTable& s, const Session& session, const St
     std::string sql = " where " + m(s.company) + "=" + std::to_string(session.companyId) +
                       sql::DateRange(session.connection.dialect(), m(s.date), f.from, f.to);
     if (f.department) sql += " and " + m(s.department) + "=" + std::to_string(*f.department);
-    if (!s.payroll && f.type) sql += " and m.phType=" + sql::Quoted(*f.type);
+    if (s.type && f.type) sql += " and " + m(s.type) + "=" + sql::Quoted(*f.type);
     return sql;
 }
 
@@ -52,7 +52,7 @@ std::string statusStatement(const Session& session, const common::SourceTable& s
             company + " and l.pdPaymentID=m.phPaymentID)";
     }
     std::string perSource =
-        "select " + std::string(s.payroll ? "'P'" : "m.phType") + " TransType, " + m(s.department) +
+        "select " + (s.type ? m(s.type) : std::string("'P'")) + " TransType, " + m(s.department) +
         " DepartmentID, " + sql::LiveEntry(t, company, m(s.key), s.payroll) + " TransID, " +
         sql::LinkedByCancelled(t, company, m(s.key), s.payroll) + " Released, " + amount + " Amount";
     perSource += " from " + std::string(s.table) + " m";

@@ -11,6 +11,7 @@
 
 #include "../TestSupport.h"
 #include "common/Conv.h"
+#include "common/TransactionTypes.h"
 #include "data/TableNames.h"
 #include "data/sqlite/ProcedureCatalog.h"
 #include "journal/frmJournalDetails.h"
@@ -108,14 +109,13 @@ TEST_F(SqlServerContract, ProceduresGiveWhatTheReadersTakeAndTakeWhatTheCallersP
 
     // Result columns: every field a gathering reader takes by name.
     const std::string gather = readSource("src/linking/frmPayrollAccountsLinking_Gather.cpp");
-    std::map<std::string, std::set<std::string>> readers{
-        {"spPAGetPayrollAccountDetails",
-         fieldsRead(functionBody(gather, "frmPayrollAccountsLinking::FillPayrollDetails"))}};
+    const std::set<std::string> runFields =
+        fieldsRead(functionBody(gather, "frmPayrollAccountsLinking::FillPayrollDetails"));
     const std::set<std::string> paymentFields =
         fieldsRead(functionBody(gather, "frmPayrollAccountsLinking::FillPaymentDetails"));
-    static const std::regex paymentProcedure(R"re("(spPAGet\w+Details)")re");
-    for (std::sregex_iterator m(gather.begin(), gather.end(), paymentProcedure), end; m != end; ++m)
-        readers[(*m)[1]] = paymentFields;
+    std::map<std::string, std::set<std::string>> readers;
+    for (const auto& t : common::TransactionTypes())
+        readers[t.procedure] = t.source->payroll ? runFields : paymentFields;
     EXPECT_EQ(readers.size(), 5u);
     for (const auto& [name, fields] : readers) {
         ASSERT_TRUE(server.count(name)) << name;
