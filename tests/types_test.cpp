@@ -22,12 +22,6 @@ using common::TransactionTypes;
 using Pairs = std::set<std::pair<std::string, std::string>>;
 using Served = std::map<std::string, std::set<std::string>>;
 
-std::string source(const std::string& relative) {
-    std::string text = testsupport::slurp(std::string(PAYACC_SOURCE_DIR) + "/" + relative);
-    EXPECT_FALSE(text.empty()) << relative;
-    return text;
-}
-
 // What a retrieval procedure lists: "runs", or the payment codes its phType condition admits.
 std::set<std::string> served(const std::string& body) {
     if (body.find("vwPayrollAccountLines") != std::string::npos) return {"runs"};
@@ -38,7 +32,8 @@ std::set<std::string> served(const std::string& body) {
     if (std::regex_search(body, m, list)) {
         const std::string items = m[1];
         static const std::regex code(R"('(\w+)')");
-        for (std::sregex_iterator c(items.begin(), items.end(), code), end; c != end; ++c) codes.insert((*c)[1]);
+        for (std::sregex_iterator c(items.begin(), items.end(), code), end; c != end; ++c)
+            codes.insert((*c)[1]);
     }
     return codes;
 }
@@ -60,7 +55,9 @@ TEST(TransactionTypeContract, DescriptorMatchesTheSettingsViewsAndProceduresOfBo
     EXPECT_EQ(*positions.rbegin(), static_cast<int>(TransactionTypes().size()) - 1);
 
     // SQL Server: the scripts as text.
-    const std::string schema = source("db/sqlserver/schema.sql"), script = source("db/sqlserver/procedures.sql");
+    const std::string sqlserver = std::string(PAYACC_SOURCE_DIR) + "/db/sqlserver/";
+    const std::string schema = testsupport::slurp(sqlserver + "schema.sql");
+    const std::string script = testsupport::slurp(sqlserver + "procedures.sql");
     const size_t view = schema.find("CREATE VIEW vwPayAccLinkSettings");
     ASSERT_NE(view, std::string::npos);
     const std::string viewText = schema.substr(view, schema.find("\nGO", view) - view);
@@ -81,7 +78,8 @@ TEST(TransactionTypeContract, DescriptorMatchesTheSettingsViewsAndProceduresOfBo
     auto db = data::sqlite::open(tmp.file("fresh.db"));
     db->execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (1, 'One', 1)");
     Pairs embedded;
-    for (auto rs = db->open("select SettingCode, SettingName from vwPayAccLinkSettings"); !rs->eof(); rs->moveNext())
+    for (auto rs = db->open("select SettingCode, SettingName from vwPayAccLinkSettings"); !rs->eof();
+         rs->moveNext())
         embedded.insert({rs->field(0).toText(), rs->field(1).toText()});
     EXPECT_EQ(embedded, settings);
     data::sqlite::ProcedureCatalog catalog("");
@@ -94,8 +92,8 @@ TEST(TransactionTypeContract, DescriptorMatchesTheSettingsViewsAndProceduresOfBo
         const size_t at = schema.find(std::string("CREATE TABLE ") + s->table + " (");
         ASSERT_NE(at, std::string::npos) << s->table;
         const std::string table = schema.substr(at, schema.find(");", at) - at);
-        for (const char* column : {s->company, s->key, s->number, s->date, s->department, s->employee, s->posted,
-                                   s->type ? s->type : s->key}) {
+        for (const char* column : {s->company, s->key, s->number, s->date, s->department, s->employee,
+                                   s->posted, s->type ? s->type : s->key}) {
             EXPECT_TRUE(std::regex_search(table, std::regex(std::string("\\n\\s*") + column + "\\s")))
                 << s->table << "." << column;
             EXPECT_NO_THROW(db->open(std::string("select ") + column + " from " + s->table))
@@ -121,12 +119,13 @@ protected:
         LinkingTest::SetUp();
 
         std::string view = scalar("select sql from sqlite_master where name='vwPayAccLinkSettings'").toText();
-        view = std::regex_replace(view, std::regex(R"(\('O', 'Others'\),)"), "('O', 'Others'), ('B', 'Bonuses'),");
+        view = std::regex_replace(view, std::regex(R"(\('O', 'Others'\),)"),
+                                  "('O', 'Others'), ('B', 'Bonuses'),");
         raw->execute("drop view vwPayAccLinkSettings");
         raw->execute(view);
         raw->execute(
-            "insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (1, 2107, 'Bonus "
-            "Expense', 2)");
+            "insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (1, 2107, "
+            "'Bonus Expense', 2)");
         raw->execute("insert into paPayAccLinkSettings values (1, 'B', 'Bonuses', 2107)");
     }
     void TearDown() override {
@@ -134,8 +133,8 @@ protected:
         unsetenv("PAYACC_PROCEDURE_DIR");
     }
 
-    common::ExtraTransactionType bonuses_{{"B", "Bonuses", "spPAGetBonusDetails", "Bonus", "B", &common::kPayments,
-                                           static_cast<int>(TransactionTypes().size())}};
+    common::ExtraTransactionType bonuses_{{"B", "Bonuses", "spPAGetBonusDetails", "Bonus", "B",
+                                           &common::kPayments, static_cast<int>(TransactionTypes().size())}};
     testsupport::TempDir procedures_;
 };
 
@@ -144,8 +143,9 @@ TEST_F(NinthKindTest, IsListedGatheredSavedBrowsedAndCancelledWithNothingButItsR
     addPayment(9302, "B", 906, 250.55, "2026-10-20", 2);
     addPayment(9303, "O", 902, 70, "2026-10-21");
     auto flags = [&] {
-        return scalar("select group_concat(phPosted, '') from (select phPosted from pPaymentHeader where "
-                      "phPaymentID in (9301, 9302, 9303) order by phPaymentID)")
+        return scalar(
+                   "select group_concat(phPosted, '') from (select phPosted from pPaymentHeader where "
+                   "phPaymentID in (9301, 9302, 9303) order by phPaymentID)")
             .toText();
     };
 
@@ -163,7 +163,8 @@ TEST_F(NinthKindTest, IsListedGatheredSavedBrowsedAndCancelledWithNothingButItsR
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
     const int id = scalar("select max(TransID) from paPayAccLinkHeader").toInt32();
-    EXPECT_EQ(scalar("select TransType from paPayAccLinkHeader where TransID=" + std::to_string(id)).toText(), "B");
+    EXPECT_EQ(scalar("select TransType from paPayAccLinkHeader where TransID=" + std::to_string(id)).toText(),
+              "B");
     EXPECT_EQ(oracle().entryFaults(id), "");
     EXPECT_EQ(flags(), "110");
     const int row = browserRow(id);
