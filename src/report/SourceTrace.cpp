@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/Conv.h"
+#include "common/TransactionTypes.h"
 #include "report/Fields.h"
 #include "report/Statements.h"
 
@@ -19,23 +20,15 @@ std::string dateText(const common::Value& v) {
 }
 
 void readSource(const Session& s, SourceTrace& trace) {
+    const common::SourceTable& m = trace.payroll ? common::kPayrollRuns : common::kPayments;
+    auto col = [](const char* column) { return std::string("m.") + column; };
     const std::string company = std::to_string(s.companyId), id = std::to_string(trace.id);
-    std::string sql =
-        trace.payroll
-            ? "select m.mppProcessNo, m.mppProcessedDate, dp.DepartmentName, e.eName, m.mppPosted, 'P'"
-              " from pMonthlyPayRollProcessing m left join pemployee e on e.eCompanyID=m.mppCompanyID and"
-              " e.eEmployeeID=m.mppEmpID left join " +
-                  s.tables.pDepartment +
-                  " dp on dp.CompanyID=m.mppCompanyID and dp.DepartmentID=m.mppDepartmentID where "
-                  "m.mppCompanyID=" +
-                  company + " and m.mppProcessID=" + id
-            : "select m.phPaymentNo, m.phDate, dp.DepartmentName, e.eName, m.phPosted, m.phType"
-              " from pPaymentHeader m left join pemployee e on e.eCompanyID=m.phCompanyID and"
-              " e.eEmployeeID=m.phEmployeeID left join " +
-                  s.tables.pDepartment +
-                  " dp on dp.CompanyID=m.phCompanyID and dp.DepartmentID=m.phDepartmentID where "
-                  "m.phCompanyID=" +
-                  company + " and m.phPaymentID=" + id;
+    std::string sql = "select " + col(m.number) + ", " + col(m.date) + ", dp.DepartmentName, e.eName, " +
+                      col(m.posted) + ", " + (m.type ? col(m.type) : std::string("'P'"));
+    sql += std::string(" from ") + m.table + " m left join pemployee e on e.eCompanyID=" + col(m.company) +
+           " and e.eEmployeeID=" + col(m.employee) + " left join " + s.tables.pDepartment +
+           " dp on dp.CompanyID=" + col(m.company) + " and dp.DepartmentID=" + col(m.department) + " where " +
+           col(m.company) + "=" + company + " and " + col(m.key) + "=" + id;
     auto rs = s.connection.open(sql);
     if (rs->eof()) return;
     trace.found = true;
