@@ -43,16 +43,16 @@ TEST_F(SafeguardTest, ABrowserListingDuringAnotherCopysSaveSeesWhatIsCommitted) 
     raw->rollbackTrans();
 }
 
-// An entry posted by another user after the screen's own posted check, just as its transaction
-// begins, is closed to an open edit or cancellation. (Cancelled meanwhile: the property test's
-// two users.)
+// An entry cancelled or posted by another user after the screen's own check, just as its
+// transaction begins, is closed to an open edit, and one posted so to an open cancellation.
+// (Cancelled before a stale cancellation: the property test's two users.)
 const std::string kClosedToEdit =
     "This entry has been cancelled or posted by another user meanwhile; close the screen to leave it as it "
     "is.";
 const std::string kClosedToCancel =
     "This entry has been cancelled or posted by another user meanwhile; it is left as it is.";
 
-TEST_F(SafeguardTest, AnEntryPostedMeanwhileIsClosedToAnOpenEditOrCancellation) {
+TEST_F(SafeguardTest, AnEntryClosedMeanwhileIsClosedToAnOpenEditOrCancellation) {
     addRun(9101, 901, 1000, 100, 50);
     auto& f = openNew();
     show(f, "Payroll");
@@ -61,28 +61,32 @@ TEST_F(SafeguardTest, AnEntryPostedMeanwhileIsClosedToAnOpenEditOrCancellation) 
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
     auto& grid = browser().flexMaster;
-    grid.userSelectCell(grid.rows() - 1, 0);
-    ASSERT_EQ(grid.textMatrix(grid.row(), 0), "6");
-    browser().CmdEdit.userClick();
-    auto& late = module->frmPayrollAccountsLinking();
-    late.txtRemarks.userPaste("edited after posting");
-    const auto postAtBegin = [&](const data::TraceEntry& e) {
+    std::string column;
+    const auto closeAtBegin = [&](const data::TraceEntry& e) {
         if (e.kind == data::TraceEntry::Kind::Begin)
-            raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=6");
+            raw->execute("update paPayAccLinkHeader set " + column + "=1 where TransID=6");
     };
-    trace->beforeEach = postAtBegin;
-    late.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    EXPECT_EQ(lastMessage(), kClosedToEdit);
-    toolkit.answers = {ui::vbNo};
-    late.cmdClose.userClick();
-    ASSERT_FALSE(linkingOpen());
-    raw->execute("update paPayAccLinkHeader set Posted=0 where TransID=6");
+    for (const char* set : {"Cancelled", "Posted"}) {
+        column = set;
+        grid.userSelectCell(grid.rows() - 1, 0);
+        ASSERT_EQ(grid.textMatrix(grid.row(), 0), "6");
+        browser().CmdEdit.userClick();
+        auto& late = module->frmPayrollAccountsLinking();
+        late.txtRemarks.userPaste("edited meanwhile");
+        trace->beforeEach = closeAtBegin;
+        late.cmdOk.userClick();
+        trace->beforeEach = nullptr;
+        EXPECT_EQ(lastMessage(), kClosedToEdit) << set;
+        toolkit.answers = {ui::vbNo};
+        late.cmdClose.userClick();
+        ASSERT_FALSE(linkingOpen());
+        raw->execute("update paPayAccLinkHeader set " + column + "=0 where TransID=6");
+    }
     grid.userSelectCell(grid.rows() - 1, 0);
     toolkit.answers = {ui::vbYes};
     browser().CmdDelete.userClick();
     module->frmcancell().txtreason.userType("too late");
-    trace->beforeEach = postAtBegin;
+    trace->beforeEach = closeAtBegin;
     module->frmcancell().cmdok.userClick();
     trace->beforeEach = nullptr;
     EXPECT_EQ(lastMessage(), kClosedToCancel);
