@@ -19,6 +19,7 @@ namespace linkingtest {
 namespace {
 
 using testsupport::Line;
+using testsupport::money;
 using testsupport::SourceLine;
 namespace trn = linking::trn;
 
@@ -27,11 +28,6 @@ const DateTime kFrom = DateTime::ymd(2026, 9, 1), kTo = DateTime::ymd(2026, 10, 
 const std::vector<std::string> kTexts = {"October wages",  "O'Brien's advance", "a; b -- c /* d */",
                                          "He said \"no\"", "Zürich – Ærø",      "رواتب"};
 
-std::string money(double x) {
-    char b[40];
-    std::snprintf(b, sizeof b, "%.2f", testsupport::round2(x) + 0.0);
-    return b;
-}
 std::string n(long long v) { return std::to_string(v); }
 
 unsigned long envNumber(const char* name, unsigned long fallback) {

@@ -1,4 +1,5 @@
 // Loading a saved entry into the linking screen and saving it again.
+#include "journal/frmJournalDetails.h"
 #include "linking_fixture.h"
 
 namespace linkingtest {
@@ -29,6 +30,12 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
 }
 
 TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
+    auto& first = openNew();  // a dirham department's new entry first: the edit forgets its currency
+    gather(first, "Payroll", DateTime::ymd(2026, 10, 15), "Administration");
+    toolkit.answers.push_back(ui::vbNo);
+    first.cmdClose.userClick();
+    ASSERT_FALSE(linkingOpen());
+    toolkit.messages.clear();
     auto& f = openEdit(3);  // August payroll of the Pune department, paid in rupees
     EXPECT_TRUE(toolkit.messages.empty());
     EXPECT_EQ(f.txtTransNo.text() + "|" + f.cboType.text() + "|" + f.cboDepartment.text() + "|" +
@@ -66,6 +73,17 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
                   f.lblTotalAmt.caption(),
               "Amount(AED)Amount(INR)Amount(INR)Amount(AED)Balance(INR) :");
     EXPECT_EQ(module->DepartmentCurrencyID * 10 + module->CompanyCurrencyID, 31);
+    // The line editor converts in them too.
+    f.lvwPostingDetails.userRightClick();
+    f.mnuAdd.userClick();
+    auto& ed = module->frmJournalDetails();
+    ASSERT_TRUE(ed.cboAccountID.userSelectText("HDFC Bank Pune Account"));
+    ed.txtAmount.userType("100");
+    EXPECT_EQ(ed.lblDepAmount.caption() + ed.lblCompAmount.caption() + ed.txtDepAmount.text() + " " +
+                  ed.txtCompAmount.text(),
+              "Amount(INR) :Amount(AED) :100.00 4.41");
+    EXPECT_TRUE(ed.txtDepAmount.locked() && ed.txtCompAmount.locked());
+    ed.cmdCancel.userClick();
 
     // Saved again with the first two runs unticked.
     const std::string released1 = f.lvwTransactions.cell(1, linking::trn::TransID);

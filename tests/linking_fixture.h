@@ -134,15 +134,6 @@ protected:
         for (size_t i = 0; i < std::size(cols); ++i) l.setCell(r, cols[i], texts[i]);
         if (l.selectedIndex() == 0) l.setSelectedIndex(r);
     }
-    // The posting line of an account in a transaction currency, 0 when none.
-    static int lineOf(const frmPayrollAccountsLinking& f, const std::string& account,
-                      const std::string& currency) {
-        for (int r = 1; r <= f.lvwPostingDetails.count(); ++r)
-            if (f.lvwPostingDetails.cell(r, linking::pst::DebitAccountID) == account &&
-                f.lvwPostingDetails.cell(r, linking::pst::ResCurrID) == currency)
-                return r;
-        return 0;
-    }
     // One row's cells joined with "|".
     static std::string rowCells(const ui::ListView& l, int row) {
         std::string s;

@@ -43,15 +43,16 @@ TEST_F(SafeguardTest, ABrowserListingDuringAnotherCopysSaveSeesWhatIsCommitted) 
     raw->rollbackTrans();
 }
 
-// A browser (and an edit) opened before another user cancelled the entry and linked its runs
-// again.
+// An entry cancelled or posted by another user after the screen's own check, just as its
+// transaction begins, is closed to an open edit, and one posted so to an open cancellation.
+// (Cancelled before a stale cancellation: the property test's two users.)
 const std::string kClosedToEdit =
     "This entry has been cancelled or posted by another user meanwhile; close the screen to leave it as it "
     "is.";
 const std::string kClosedToCancel =
     "This entry has been cancelled or posted by another user meanwhile; it is left as it is.";
 
-TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
+TEST_F(SafeguardTest, AnEntryClosedMeanwhileIsClosedToAnOpenEditOrCancellation) {
     addRun(9101, 901, 1000, 100, 50);
     auto& f = openNew();
     show(f, "Payroll");
@@ -59,75 +60,40 @@ TEST_F(SafeguardTest, StaleCancellationOrEditChangesNothing) {
     f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
 
-    OtherCopy stale(*module, dbPath);
-    auto& g = stale.module.FrmMaster().flexMaster;
-    g.userSelectCell(g.rows() - 1, 0);
-    ASSERT_EQ(g.textMatrix(g.row(), 0), "6");
-    // The other user also has the entry open for editing.
-    stale.module.FrmMaster().CmdEdit.userClick();
-    auto& editing = stale.module.frmPayrollAccountsLinking();
-    editing.txtRemarks.userPaste("edited late");
-
-    toolkit.answers = {ui::vbYes};
-    browser().CmdDelete.userClick();
-    module->frmcancell().txtreason.userType("first reason");
-    module->frmcancell().cmdok.userClick();
-    auto& again = openNew();
-    show(again, "Payroll");
-    again.lvwTransactions.userToggle(1);
-    again.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-    const auto state = [&] {
-        return rows("select TransID, Cancelled, cancelremarks from paPayAccLinkHeader where TransID>5") +
-               rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101");
-    };
-    const std::string before = state();
-
-    editing.cmdOk.userClick();
-    EXPECT_EQ(lastBox(stale.toolkit).text, kClosedToEdit);
-    stale.toolkit.answers = {ui::vbNo};
-    editing.cmdClose.userClick();
-    ASSERT_FALSE(stale.linkingOpen());
-
-    stale.toolkit.answers = {ui::vbYes};
-    stale.module.FrmMaster().CmdDelete.userClick();
-    stale.module.frmcancell().txtreason.userType("second reason");
-    stale.module.frmcancell().cmdok.userClick();
-    EXPECT_EQ(lastBox(stale.toolkit).text, kClosedToCancel);
-    EXPECT_FALSE(stale.module.isLoaded("frmcancell"));
-    EXPECT_EQ(state(), before);
-    EXPECT_EQ(before, "6|1|first reason|\n7|0||\n1|\n");
-    EXPECT_EQ(g.textMatrix(g.row(), 5), "Yes");
-
-    // An entry posted meanwhile is as closed to an open edit or cancellation as a cancelled one.
     auto& grid = browser().flexMaster;
-    grid.userSelectCell(grid.rows() - 1, 0);
-    ASSERT_EQ(grid.textMatrix(grid.row(), 0), "7");
-    browser().CmdEdit.userClick();
-    auto& late = module->frmPayrollAccountsLinking();
-    late.txtRemarks.userPaste("edited after posting");
-    // Posted after the screen's own posted check, just as its transaction begins.
-    const auto postAtBegin = [&](const data::TraceEntry& e) {
+    std::string column;
+    const auto closeAtBegin = [&](const data::TraceEntry& e) {
         if (e.kind == data::TraceEntry::Kind::Begin)
-            raw->execute("update paPayAccLinkHeader set Posted=1 where TransID=7");
+            raw->execute("update paPayAccLinkHeader set " + column + "=1 where TransID=6");
     };
-    trace->beforeEach = postAtBegin;
-    late.cmdOk.userClick();
-    trace->beforeEach = nullptr;
-    EXPECT_EQ(lastMessage(), kClosedToEdit);
-    toolkit.answers = {ui::vbNo};
-    late.cmdClose.userClick();
-    ASSERT_FALSE(linkingOpen());
-    raw->execute("update paPayAccLinkHeader set Posted=0 where TransID=7");
+    for (const char* set : {"Cancelled", "Posted"}) {
+        column = set;
+        grid.userSelectCell(grid.rows() - 1, 0);
+        ASSERT_EQ(grid.textMatrix(grid.row(), 0), "6");
+        browser().CmdEdit.userClick();
+        auto& late = module->frmPayrollAccountsLinking();
+        late.txtRemarks.userPaste("edited meanwhile");
+        trace->beforeEach = closeAtBegin;
+        late.cmdOk.userClick();
+        trace->beforeEach = nullptr;
+        EXPECT_EQ(lastMessage(), kClosedToEdit) << set;
+        toolkit.answers = {ui::vbNo};
+        late.cmdClose.userClick();
+        ASSERT_FALSE(linkingOpen());
+        raw->execute("update paPayAccLinkHeader set " + column + "=0 where TransID=6");
+    }
     grid.userSelectCell(grid.rows() - 1, 0);
     toolkit.answers = {ui::vbYes};
     browser().CmdDelete.userClick();
     module->frmcancell().txtreason.userType("too late");
-    trace->beforeEach = postAtBegin;
+    trace->beforeEach = closeAtBegin;
     module->frmcancell().cmdok.userClick();
     trace->beforeEach = nullptr;
     EXPECT_EQ(lastMessage(), kClosedToCancel);
-    EXPECT_EQ(rows("select Remarks, Cancelled, Posted from paPayAccLinkHeader where TransID=7"), "|0|1|\n");
+    EXPECT_FALSE(module->isLoaded("frmcancell"));
+    EXPECT_EQ(rows("select Remarks, Cancelled, Posted from paPayAccLinkHeader where TransID=6") +
+                  rows("select mppPosted from pMonthlyPayRollProcessing where mppProcessID=9101"),
+              "|0|1|\n1|\n");
 }
 
 // An edit opened before another user released one of its sources, and a new entry linked it:
@@ -248,6 +214,32 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     log = testsupport::slurp(data::errorLogPath());
     EXPECT_NE(log.find("FrmMaster:"), std::string::npos) << log;
     EXPECT_NE(log.find(":AssignTableName:N\r\n"), std::string::npos) << log;
+}
+
+// As the classic component left its payment entries: linked, never flagged.
+TEST_F(LinkingTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) {
+    auto& f = openNew();
+    gather(f, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
+    f.lvwTransactionDetails.userToggle(1);
+    f.lvwTransactionDetails.userToggle(2);
+    const std::string payment = f.lvwTransactionDetails.cell(1, linking::det::TransNo);
+    f.cmdOk.userClick();
+    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    raw->execute("update pPaymentHeader set phPosted=0 where phCompanyID=1");
+
+    auto& again = openNew();
+    gather(again, "Reimbursements", DateTime::ymd(2026, 10, 15), "Administration");
+    ASSERT_EQ(again.lvwTransactionDetails.cell(1, linking::det::TransNo), payment);
+    again.lvwTransactionDetails.userToggle(1);
+    again.lvwTransactionDetails.userToggle(2);
+    const std::string before = dbState();
+    again.cmdOk.userClick();
+    EXPECT_EQ(lastMessage(),
+              "Entry PAL/6 already links payment " + payment +
+                  " but, saved before sources were marked posted, never marked it so, which is why "
+                  "it is listed as open; untick it, or cancel PAL/6 first if this entry should "
+                  "link it.");
+    EXPECT_EQ(dbState(), before);
 }
 
 // Hostile remarks reach the database exactly, typed or pasted, never inside a statement's text.

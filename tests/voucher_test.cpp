@@ -85,11 +85,7 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsIt) {
                   v.linked[9].currency + " " + report::Amount(v.linked[9].amount),
               "PR202608/010 Omar Haddad (E0010) 28/08/2026 USD 3,590.00");
     testsupport::Oracle o(*raw, 1);
-    auto money = [](double x) {
-        char b[40];
-        std::snprintf(b, sizeof b, " %.2f", x + 0.0);
-        return std::string(b);
-    };
+    auto money = [](double x) { return " " + testsupport::money(x); };
     auto check = [&](int32_t id) {
         const report::Voucher got = report::LoadVoucher(session(), id, "");
         std::string lines, want, totals;

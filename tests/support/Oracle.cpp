@@ -16,11 +16,6 @@ constexpr double kNoAmount = std::numeric_limits<double>::quiet_NaN();
 // Amounts of the database, Null as no amount.
 double num(const common::Value& v) { return v.isNull() ? kNoAmount : v.toDouble(); }
 int32_t id(const common::Value& v) { return v.isNull() ? 0 : v.toInt32(); }
-std::string money(double x) {
-    char b[40];
-    std::snprintf(b, sizeof b, "%.2f", x + 0.0);  // no "-0.00"
-    return b;
-}
 std::string day(const common::DateTime& d) {
     char b[16];
     std::snprintf(b, sizeof b, "%04d-%02d-%02d", d.year, d.month, d.day);
@@ -36,6 +31,12 @@ const char* typeName(const std::string& letter) {
 }
 
 }  // namespace
+
+std::string money(double x) {
+    char b[40];
+    std::snprintf(b, sizeof b, "%.2f", x + 0.0);  // no "-0.00"
+    return b;
+}
 
 double round2(double x) {
     // A product of cents and a rate is off its decimal value by a few units in the last place;

@@ -36,6 +36,8 @@ namespace testsupport {
 // Cents, half away from zero on the decimal value (15 significant digits), as the database's
 // round() and the screens' "0.00" round.
 double round2(double x);
+// Two decimals, never "-0.00".
+std::string money(double x);
 
 // An account line of a run or a payment: a detail row as Show lists it.
 struct SourceLine {
