@@ -7,6 +7,7 @@
 #include "TestSupport.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "data/Dialect.h"
 #include "data/ErrorLog.h"
 #include "data/TableNames.h"
 #include "data/Trace.h"
@@ -69,4 +70,14 @@ TEST(DataTest, ErrorLogWritesNineFieldLines) {
     }
     EXPECT_EQ(testsupport::slurp(path), text);
     data::setComponentFolder("");
+}
+
+// Dates in statements: the classic texts on the embedded database, forms that every language
+// of SQL Server reads alike there.
+TEST(DataTest, DialectWritesDatesAsEachServerReadsThem) {
+    const auto d = common::DateTime::ymd(2026, 10, 5);
+    EXPECT_EQ(data::Dialect{}.dateLiteral(d, "yyyy/mm/dd"), "'2026/10/05'");
+    EXPECT_EQ(data::Dialect{}.dateValue(d, "dd/MMM/yyyy").toText(), "05/Oct/2026");
+    EXPECT_EQ((data::Dialect{true, 100}.dateLiteral(d, "dd/MMM/yyyy")), "'20261005'");
+    EXPECT_EQ((data::Dialect{true, 100}.dateValue(d, "dd/MMM/yyyy").type()), common::Value::Type::Date);
 }

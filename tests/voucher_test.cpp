@@ -108,6 +108,12 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsIt) {
         "update paPayAccLinkPostingDetails set AccCurrID=2, AccCurrSymbol='USD', CreditAmount=108.92, "
         "Editable='Y' where CompanyID=1 and TransID=4 and DetailID=2");
     check(4);
+    // A dirham short on either side does not balance.
+    for (const char* by : {"-1", "+2"}) {
+        raw->execute(std::string("update paPayAccLinkPostingDetails set DeptAmount=DeptAmount") + by +
+                     " where CompanyID=1 and TransID=4 and DetailID=2");
+        check(4);
+    }
     raw->execute(
         "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+1 where TransID=4 and DetailID=1");
     check(4);

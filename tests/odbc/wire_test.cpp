@@ -8,6 +8,7 @@
 
 #include "../TestSupport.h"
 #include "data/odbc/OdbcConnection.h"
+#include "data/odbc/ServerDialect.h"
 #include "linking/frmPayrollAccountsLinking.h"
 #include "support/TdsResponder.h"
 
@@ -157,3 +158,14 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
 }
 
 }  // namespace
+
+// Only a literal with text beyond ASCII gets its N, written apart from a word before it.
+TEST(ServerDialect, ALiteralBeyondAsciiGetsItsNOnce) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"select 'abc'", "select 'abc'"},
+        {"select 'راتب'", "select N'راتب'"},
+        {"where a like'é%'", "where a like N'é%'"},
+        {"values(N'é',n'ü')", "values(N'é',n'ü')"},
+    };
+    for (const auto& [sql, want] : cases) EXPECT_EQ(data::odbc::unicodeLiterals(sql), want) << sql;
+}
