@@ -41,6 +41,21 @@ TEST_F(LinkingTest, TheLedgerCheckRefusesWhatAFaultAboveItWouldHaveSaved) {
          "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand "
          "on the "
          "other side: open the line in the editor and save it again."},
+        // Short on the other side, one converted amount missing, one on the wrong side alone.
+        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=1 begin update "
+         "paPayAccLinkPostingDetails set DeptAmount=DeptAmount-1 where TransID=new.TransID and DetailID=1; "
+         "end",
+         "The department amounts of this entry do not balance (they differ by -1.00 AED): check the posting "
+         "lines' department amounts."},
+        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=2 begin update "
+         "paPayAccLinkPostingDetails set DeptAmount=0 where TransID=new.TransID and DetailID=2; end",
+         "Line 2, Staff Allowances - AED, has no department amount: check the exchange rate from AED to "
+         "AED."},
+        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=3 begin update "
+         "paPayAccLinkPostingDetails set CompAmount=-CompAmount where TransID=new.TransID and DetailID=3; "
+         "end",
+         "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand "
+         "on the other side: open the line in the editor and save it again."},
     };
     const std::string before = dbState();
     for (const auto& c : cases) {
