@@ -3,6 +3,7 @@
 // batched resets, and the views follow the models' selection, colours and headers.
 #include <QGroupBox>
 #include <QLabel>
+#include <QRadioButton>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTreeView>
@@ -59,6 +60,8 @@ public:
     ui::Label& lblTitle = add<ui::Label>("lblTitle", "&Entries");
     ui::ListView& lvwBig = add<ui::ListView>("lvwBig");
     ui::FlexGrid& flexBig = add<ui::FlexGrid>("flexBig");
+    ui::OptionButton& optDebit = add<ui::OptionButton>("optDebit", "&Debit");
+    ui::OptionButton& optCredit = add<ui::OptionButton>("optCredit", "C&redit");
 };
 
 TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
@@ -72,7 +75,17 @@ TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     auto* label = add(new QLabel, "lblTitle");
     auto* tree = add(new QTreeView, "lvwBig");
     auto* table = add(new QTableView, "flexBig");
+    auto* debit = add(new QRadioButton, "optDebit");
+    auto* credit = add(new QRadioButton, "optCredit");
     qtui::Binder binder(form, &root);
+    // Option buttons show the side the model holds.
+    for (ui::OptionButton* side : {&form.optCredit, &form.optDebit}) {
+        side->setValue(true);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(debit->isChecked(), form.optDebit.value());
+        EXPECT_EQ(credit->isChecked(), form.optCredit.value());
+        EXPECT_TRUE(side->value());
+    }
     // A label without a buddy would show the ampersand itself.
     EXPECT_EQ(label->text().toStdString(), "Entries");
 
