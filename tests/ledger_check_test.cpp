@@ -1,6 +1,7 @@
 // The ledger check under every save: whatever lets a wrong entry through above it (here a
 // trigger of the database stands in for the fault), the save is refused with one sentence,
 // written to the error log, and nothing of it stays.
+#include "linking/LedgerCheck.h"
 #include "linking_fixture.h"
 
 namespace linkingtest {
@@ -73,6 +74,31 @@ TEST_F(LinkingTest, TheLedgerCheckRefusesWhatAFaultAboveItWouldHaveSaved) {
         EXPECT_EQ(dbState(), before) << c.fault;
     }
     EXPECT_NE(testsupport::slurp(data::errorLogPath()).find("LedgerCheck"), std::string::npos);
+}
+
+// Half a cent more for each line by hand whose currency is converted: into the department's
+// currency for the department amounts, into the company's for the company amounts. Here a
+// rupee department of a dirham company, with a dirham line by hand.
+TEST_F(LinkingTest, TheLedgerCheckAllowsHalfACentPerLineConvertedIntoThatCurrency) {
+    raw->execute(
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransType) "
+        "values (1, 900, 5, 'PAL/900', 'P')");
+    data::TableNames tables;
+    data::AssignTableName(*raw, tables);
+    auto check = [&](const char* deptOfHandLine, const char* compOfHandLine) {
+        raw->execute("delete from paPayAccLinkPostingDetails where TransID=900");
+        raw->execute(
+            "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
+            "AccountDesc, AccCurrID, AccCurrSymbol, DebitAmount, CreditAmount, DeptAmount, CompAmount, "
+            "Editable) values (1, 900, 1, 5, 1021, 'Basic Salaries - INR', 3, 'INR', 100, 0, 100, 4.41, "
+            "'N'), "
+            "(1, 900, 2, 5, 1001, 'Basic Salaries - AED', 1, 'AED', 0, 4.41, " +
+            std::string(deptOfHandLine) + ", " + compOfHandLine + ", 'Y')");
+        return linking::LedgerCheck(*raw, tables, {1, 900, true, {}, {}});
+    };
+    EXPECT_EQ(check("-100", "-4.41"), "");
+    EXPECT_EQ(check("-99.992", "-4.41"), "");  // one line converted into rupees
+    EXPECT_EQ(check("-100", "-4.402").substr(0, 46), "The company amounts of this entry do not balan");
 }
 
 }  // namespace
