@@ -99,6 +99,15 @@ TEST_F(LinkingTest, TheLedgerCheckAllowsHalfACentPerLineConvertedIntoThatCurrenc
     EXPECT_EQ(check("-100", "-4.41"), "");
     EXPECT_EQ(check("-99.992", "-4.41"), "");  // one line converted into rupees
     EXPECT_EQ(check("-100", "-4.402").substr(0, 46), "The company amounts of this entry do not balan");
+    // The sources flagged and the sources linked must be the same.
+    check("-100", "-4.41");
+    EXPECT_EQ(
+        linking::LedgerCheck(*raw, tables, {1, 900, true, {9001}, {}}),
+        "Payroll run 9001 would be marked posted although this entry does not link it: press Show again "
+        "and tick what the entry should link.");
+    EXPECT_EQ(linking::LedgerCheck(*raw, tables, {1, 900, true, {}, {9001}}),
+              "Payroll run 9001 is linked by this entry but was not marked posted: press Ok again, and if it "
+              "happens again, report it to support.");
 }
 
 }  // namespace
