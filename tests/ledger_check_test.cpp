@@ -99,6 +99,14 @@ TEST_F(LinkingTest, TheLedgerCheckAllowsHalfACentPerLineConvertedIntoThatCurrenc
     EXPECT_EQ(check("-100", "-4.41"), "");
     EXPECT_EQ(check("-99.992", "-4.41"), "");  // one line converted into rupees
     EXPECT_EQ(check("-100", "-4.402").substr(0, 46), "The company amounts of this entry do not balan");
+    // An account of another company is no account of this one.
+    check("-100", "-4.41");
+    raw->execute(
+        "insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (2, 4711, "
+        "'Elsewhere', 1)");
+    raw->execute("update paPayAccLinkPostingDetails set AccountID=4711 where TransID=900 and DetailID=2");
+    EXPECT_EQ(linking::LedgerCheck(*raw, tables, {1, 900, true, {}, {}}).substr(0, 72),
+              "Line 2, Basic Salaries - AED, names an account that is not in the accoun");
     // The sources flagged and the sources linked must be the same.
     check("-100", "-4.41");
     EXPECT_EQ(
