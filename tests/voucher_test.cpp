@@ -260,3 +260,29 @@ TEST_F(VoucherTest, ExportWritesThePostingLinesOfARangeAsCsv) {
 }
 
 }  // namespace
+
+// A rupee department of a dirham company: half a cent more per line by hand converted into
+// that currency, the company amounts netted apart from the department's.
+TEST(VoucherBalance, HalfACentPerLineByHandConvertedIntoThatCurrency) {
+    struct Case {
+        double handDept, handComp, gatheredComp;
+        bool balanced;
+    } cases[] = {
+        {-100, -4.41, 4.41, true},
+        {-100, -4.402, 4.41, true},     // the rupee line by hand is converted into dirhams
+        {-99.992, -4.41, 4.41, false},  // but not into rupees, nor is a gathered dollar line by hand
+        {-100, -4.41, 5.41, false},
+    };
+    for (const Case& c : cases) {
+        report::Voucher v;
+        v.companyCurrency = "AED";
+        v.departmentCurrency = "INR";
+        v.lines.resize(2);
+        v.lines[0].accountCurrency = "USD", v.lines[0].departmentAmount = 100,
+        v.lines[0].companyAmount = c.gatheredComp;
+        v.lines[1].accountCurrency = "INR", v.lines[1].byHand = true;
+        v.lines[1].departmentAmount = c.handDept, v.lines[1].companyAmount = c.handComp;
+        EXPECT_EQ(report::Balanced(v), c.balanced)
+            << c.handDept << " " << c.handComp << " " << c.gatheredComp;
+    }
+}
