@@ -8,32 +8,7 @@ namespace data::odbc::detail {
 
 namespace {
 
-// The kind a value asks for; dates go as timestamps.
-std::optional<Kind> kindOfValue(const Value& v) {
-    switch (v.type()) {
-        case Value::Type::Integer:
-            return Kind::Integer;
-        case Value::Type::Double:
-            return Kind::Double;
-        case Value::Type::Date:
-            return Kind::Timestamp;
-        case Value::Type::Text:
-            return Kind::Text;
-        case Value::Type::Null:
-            break;
-    }
-    return std::nullopt;
-}
-
-// The kind that carries every value, once a position has one it keeps it where it can: numbers
-// widen to double, anything mixed goes as text.
-Kind commonKind(std::optional<Kind> a, Kind b) {
-    if (!a || *a == b) return b;
-    if ((*a == Kind::Integer && b == Kind::Double) || (*a == Kind::Double && b == Kind::Integer))
-        return Kind::Double;
-    return Kind::Text;
-}
-
+// The kind a value of this type asks for; dates go as timestamps.
 Kind kindOfType(Value::Type t) {
     switch (t) {
         case Value::Type::Integer:
@@ -45,6 +20,21 @@ Kind kindOfType(Value::Type t) {
         default:
             return Kind::Text;
     }
+}
+
+// A null asks for no kind.
+std::optional<Kind> kindOfValue(const Value& v) {
+    if (v.isNull()) return std::nullopt;
+    return kindOfType(v.type());
+}
+
+// The kind that carries every value, once a position has one it keeps it where it can: numbers
+// widen to double, anything mixed goes as text.
+Kind commonKind(std::optional<Kind> a, Kind b) {
+    if (!a || *a == b) return b;
+    if ((*a == Kind::Integer && b == Kind::Double) || (*a == Kind::Double && b == Kind::Integer))
+        return Kind::Double;
+    return Kind::Text;
 }
 
 }  // namespace
