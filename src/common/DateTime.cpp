@@ -184,106 +184,124 @@ std::optional<DateTime> parseDayMonthYear(std::string_view text) {
     return d;
 }
 
-std::optional<DateTime> parseDate(std::string_view text) {
-    size_t b = 0, e = text.size();
-    while (b < e && (text[b] == ' ' || text[b] == '\t')) ++b;
-    while (e > b && (text[e - 1] == ' ' || text[e - 1] == '\t')) --e;
-    std::string_view s = text.substr(b, e - b);
-    if (s.empty()) return std::nullopt;
+namespace {
 
-    // Split the date part from a time of day ("T" or the first blank after the date).
-    std::string_view datePart = s, timePart;
-    if (auto t = s.find('T'); t != std::string_view::npos && t >= 8 && t + 1 < s.size() &&
-                              std::isdigit(static_cast<unsigned char>(s[t + 1]))) {
+bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
+bool isLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+
+// The date and the time of day of a text ("T" or the last blank before the first colon
+// parts them); false when a time has no date before it.
+bool splitDateAndTime(std::string_view s, std::string_view& datePart, std::string_view& timePart) {
+    datePart = s;
+    timePart = {};
+    if (auto t = s.find('T');
+        t != std::string_view::npos && t >= 8 && t + 1 < s.size() && isDigit(s[t + 1])) {
         datePart = s.substr(0, t);
         timePart = s.substr(t + 1);
     } else if (auto colon = s.find(':'); colon != std::string_view::npos) {
         auto sp = s.rfind(' ', colon);
-        if (sp == std::string_view::npos) return std::nullopt;
+        if (sp == std::string_view::npos) return false;
         datePart = s.substr(0, sp);
         timePart = s.substr(sp + 1);
     }
     while (!datePart.empty() && datePart.back() == ' ') datePart.remove_suffix(1);
+    return true;
+}
 
+// Runs of digits or of letters between separators; nothing for any other character.
+std::optional<std::vector<Token>> dateTokens(std::string_view datePart) {
     std::vector<Token> toks;
-    std::vector<char> seps;
     for (size_t i = 0; i < datePart.size();) {
         char c = datePart[i];
-        if (std::isdigit(static_cast<unsigned char>(c)) || std::isalpha(static_cast<unsigned char>(c))) {
-            bool num = std::isdigit(static_cast<unsigned char>(c));
+        if (isDigit(c) || isLetter(c)) {
+            bool num = isDigit(c);
             size_t j = i;
-            while (j < datePart.size() && (num ? std::isdigit(static_cast<unsigned char>(datePart[j]))
-                                               : std::isalpha(static_cast<unsigned char>(datePart[j]))))
-                ++j;
+            while (j < datePart.size() && (num ? isDigit(datePart[j]) : isLetter(datePart[j]))) ++j;
             toks.push_back({num, std::string(datePart.substr(i, j - i))});
             i = j;
         } else if (c == '/' || c == '-' || c == ' ' || c == '.' || c == ',') {
-            seps.push_back(c);
             ++i;
             while (i < datePart.size() && datePart[i] == ' ') ++i;
         } else {
             return std::nullopt;
         }
     }
+    return toks;
+}
 
-    DateTime r;
+// yyyymmdd, yyyy/mm/dd (ISO), dd/MM/yyyy, dd/MMM/yyyy or MMM dd yyyy; not checked for a real day.
+std::optional<DateTime> dayOf(const std::vector<Token>& toks) {
     auto num = [](const std::string& t) { return std::stoi(t); };
     if (toks.size() == 1 && toks[0].number && toks[0].text.size() == 8) {
         const std::string& t = toks[0].text;  // yyyymmdd
-        r = DateTime::ymd(num(t.substr(0, 4)), num(t.substr(4, 2)), num(t.substr(6, 2)));
-    } else if (toks.size() == 3) {
-        const Token &a = toks[0], &m = toks[1], &c = toks[2];
-        if (a.text.size() > 4 || m.text.size() > 9 || c.text.size() > 4) return std::nullopt;
-        if (a.number && a.text.size() == 4 && m.number && c.number && c.text.size() <= 2) {
-            r = DateTime::ymd(num(a.text), num(m.text), num(c.text));  // yyyy/mm/dd, ISO
-        } else if (a.number && a.text.size() <= 2 && c.number && c.text.size() == 4) {
-            int month = m.number ? num(m.text) : monthFromName(m.text);  // dd/MM/yyyy, dd/MMM/yyyy
-            r = DateTime::ymd(num(c.text), month, num(a.text));
-        } else if (!a.number && m.number && m.text.size() <= 2 && c.number && c.text.size() == 4) {
-            r = DateTime::ymd(num(c.text), monthFromName(a.text), num(m.text));  // MMM dd yyyy
-        } else {
-            return std::nullopt;
-        }
+        return DateTime::ymd(num(t.substr(0, 4)), num(t.substr(4, 2)), num(t.substr(6, 2)));
+    }
+    if (toks.size() != 3) return std::nullopt;
+    const Token &a = toks[0], &m = toks[1], &c = toks[2];
+    DateTime r;
+    if (a.text.size() > 4 || m.text.size() > 9 || c.text.size() > 4) return std::nullopt;
+    if (a.number && a.text.size() == 4 && m.number && c.number && c.text.size() <= 2) {
+        r = DateTime::ymd(num(a.text), num(m.text), num(c.text));  // yyyy/mm/dd, ISO
+    } else if (a.number && a.text.size() <= 2 && c.number && c.text.size() == 4) {
+        int month = m.number ? num(m.text) : monthFromName(m.text);  // dd/MM/yyyy, dd/MMM/yyyy
+        r = DateTime::ymd(num(c.text), month, num(a.text));
+    } else if (!a.number && m.number && m.text.size() <= 2 && c.number && c.text.size() == 4) {
+        r = DateTime::ymd(num(c.text), monthFromName(a.text), num(m.text));  // MMM dd yyyy
     } else {
         return std::nullopt;
     }
+    return r;
+}
 
-    if (!timePart.empty()) {
-        int h = 0, mi = 0, se = 0;
-        size_t pos = 0;
-        auto field = [&](int& v) {
-            size_t st = pos;
-            while (pos < timePart.size() && std::isdigit(static_cast<unsigned char>(timePart[pos]))) ++pos;
-            if (pos == st || pos - st > 2) return false;
-            v = std::stoi(std::string(timePart.substr(st, pos - st)));
-            return true;
-        };
-        if (!field(h) || pos >= timePart.size() || timePart[pos] != ':') return std::nullopt;
+// H:mm[:ss[.fff]] [AM|PM] onto the day; false for anything else.
+bool setTimeOfDay(std::string_view timePart, DateTime& r) {
+    int h = 0, mi = 0, se = 0;
+    size_t pos = 0;
+    auto field = [&](int& v) {
+        size_t st = pos;
+        while (pos < timePart.size() && isDigit(timePart[pos])) ++pos;
+        if (pos == st || pos - st > 2) return false;
+        v = std::stoi(std::string(timePart.substr(st, pos - st)));
+        return true;
+    };
+    if (!field(h) || pos >= timePart.size() || timePart[pos] != ':') return false;
+    ++pos;
+    if (!field(mi)) return false;
+    if (pos < timePart.size() && timePart[pos] == ':') {
         ++pos;
-        if (!field(mi)) return std::nullopt;
-        if (pos < timePart.size() && timePart[pos] == ':') {
+        if (!field(se)) return false;
+        if (pos < timePart.size() && timePart[pos] == '.') {  // fractions of a second are dropped
             ++pos;
-            if (!field(se)) return std::nullopt;
-            if (pos < timePart.size() && timePart[pos] == '.') {  // fractions of a second are dropped
-                ++pos;
-                while (pos < timePart.size() && std::isdigit(static_cast<unsigned char>(timePart[pos])))
-                    ++pos;
-            }
+            while (pos < timePart.size() && isDigit(timePart[pos])) ++pos;
         }
-        std::string_view rest = timePart.substr(pos);
-        while (!rest.empty() && rest.front() == ' ') rest.remove_prefix(1);
-        if (rest == "PM" || rest == "pm") {
-            if (h < 12) h += 12;
-        } else if (rest == "AM" || rest == "am") {
-            if (h == 12) h = 0;
-        } else if (!rest.empty()) {
-            return std::nullopt;
-        }
-        r.hour = h;
-        r.minute = mi;
-        r.second = se;
     }
-    if (!r.valid()) return std::nullopt;
+    std::string_view rest = timePart.substr(pos);
+    while (!rest.empty() && rest.front() == ' ') rest.remove_prefix(1);
+    if (rest == "PM" || rest == "pm") {
+        if (h < 12) h += 12;
+    } else if (rest == "AM" || rest == "am") {
+        if (h == 12) h = 0;
+    } else if (!rest.empty()) {
+        return false;
+    }
+    r.hour = h;
+    r.minute = mi;
+    r.second = se;
+    return true;
+}
+
+}  // namespace
+
+std::optional<DateTime> parseDate(std::string_view text) {
+    size_t b = 0, e = text.size();
+    while (b < e && (text[b] == ' ' || text[b] == '\t')) ++b;
+    while (e > b && (text[e - 1] == ' ' || text[e - 1] == '\t')) --e;
+    std::string_view s = text.substr(b, e - b), datePart, timePart;
+    if (s.empty() || !splitDateAndTime(s, datePart, timePart)) return std::nullopt;
+    auto toks = dateTokens(datePart);
+    if (!toks) return std::nullopt;
+    std::optional<DateTime> r = dayOf(*toks);
+    if (!r || (!timePart.empty() && !setTimeOfDay(timePart, *r)) || !r->valid()) return std::nullopt;
     return r;
 }
 

@@ -31,6 +31,33 @@ bool identChar(char c) {
 }
 bool digit(char c) { return c >= '0' && c <= '9'; }
 
+// Past the quote that closes the literal opened at q ('' stands for one quote inside).
+size_t literalEnd(std::string_view s, size_t q) {
+    for (size_t i = q + 1; i < s.size(); ++i) {
+        if (s[i] != '\'') continue;
+        if (i + 1 < s.size() && s[i + 1] == '\'') {
+            ++i;
+            continue;
+        }
+        return i + 1;
+    }
+    common::raise(common::err::Database, kErrorSource, "Unclosed quotation mark in the statement.");
+}
+
+// Past the digits, the decimal point and an exponent that has digits.
+size_t numberEnd(std::string_view s, size_t i) {
+    while (i < s.size() && (digit(s[i]) || s[i] == '.')) ++i;
+    if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+        size_t j = i + 1;
+        if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
+        if (j < s.size() && digit(s[j])) {
+            i = j;
+            while (i < s.size() && digit(s[i])) ++i;
+        }
+    }
+    return i;
+}
+
 std::vector<Token> tokenize(std::string_view s) {
     std::vector<Token> out;
     size_t i = 0;
@@ -53,21 +80,7 @@ std::vector<Token> tokenize(std::string_view s) {
         } else if (c == '\'' || ((c == 'N' || c == 'n') && i + 1 < s.size() && s[i + 1] == '\'')) {
             // N'...' is a Unicode literal on the server; SQLite's literals already are.
             size_t q = c == '\'' ? i : i + 1;
-            i = q + 1;
-            for (;;) {
-                if (i >= s.size())
-                    common::raise(common::err::Database, kErrorSource,
-                                  "Unclosed quotation mark in the statement.");
-                if (s[i] == '\'') {
-                    if (i + 1 < s.size() && s[i + 1] == '\'') {
-                        i += 2;
-                        continue;
-                    }
-                    ++i;
-                    break;
-                }
-                ++i;
-            }
+            i = literalEnd(s, q);
             push(Tok::String, q, i);
         } else if (c == '[' || c == '"' || c == '`') {
             char close = c == '[' ? ']' : c;
@@ -78,15 +91,7 @@ std::vector<Token> tokenize(std::string_view s) {
             while (i < s.size() && identChar(s[i])) ++i;
             push(Tok::Ident, st, i);
         } else if (digit(c) || (c == '.' && i + 1 < s.size() && digit(s[i + 1]))) {
-            while (i < s.size() && (digit(s[i]) || s[i] == '.')) ++i;
-            if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
-                size_t j = i + 1;
-                if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
-                if (j < s.size() && digit(s[j])) {
-                    i = j;
-                    while (i < s.size() && digit(s[i])) ++i;
-                }
-            }
+            i = numberEnd(s, i);
             push(Tok::Number, st, i);
         } else if (c == '?') {
             ++i;
