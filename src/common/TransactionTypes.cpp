@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "common/Conv.h"
+
 namespace common {
 
 namespace {
@@ -34,6 +36,12 @@ const TransactionType* TypeOfCode(std::string_view code) {
     for (const auto& t : registry())
         if (code == t.code) return &t;
     return nullptr;
+}
+
+bool IsPayrollCode(std::string_view code) { return EqualsNoCase(code, kPayrollRuns.soleCode); }
+
+std::string TypeCodeOf(const SourceTable& table, const std::string& a) {
+    return table.type ? a + "." + table.type : "'" + std::string(table.soleCode) + "'";
 }
 
 const TransactionType* TypeOfName(std::string_view name) {

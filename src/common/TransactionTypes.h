@@ -7,6 +7,7 @@
 //
 // A new kind of payment is one more row below, plus its setting in both settings views and
 // its retrieval procedure on both backends (the contract test compares the three).
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +25,8 @@ struct SourceTable {
     const char* employee;
     const char* currency;  // the currency its amounts are in; a run's is its employee's
     const char* posted;    // the flag: 1 once a live entry links it
-    const char* type;      // the code of its type; none where all its sources are of one type
+    const char* type;      // the column of its type's code; none where all its sources are of one type
+    const char* soleCode;  // that one type's code, where there is no such column
     const char* noun;      // "payroll run", "payment"
     bool payroll;          // runs, whose detail rows follow the run's tick
 };
@@ -39,6 +41,7 @@ inline constexpr SourceTable kPayrollRuns{.table = "pMonthlyPayRollProcessing",
                                           .currency = "ecurrencyid",
                                           .posted = "mppPosted",
                                           .type = nullptr,
+                                          .soleCode = "P",
                                           .noun = "payroll run",
                                           .payroll = true};
 inline constexpr SourceTable kPayments{.table = "pPaymentHeader",
@@ -51,6 +54,7 @@ inline constexpr SourceTable kPayments{.table = "pPaymentHeader",
                                        .currency = "phcurrencyid",
                                        .posted = "phPosted",
                                        .type = "phType",
+                                       .soleCode = nullptr,
                                        .noun = "payment",
                                        .payroll = false};
 
@@ -73,6 +77,10 @@ const std::vector<TransactionType>& TransactionTypes();
 // The type of that code or name, exactly as stored or shown; nullptr when there is none.
 const TransactionType* TypeOfCode(std::string_view code);
 const TransactionType* TypeOfName(std::string_view name);
+// Whether a type code is one of runs (the only table whose sources carry no type column).
+bool IsPayrollCode(std::string_view code);
+// A source's type code in a statement over its table under alias a: the column, or the literal.
+std::string TypeCodeOf(const SourceTable& table, const std::string& a);
 // In the order of the linking screen's type list.
 std::vector<const TransactionType*> TypesInComboOrder();
 

@@ -15,6 +15,7 @@
 #include "linking/frmPayrollAccountsLinking.h"
 #include "linking/frmPayrollAccountsLinking_Index.h"
 #include "report/EntryHistory.h"
+#include "report/Statements.h"
 #include "ui/Helpers.h"
 
 namespace linking {
@@ -448,7 +449,7 @@ void frmPayrollAccountsLinking::StopIfSourcesTaken(int32_t ownTransId) {
                 " h with (updlock, holdlock), " + s.tables.paPayAccLinkDetails +
                 " d where d.CompanyID=h.CompanyID and d.TransID=h.TransID" +
                 " and h.CompanyID=" + std::to_string(s.companyId) + " and h.Cancelled=0 and h.TransID<>" +
-                std::to_string(ownTransId) + (payroll ? " and h.TransType='P'" : " and h.TransType<>'P'") +
+                std::to_string(ownTransId) + " and " + report::sql::KindOf("h", payroll) +
                 " and d.RefTransID in (" + keys + ") order by h.TransID",
             data::CursorType::ForwardOnly, data::LockType::ReadOnly);
         if (!rs->eof()) {

@@ -51,10 +51,10 @@ std::string statusStatement(const Session& session, const common::SourceTable& s
             " x.CurrencyID1=c.CurrencyID and x.CurrencyID2=p.phcurrencyid where l.pdCompanyID=" +
             company + " and l.pdPaymentID=m.phPaymentID)";
     }
-    std::string perSource =
-        "select " + (s.type ? m(s.type) : std::string("'P'")) + " TransType, " + m(s.department) +
-        " DepartmentID, " + sql::LiveEntry(t, company, m(s.key), s.payroll) + " TransID, " +
-        sql::LinkedByCancelled(t, company, m(s.key), s.payroll) + " Released, " + amount + " Amount";
+    std::string perSource = "select " + common::TypeCodeOf(s, "m") + " TransType, " + m(s.department) +
+                            " DepartmentID, " + sql::LiveEntry(t, company, m(s.key), s.payroll) +
+                            " TransID, " + sql::LinkedByCancelled(t, company, m(s.key), s.payroll) +
+                            " Released, " + amount + " Amount";
     perSource += " from " + std::string(s.table) + " m";
     if (s.payroll) {
         perSource += " left join pemployee e on e.eCompanyID=m.mppCompanyID and e.eEmployeeID=m.mppEmpID";
@@ -101,7 +101,7 @@ std::string NothingToPostReason(const Session& session, const std::string& typeC
     filter.department = departmentId;
     const MonthStatus status = LoadMonthStatus(session, filter);
     const std::string sources =
-        common::EqualsNoCase(typeCode, "P") ? "payroll runs" : fields::typeName(typeCode) + " payments";
+        common::IsPayrollCode(typeCode) ? "payroll runs" : fields::typeName(typeCode) + " payments";
     const StatusCell* cell = status.find(typeCode, departmentId);
     if (cell == nullptr) return "no " + sources + " are dated in it";
     const std::string held = "its " + sources + " are in " + EntryList(cell->entries);

@@ -24,7 +24,7 @@ void readSource(const Session& s, SourceTrace& trace) {
     auto col = [](const char* column) { return std::string("m.") + column; };
     const std::string company = std::to_string(s.companyId), id = std::to_string(trace.id);
     std::string sql = "select " + col(m.number) + ", " + col(m.date) + ", dp.DepartmentName, e.eName, " +
-                      col(m.posted) + ", " + (m.type ? col(m.type) : std::string("'P'"));
+                      col(m.posted) + ", " + common::TypeCodeOf(m, "m");
     sql += std::string(" from ") + m.table + " m left join pemployee e on e.eCompanyID=" + col(m.company) +
            " and e.eEmployeeID=" + col(m.employee) + " left join " + s.tables.pDepartment +
            " dp on dp.CompanyID=" + col(m.company) + " and dp.DepartmentID=" + col(m.department) + " where " +

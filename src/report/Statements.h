@@ -6,6 +6,7 @@
 
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/TransactionTypes.h"
 #include "data/Dialect.h"
 #include "data/TableNames.h"
 #include "report/MonthStatus.h"
@@ -30,7 +31,8 @@ inline std::string DateRange(const data::Dialect& dialect, const std::string& co
 // Whether header alias h is an entry of payroll runs or of payments: the details' RefTransID
 // means a run of the one and a payment of the other.
 inline std::string KindOf(const std::string& h, bool payroll) {
-    return h + (payroll ? ".TransType='P'" : ".TransType<>'P'");
+    const std::string runs = std::string("'") + common::kPayrollRuns.soleCode + "'";
+    return h + (payroll ? ".TransType=" : ".TransType<>") + runs;
 }
 
 // The company's entries of the kind, live (not cancelled) or cancelled, as a list for IN.

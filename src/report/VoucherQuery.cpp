@@ -7,6 +7,7 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
+#include "common/TransactionTypes.h"
 #include "report/Fields.h"
 
 namespace report {
@@ -102,7 +103,7 @@ void readSources(const Session& s, int32_t transId, Voucher& v) {
     sql += " min(RefTransDate) FirstDate, max(RefTransDate) LastDate from " + s.tables.paPayAccLinkDetails;
     sql += " where CompanyID=" + std::to_string(s.companyId) + " and TransID=" + std::to_string(transId);
     auto rs = s.connection.open(sql);
-    v.sources.payroll = common::EqualsNoCase(v.typeCode, "P");
+    v.sources.payroll = common::IsPayrollCode(v.typeCode);
     if (!rs->eof()) {
         v.sources.count = static_cast<int>(number(rs->field(0)));
         v.sources.employees = static_cast<int>(number(rs->field(1)));
