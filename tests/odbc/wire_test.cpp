@@ -10,6 +10,7 @@
 #include "data/odbc/OdbcConnection.h"
 #include "data/odbc/ServerDialect.h"
 #include "linking/frmPayrollAccountsLinking.h"
+#include "linking/frmcancell.h"
 #include "support/TdsResponder.h"
 
 namespace {
@@ -155,6 +156,23 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << toolkit.lastMessage()->text;
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/7'"),
               common::Value("level 100"));
+
+    // A cancellation's reason goes as a parameter, never inside the statement's text.
+    const int id =
+        static_cast<int>(scalar("select TransID from paPayAccLinkHeader where TransNo='PAL/7'").toInt64());
+    module->FrmMaster().flexMaster.userSelectCell(browserRow(id), 1);
+    toolkit.answers.push_back(ui::vbYes);
+    module->FrmMaster().CmdDelete.userClick();
+    module->frmcancell().txtreason.userPaste("O'Brien's run");
+    responder->clearRecord();
+    module->frmcancell().cmdok.userClick();
+    bool bound = false;
+    for (const auto& r : responder->record())
+        for (const auto& c : r.calls)
+            if (c.text.find("cancelremarks") != std::string::npos)
+                bound = c.text.find("Brien") == std::string::npos && c.values.size() == 1 &&
+                        c.values[0] == "O'Brien's run";
+    EXPECT_TRUE(bound);
 }
 
 }  // namespace
