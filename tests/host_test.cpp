@@ -102,14 +102,10 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     };
     std::vector<Case> cases = {
         {"--bogus", "", ""},
-        {"--user abc --db demo.db", "", ""},
         {"--date 31/02/2026", "", ""},
         {"--db missing.db", "", ""},
         {"script missing.txt --db demo.db", "", ""},
-        {"init new.db --demo --user 1", "", ""},
-        {"init --bogus x.db", "", ""},
-        {"init demo.db --demo", "", ""},  // an existing file is left alone
-        {"init bad.db --demo --as-of 2026-10-28", "", ""},
+        {"init demo.db --demo", "", ""},             // an existing file is left alone
         {"init bad.db --as-of 28/10/2026", "", ""},  // --as-of dates demo data only
         {"script close.txt --db empty.db", "", "empty (0 bytes)"},
         {"script close.txt --db letter.db", "", "not a database"},
@@ -137,7 +133,7 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
          "an entry's remarks hold at most 255"},
         {"script close.txt --odbc-file odbc644.txt", "", "readable by its owner only (it is mode 0644)"},
         {"script close.txt --odbc-file odbc600.txt", "", "cannot connect"},
-        {"script close.txt", "PAYACC_ODBC='DSN=nowhere'", "cannot connect"},
+        {"script close.txt", "PAYACC_ODBC='DSN=nowhere'", "cannot connect"},  // read from the environment
         // The error log: never in a folder another user could plant links in.
         {"script close.txt --db demo.db", "PAYACC_LOG_DIR=shared", "every user may write to the folder"},
         {"script close.txt --db demo.db", root ? "PAYACC_LOG_DIR=theirs" : "PAYACC_LOG_DIR=/",
@@ -158,7 +154,7 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << c.args << ": " << r.err;
         EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
     }
-    EXPECT_FALSE(std::filesystem::exists(tmp.file("new.db")) || std::filesystem::exists(tmp.file("x.pdf")));
+    EXPECT_FALSE(std::filesystem::exists(tmp.file("x.pdf")));
     EXPECT_EQ(testsupport::slurp(tmp.file("keep.csv")), "old");
     EXPECT_EQ(std::filesystem::file_size(tmp.file("empty.db")), 0u) << "an empty file was made a database";
 
@@ -217,13 +213,12 @@ TEST_F(HostTest, OutputsReplaceTheirTargetWholeAndPrivately) {
     open("demo.db")->execute(
         "update pDepartmentMaster set DepartmentName='Admin'||char(27)||'[2J' where CompanyID=1 and "
         "DepartmentID=1");
-    const ProgramResult posted =
-        run("post --type Payroll --from 01/10/2026 --to 31/10/2026 --dry-run --db demo.db");
+    const std::string dryRun = "post --type Payroll --from 01/10/2026 --to 31/10/2026 --dry-run --db demo.db";
+    const ProgramResult posted = run(dryRun);
     EXPECT_NE(posted.out.find("Admin\\x1B[2J "), std::string::npos) << posted.out;
     EXPECT_EQ(posted.out.find('\x1b'), std::string::npos);
     // Standard output is checked too.
-    for (const std::string& args : std::vector<std::string>{
-             exportAll, "post --type Payroll --from 01/10/2026 --to 31/10/2026 --dry-run --db demo.db"}) {
+    for (const std::string& args : {exportAll, dryRun}) {
         const std::string cmd = "cd '" + tmp.path().string() + "' && PAYACC_LOG_DIR=. " +
                                 testsupport::kProgram + " " + args + " >/dev/full 2>/dev/null";
         EXPECT_EQ(WEXITSTATUS(std::system(cmd.c_str())), 2) << args;
@@ -235,92 +230,68 @@ TEST_F(HostTest, OutputsReplaceTheirTargetWholeAndPrivately) {
     ::umask(umask);
 }
 
-TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOn) {
-    ASSERT_EQ(run("init demo.db --demo").status, 0);
-    write("browse.txt",
-          "expect FrmMaster \"Payroll Accounts Linking\"\n"
-          "expect-sql from linktable\n"
-          "expect cmdnew.enabled true\n"
-          "expect-cell flexMaster 0 1 Trans No\n"
-          "close\n");
-    ProgramResult r =
-        run("script browse.txt --db demo.db --user 1 --company 1 --date 15/10/2026 --trace-sql trace.txt");
-    EXPECT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_EQ(r.out.rfind("SHOW FrmMaster: Payroll Accounts Linking\n", 0), 0u) << r.out;
-    EXPECT_NE(r.out.find("UNLOAD FrmMaster\nOK\n"), std::string::npos) << r.out;
-    EXPECT_NE(testsupport::slurp(tmp.file("trace.txt")).find("linktable"), std::string::npos);
-
-    // A user without rights sees the buttons disabled; a failed expectation ends with status 1.
-    ProgramResult denied = run("script browse.txt --db demo.db --user 4");
-    EXPECT_EQ(denied.status, 1) << denied.out;
-    EXPECT_NE(denied.out.find("FAIL line 3: expect cmdnew.enabled: expected \"true\", got \"false\""),
-              std::string::npos)
-        << denied.out;
-    // A wrong key opens nothing, so the script's first line finds no form.
-    ProgramResult locked = run("script browse.txt --db demo.db --key wrong");
-    EXPECT_EQ(locked.status, 1);
-    EXPECT_NE(locked.out.find("FAIL line 1:"), std::string::npos) << locked.out;
-
-    // A bare database with one company added opens the browser.
-    ASSERT_EQ(run("init bare.db").status, 0);
-    EXPECT_EQ(count("bare.db", "select count(*) from pCompanyMaster"), 0);
-    open("bare.db")->execute(kFirstCompany);
-    r = run("script browse.txt --db bare.db");
-    EXPECT_EQ(r.status, 0) << r.out << r.err;
-}
-
-TEST_F(HostTest, TheDemoHasRunsToPostOnTheDayItIsMade) {
-    ASSERT_EQ(run("init demo.db --demo").status, 0);
+// Databases init makes (today's demo, one of a fixed day, a bare one with a company added),
+// scripts on them as users with and without rights, and the help.
+TEST_F(HostTest, InitMakesDatabasesThatScriptsRunOnAndHelpSaysWhereTheLogGoes) {
+    for (const char* args :
+         {"init demo.db --demo", "init fixed.db --demo --as-of 28/10/2026", "init bare.db"})
+        ASSERT_EQ(run(args).status, 0) << args;
+    ASSERT_EQ(run("init env.db --demo", "PAYACC_DEMO_DATE=28/10/2026").status, 0);
+    // Today's demo has nothing processed after today; a fixed day gives the same data whenever made.
     EXPECT_EQ(count("demo.db",
                     "select count(*) from pMonthlyPayRollProcessing where mppProcessedDate > "
                     "date('now', 'localtime')"),
               0);
-    // New, Payroll, a department and Show, on today's date as a first start has it.
-    write("first.txt",
-          "click cmdnew\nselect cboType Payroll\nselect cboDepartment Administration\n"
-          "click cmdShow\ndump lvwTransactions\n");
-    ProgramResult r = run("script first.txt --db demo.db");
-    EXPECT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_NE(r.out.find("\n1\t[ ]\t"), std::string::npos) << r.out;
-
-    // A fixed day gives the same data whenever it is made.
-    ASSERT_EQ(run("init fixed.db --demo --as-of 28/10/2026").status, 0);
     EXPECT_EQ(count("fixed.db",
                     "select count(distinct mppProcessedDate) from pMonthlyPayRollProcessing "
                     "where mppProcessedDate in ('2026-08-28', '2026-09-28', '2026-10-28')"),
               3);
-    ASSERT_EQ(run("init env.db --demo", "PAYACC_DEMO_DATE=28/10/2026").status, 0);
-    EXPECT_EQ(count("env.db", "select max(phDate) from pPaymentHeader"),
-              count("fixed.db", "select max(phDate) from pPaymentHeader"));
-}
-
-TEST_F(HostTest, HelpPerModeAndVersion) {
-    const ProgramResult version = run("--version"), help = run("--help"), init = run("init --help");
-    EXPECT_EQ(std::vector<int>({version.status, help.status, init.status}), std::vector<int>(3, 0));
-    EXPECT_EQ(version.out.rfind("payacclink ", 0), 0u) << version.out;
-    for (const char* mode : {"gui", "script", "init"}) EXPECT_NE(help.out.find(mode), std::string::npos);
-    EXPECT_NE(help.out.find(tmp.path().string() + "/QORPayAccLinkingError.log"), std::string::npos)
-        << "says where the error log goes\n"
-        << help.out;
-    EXPECT_NE(help.out.find("every user sees it in the process list"), std::string::npos) << help.out;
-    EXPECT_NE(init.out.find("--as-of"), std::string::npos) << init.out;
-    EXPECT_EQ(init.out.find("--trace-sql"), std::string::npos) << "only init's own options\n" << init.out;
-}
-
-// Every example script runs to its end on a fresh demo database; their own expect lines check
-// what the screens show and hold.
-TEST_F(HostTest, ExampleScriptsPassOnTheDemoDatabase) {
+    const char* lastPayment = "select max(phDate) from pPaymentHeader";
+    EXPECT_EQ(count("env.db", lastPayment), count("fixed.db", lastPayment));
+    EXPECT_EQ(count("bare.db", "select count(*) from pCompanyMaster"), 0);
+    open("bare.db")->execute(kFirstCompany);
+    write("browse.txt",
+          "expect FrmMaster \"Payroll Accounts Linking\"\nexpect-sql from linktable\n"
+          "expect cmdnew.enabled true\nexpect-cell flexMaster 0 1 Trans No\nclose\n");
+    // New, Payroll, a department and Show, on today's date as a first start has it.
+    write("first.txt",
+          "click cmdnew\nselect cboType Payroll\nselect cboDepartment Administration\n"
+          "click cmdShow\ndump lvwTransactions\n");
+    struct Case {
+        std::string args;
+        int status;
+        std::string says;
+    };
+    for (const Case& c : std::vector<Case>{
+             {"script browse.txt --db demo.db --user 1 --company 1 --date 15/10/2026 --trace-sql trace.txt",
+              0, "SHOW FrmMaster: Payroll Accounts Linking\n"},
+             {"script browse.txt --db bare.db", 0, "UNLOAD FrmMaster\nOK\n"},
+             {"script first.txt --db demo.db", 0, "\n1\t[ ]\t"},
+             // Without rights the buttons are off, and a failed expectation ends with status 1.
+             {"script browse.txt --db demo.db --user 4", 1,
+              "FAIL line 3: expect cmdnew.enabled: expected \"true\", got \"false\""},
+             {"script browse.txt --db demo.db --key wrong", 1, "FAIL line 1:"},  // a wrong key opens nothing
+             {"--version", 0, "payacclink "},
+             {"--help", 0, tmp.path().string() + "/QORPayAccLinkingError.log"},
+             {"--help", 0, "every user sees it in the process list"},
+             {"init --help", 0, "--as-of"}}) {
+        const ProgramResult r = run(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args << ": " << r.out << r.err;
+        EXPECT_NE(r.out.find(c.says), std::string::npos) << c.args << ": " << r.out;
+    }
+    EXPECT_NE(testsupport::slurp(tmp.file("trace.txt")).find("linktable"), std::string::npos);
+    // Every example script runs to its end on a demo database; its own expect lines check it.
     int scripts = 0;
     for (const auto& e : std::filesystem::directory_iterator(PAYACC_SOURCE_DIR "/scripts/examples")) {
         if (e.path().extension() != ".script") continue;
         const std::string db = tmp.file(e.path().stem().string() + ".db");
-        ASSERT_EQ(run("init '" + db + "' --demo --as-of " + std::string(testsupport::kDemoDayText)).status,
-                  0);
-        ProgramResult r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
+        std::filesystem::copy_file(tmp.file("fixed.db"), db);  // dated as the examples expect
+        const ProgramResult r = run("script '" + e.path().string() + "' --db '" + db + "' --date 15/10/2026");
         EXPECT_EQ(r.status, 0) << e.path() << "\n" << r.out << r.err;
         ++scripts;
     }
     EXPECT_GE(scripts, 2);
+    EXPECT_EQ(run("init --help").out.find("--trace-sql"), std::string::npos) << "only init's own options";
 }
 
 }  // namespace
