@@ -45,12 +45,6 @@ TEST_F(GuiTest, LayoutsCarryTheScreensCaptionsAndEveryControl) {
         qtui::FormDialog dialog(*form, nullptr);
         EXPECT_TRUE(dialog.binder().unboundControls().isEmpty())
             << dialog.binder().unboundControls().join(", ").toStdString();
-        if (form == &journalForm) {
-            // The arrow buttons say what they do, also after the models are shown again.
-            dialog.binder().refreshAll();
-            const QString keys = QKeySequence(Qt::ALT | Qt::Key_Right).toString(QKeySequence::NativeText);
-            EXPECT_EQ(widget<QPushButton>(dialog, "cmdNext")->toolTip(), "Next line (" + keys + ")");
-        }
     }
 }
 
@@ -103,7 +97,6 @@ TEST_F(GuiTest, BigListAndGridFillInOneResetAndShowWhatTheModelsHold) {
     EXPECT_EQ(listResets.count(), 1);
     ASSERT_EQ(tree->model()->rowCount(), kRows);
     EXPECT_EQ(tree->model()->index(kRows - 1, 1).data().toString().toStdString(), "Employee 40000");
-    EXPECT_EQ(tree->columnWidth(1), 3000 / 15);
     EXPECT_TRUE(tree->isColumnHidden(2));
 
     // A cell set from code shows at once, without another reset.
