@@ -120,6 +120,7 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
 
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     auto& f = newEntry("Administration", "October");
+    EXPECT_TRUE(f.txtRemarks.maxLengthInUtf16);  // the server counts its columns so
     const std::string before = dbState();
     // Another copy holds the company's entries past the wait: one sentence, nothing written,
     // also when the connection goes down at the rollback that follows.
