@@ -2,6 +2,8 @@
 // root where no other user can reach the built program: a state folder is made private and
 // one anyone may write to is refused, sticky or not; the error log is never written through a
 // link; a file its owner made read-only is kept (as root, tried by nobody in a child process).
+#include "common/Files.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -10,7 +12,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "common/Files.h"
 #include "support/DemoSession.h"
 
 namespace {

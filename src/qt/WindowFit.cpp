@@ -14,9 +14,10 @@ namespace qtui {
 
 void letListsShrink(QWidget& window) {
     for (auto* view : window.findChildren<QAbstractItemView*>()) {
-        // The header and two or three rows: enough to see where one is.
+        // The header and two rows: enough to see where one is, and room on a small screen at
+        // 125 % for the posting list's eight rows and three lines of totals below it.
         const int rows = view->fontMetrics().height() + 4;
-        view->setMinimumHeight(std::min(view->minimumHeight(), 4 * rows + 2 * view->frameWidth()));
+        view->setMinimumHeight(std::min(view->minimumHeight(), 3 * rows + 2 * view->frameWidth()));
     }
 }
 
