@@ -41,7 +41,7 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     hand.txtAmount.userType("100");
     EXPECT_EQ(hand.txtDepAmount.text() + " " + hand.txtCompAmount.text(), "100.00 4.41");
     hand.cmdCancel.userClick();
-    toolkit.answers = {ui::vbNo};  // the edit then forgets the currencies of this screen
+    toolkit.answers = {ui::vbNo};
     first.cmdClose.userClick();
     ASSERT_FALSE(linkingOpen());
     toolkit.messages.clear();
