@@ -30,9 +30,18 @@ TEST_F(EditTest, PostedAndCancelledEntriesOpenReadOnly) {
 }
 
 TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
-    auto& first = openNew();  // a dirham department's new entry first: the edit forgets its currency
+    // A dirham department listed, then the rupee one chosen: a line by hand converts from rupees.
+    auto& first = openNew();
     gather(first, "Payroll", DateTime::ymd(2026, 10, 15), "Administration");
-    toolkit.answers.push_back(ui::vbNo);
+    toolkit.answers = {ui::vbYes};
+    ASSERT_TRUE(first.cboDepartment.userSelectText("Engineering Centre Pune"));
+    first.mnuAdd_Click();
+    auto& hand = module->frmJournalDetails();
+    ASSERT_TRUE(hand.cboAccountID.userSelectText("HDFC Bank Pune Account"));
+    hand.txtAmount.userType("100");
+    EXPECT_EQ(hand.txtDepAmount.text() + " " + hand.txtCompAmount.text(), "100.00 4.41");
+    hand.cmdCancel.userClick();
+    toolkit.answers = {ui::vbNo};
     first.cmdClose.userClick();
     ASSERT_FALSE(linkingOpen());
     toolkit.messages.clear();

@@ -91,10 +91,10 @@ TEST_F(VoucherTest, VoucherHoldsTheSavedEntryAndTheBrowserPrintsIt) {
         std::string lines, want, totals;
         for (const auto& l : got.lines)
             lines += std::to_string(l.accountId) + money(l.debit) + money(l.credit) +
-                     money(l.departmentAmount) + money(l.companyAmount) + "\n";
+                     money(l.departmentAmount) + money(l.companyAmount) + (l.byHand ? " Y\n" : "\n");
         for (const auto& l : o.stored(id))
             want += std::to_string(l.account) + money(l.debit) + money(l.credit) + money(l.department) +
-                    money(l.company) + "\n";
+                    money(l.company) + (l.byHand ? " Y\n" : "\n");
         for (const auto& t : got.totals)
             totals += t.currency + money(t.debit) + money(t.credit) + money(t.departmentAmount) +
                       money(t.companyAmount) + "\n";

@@ -65,7 +65,9 @@ size_t count(const std::vector<WireRequest>& record, const std::string& kind) {
 
 TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines) {
     const std::string remarks = "\xd8\xb1\xd8\xa7\xd8\xaa\xd8\xa8 \xe0\xa4\xb5\xe0\xa5\x87 \xf0\x9f\x8e\x89";
-    auto small = ok(newEntry("Administration", remarks));
+    auto& first = newEntry("Administration", remarks);
+    first.dtpTransDate.userSet({2026, 10, 28, 14, 30, 0});  // a time of day the entry does not keep
+    auto small = ok(first);
     ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking")) << toolkit.lastMessage()->text;
     auto large = ok(newEntry("Site Operations", "second"));
     ASSERT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
@@ -116,6 +118,8 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
                c.text.find("update pMonthlyPayRollProcessing set mppPosted=1") == 0;
     }));
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"), common::Value(remarks));
+    EXPECT_EQ(scalar("select TransDate from paPayAccLinkHeader where TransNo='PAL/6'").toText(),
+              "28/10/2026");
 }
 
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
@@ -148,8 +152,10 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"),
               common::Value("October"));
 
-    // At compatibility level 100 the numbering past an odd stored number goes without TRY_CONVERT.
+    // At compatibility level 100 the numbering goes without TRY_CONVERT, past odd stored numbers:
+    // a fraction, and more digits than an int may hold.
     raw->execute("update paPayAccLinkHeader set TransNo='PAL/7.5' where TransNo='PAL/5'");
+    raw->execute("update paPayAccLinkHeader set TransNo='PAL/9999999999' where TransNo='PAL/4'");
     responder->setCompatibilityLevel(100);
     connect();
     auto& again = newEntry("Finance & Accounts", "level 100");

@@ -1,10 +1,16 @@
 // The voucher's PDF in the scripts a payroll office writes names in: Latin, Arabic and
-// Devanagari come back from the file's text, in fonts the file carries.
+// Devanagari come back from the file's text, in fonts the file carries. And the sums a reader
+// checks by eye: the voucher's balance note and the totals under the posting list.
+#include <QLabel>
+#include <QStandardItemModel>
 #include <QString>
 #include <cstdlib>
 #include <regex>
 
 #include "gui_support.h"
+#include "qt/ItemLook.h"
+#include "qt/ItemModels.h"
+#include "qt/PostingTotals.h"
 #include "qt/VoucherPrinter.h"
 
 namespace {
@@ -24,7 +30,8 @@ TEST(VoucherPdf, ArabicAndDevanagariAreWrittenInEmbeddedFonts) {
     v.lines.push_back(
         {1, 1001, "Basic Salaries", "वेतन भुगतान", "AED", "AED", 100, 0, 100, 100});  // salary payment
     v.lines.push_back(
-        {2, 1004, "مصروف الرواتب", "Net pay", "AED", "AED", 0, 100, -100, -100});  // salaries expense
+        {2, 1004, "مصروف الرواتب", "Net pay", "AED", "AED", 0, 100, -100, -90});  // salaries expense
+    v.departmentCurrency = v.companyCurrency = "AED";
     v.totals.push_back({"AED", 100, 100, 0, 0});
     testsupport::TempDir tmp;
     const std::string file = tmp.file("voucher.pdf");
@@ -35,7 +42,8 @@ TEST(VoucherPdf, ArabicAndDevanagariAreWrittenInEmbeddedFonts) {
     // maps to the letters stored.
     const QString text = QString::fromStdString(run("pdftotext '" + file + "' -", file))
                              .normalized(QString::NormalizationForm_KC);
-    for (const char* written : {"Basic Salaries", "رواتب أكتوبر", "वेतन भुगतान", "مصروف الرواتب"})
+    for (const char* written : {"Basic Salaries", "رواتب أكتوبر", "वेतन भुगतान", "مصروف الرواتب",
+                                "net to 0.00 AED and its company amounts to 10.00 AED."})
         EXPECT_TRUE(text.contains(QString::fromUtf8(written))) << written << "\n" << text.toStdString();
 
     // Every font is embedded (pdffonts' "emb" column), the Devanagari one among them.
@@ -46,6 +54,27 @@ TEST(VoucherPdf, ArabicAndDevanagariAreWrittenInEmbeddedFonts) {
         EXPECT_EQ((*m)[1], "yes") << m->str();
     EXPECT_GE(listed, 2);
     EXPECT_NE(fonts.find("Lohit-Devanagari"), std::string::npos) << fonts;
+}
+
+// A rupee line gathered and its credit by hand, listed negative, with the company amounts in
+// dirhams a cent apart: the credit is what the line's total credits, each balance its own column.
+TEST(PostingTotals, ACreditByHandCountsAsACreditAndEachBalanceSumsItsOwnColumn) {
+    guitest::startApp();
+    const qtui::ListLook& look = *qtui::listLook("frmPayrollAccountsLinking", "lvwPostingDetails");
+    QStandardItemModel m(2, static_cast<int>(look.columns.size()));
+    const int cols[] = {look.currency, look.debit, look.credit, look.total, look.department, look.company};
+    const char* cells[2][6] = {{"INR", "100", "0", "100", "100", "4.41"},
+                               {"INR", "0", "-100", "-100", "-100", "-4.40"}};
+    for (int r = 0; r < 2; ++r)
+        for (int c = 0; c < 6; ++c)
+            m.setData(m.index(r, cols[c]), cells[r][c], qtui::ListViewModel::RawTextRole);
+    qtui::PostingTotals totals(m, look);
+    for (const auto& [name, shown] : {std::pair{"totalCredit_INR", "100.00"},
+                                      {"balanceDepartment", "0.00"},
+                                      {"balanceCompany", "0.01"}}) {
+        const auto* label = totals.findChild<QLabel*>(name);
+        EXPECT_EQ(label != nullptr ? label->text().toStdString() : "missing", shown) << name;
+    }
 }
 
 }  // namespace
