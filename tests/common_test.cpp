@@ -195,3 +195,14 @@ TEST(Utf8, TerminalTextEscapesControlCharacters) {
     for (const auto& [text, shown] : cases) EXPECT_EQ(common::terminalText(text), shown);
     EXPECT_EQ(common::terminalText("a\tb\nc\x1b", "\t\n"), "a\tb\nc\\x1B");
 }
+
+// Overlong forms, values past U+10FFFF and a character short of its last continuation byte are
+// no characters; UTF-16 counts two units only past U+FFFF; every C1 control is escaped.
+TEST(Utf8, OnlyWellFormedCharactersCount) {
+    for (const std::string bad : {"\xC0\xAF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF0\x9F\x98!"})
+        EXPECT_EQ(common::utf8CharLength(bad, 0), 0u);
+    for (const std::string good : {"\xC2\x80", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"})
+        EXPECT_EQ(common::utf8CharLength(good, 0), good.size());
+    EXPECT_EQ(common::utf16Length("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"), 4u);  // é € 😀
+    EXPECT_EQ(common::terminalText("\xC2\x85"), "\\u0085");
+}
