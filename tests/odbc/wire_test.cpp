@@ -124,7 +124,12 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
 
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     auto& f = newEntry("Administration", "October");
-    EXPECT_TRUE(f.txtRemarks.maxLengthInUtf16);  // the server counts its columns so
+    // The server counts its columns in UTF-16 units: 253 letters and one emoji fill all 255.
+    const std::string full = std::string(253, 'x') + "\xf0\x9f\x8e\x89";
+    f.txtRemarks.setText("");
+    f.txtRemarks.userPaste(full + "\xf0\x9f\x8e\x89");
+    EXPECT_EQ(f.txtRemarks.text(), full);
+    f.txtRemarks.setText("October");
     const std::string before = dbState();
     // Another copy holds the company's entries past the wait: one sentence, nothing written,
     // also when the connection goes down at the rollback that follows.
