@@ -145,23 +145,21 @@ TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) 
     auto number = [&](const std::string& trans) {
         return c->open("select TransNo from paPayAccLinkHeader where TransID=" + trans)->field(0).toText();
     };
-    for (
-        const std::string& fault : std::vector<std::string>{
-            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Cancelled) values (1, 900, 1, 'PAL/900', '2026-09-30', 'P', 0)",
-            "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, RefTransID) values (1, 900, 1, " +
-                linked + ")",
-            "update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + openRun,
-            "update pPaymentHeader set phPosted=0 where phPaymentID=" + payment,
-            "update paPayAccLinkPostingDetails set DeptAmount=DeptAmount+0.02 where DetailID=1 and TransID=" +
-                e[0],
-            "update paPayAccLinkPostingDetails set AccountID=999999 where DetailID=2 and TransID=" + e[1],
-            "update paPayAccLinkPostingDetails set AccCurrID=NULL where DetailID=1 and TransID=" + e[2],
-            "update paPayAccLinkHeader set TransNo='" + number(copied) + "' where TransID=" + e[3],
-            "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Cancelled) values (1, 901, 1, 'PAL/1.5', '2026-09-30', 'P', 1)"})
+    const std::string header =
+        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, "
+        "TransDate, TransType, Cancelled) values (1, ";
+    const std::string line = "update paPayAccLinkPostingDetails set ";
+    for (const std::string& fault :
+         {header + "900, 1, 'PAL/900', '2026-09-30', 'P', 0)",
+          "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, RefTransID) values (1, 900, 1, " +
+              linked + ")",
+          "update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + openRun,
+          "update pPaymentHeader set phPosted=0 where phPaymentID=" + payment,
+          line + "DeptAmount=DeptAmount+0.02 where DetailID=1 and TransID=" + e[0],
+          line + "AccountID=999999 where DetailID=2 and TransID=" + e[1],
+          line + "AccCurrID=NULL where DetailID=1 and TransID=" + e[2],
+          "update paPayAccLinkHeader set TransNo='" + number(copied) + "' where TransID=" + e[3],
+          header + "901, 1, 'PAL/1.5', '2026-09-30', 'P', 1)"})
         c->execute(fault);
     // What the audit may not change: every row it reads.
     const auto state = [&] {
@@ -322,7 +320,6 @@ TEST_F(MonthStatusViewTest, OpenCellOpensNewFilledInAndPostedCellItsEntry) {
     module->collect();
 
     // The read-only user may look, and print, but not start an entry.
-    module->session.userId = 2;
     reopen();
     module->session.userId = 2;
     browser::MonthStatusView readOnly(module->FrmMaster());
