@@ -81,6 +81,13 @@ protected:
             if (g.textMatrix(r, 0) == std::to_string(transId)) return r;
         return -1;
     }
+    // New, Edit, Delete, Print as the browser shows them ("-" for disabled); Close is always on.
+    std::string buttons() {
+        const browser::FrmMaster& f = module->FrmMaster();
+        EXPECT_TRUE(f.CmdClose.enabled());
+        return std::string(f.cmdnew.enabled() ? "N" : "-") + (f.CmdEdit.enabled() ? "E" : "-") +
+               (f.CmdDelete.enabled() ? "D" : "-") + (f.cmdPrint.enabled() ? "P" : "-");
+    }
     // Whether this exact statement reached the database.
     bool traced(const std::string& sql) const {
         auto s = trace->statements();
