@@ -97,7 +97,6 @@ TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
     } cases[] = {
         // Arabic letters are two bytes each, the emoji four; "x" replaces characters 2 and 3.
         {"مرحبا", "مرحب", "رحب", "رx"},
-        {"pay 😀", "pay ", "ay ", "ax"},
         {"😀🎉✓", "😀🎉", "🎉", "🎉x"},
     };
     for (const auto& c : cases) {
