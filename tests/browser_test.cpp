@@ -24,13 +24,12 @@ protected:
 
     void add(int id, const std::string& no, const std::string& date, const std::string& type = "P",
              int cancelled = 0, int posted = 0, int company = 1, int department = 1) {
+        auto n = [](int v) { return std::to_string(v) + ","; };
         raw->execute(
             "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Cancelled, Posted) values (" +
-            std::to_string(company) + "," + std::to_string(id) + "," + std::to_string(department) + "," +
-            (no.empty() ? "NULL" : "'" + no + "'") + ",'" + date + "','" + type + "'," +
-            std::to_string(cancelled) + "," + std::to_string(posted) + ")");
+            "TransType, Cancelled, Posted) values (" +
+            n(company) + n(id) + n(department) + (no.empty() ? "NULL" : "'" + no + "'") + ",'" + date +
+            "','" + type + "'," + n(cancelled) + std::to_string(posted) + ")");
     }
     // The list's captions in columnid order (inserted backwards: the order is columnid's).
     void captions(const Strings& headers, const Strings& names) {

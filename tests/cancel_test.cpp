@@ -30,14 +30,13 @@ protected:
         const std::string n = std::to_string(id);
         raw->execute(
             "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, "
-            "TransType, "
-            "Cancelled, Posted) values (1," +
+            "TransType, Cancelled, Posted) values (1," +
             n + ",1,'PAL-" + n + "','2026-10-10','" + type + "',0,0)");
         int detail = 0;
         for (const auto& ref : refs) {
             raw->execute(
-                "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, DepartmentID, RefTransID) "
-                "values (1," +
+                "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, DepartmentID, "
+                "RefTransID) values (1," +
                 n + "," + std::to_string(++detail) + ",1," + ref + ")");
             raw->execute(type == "P"
                              ? "update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + ref
