@@ -176,9 +176,9 @@ TEST_F(SqliteTest, DateTextsCompareWithDateColumnsAsOnTheServer) {
           "'20261015' between FromDate and '20261031'|1", "FromDate between '20261001' and '2026/10/01'|1",
           "ToDate not between '20261001' and '20261031'|1", "'2026-10-01' = FromDate|1",
           "FromDate <> '01/Oct/2026'|0", "FromDate !< '20261001'|1", "ToDate <= '2026-10-31 12:00'|1",
-          "FromDate in ('20261002', '2026-10-01')|1", "isnull(ToDate, '20990101') > '20261031'|1",
-          "(select max(ToDate) from period) >= '20261031'|1", "? between FromDate and ToDate|1",
-          "FromDate between ? and ?|1", "ToDate > ?|1",
+          "FromDate in ('20261002', '2026-10-01')|1", "FromDate not in ('20261001')|0",
+          "isnull(ToDate, '20990101') > '20261031'|1", "(select max(ToDate) from period) >= '20261031'|1",
+          "? between FromDate and ToDate|1", "FromDate between ? and ?|1", "ToDate > ?|1",
           // Text against text stays text, as on the server.
           "Note between '20261001' and '20261031'|1", "Note = '2026-10-15'|0"}) {
         const std::string where = form.substr(0, form.find('|'));
