@@ -134,62 +134,6 @@ TEST_F(SaveTest, EntryNumberIsThePrefixAndTheNextNumberOfThatPrefix) {
     EXPECT_EQ(f.Generateappno(), "8");
 }
 
-TEST_F(SaveTest, NewPayrollEntryWritesHeaderDetailsPostingLinesAndFlags) {
-    raw->execute("update pDepartmentMaster set DepCurrencyID=3 where CompanyID=1 and DepartmentID=9");
-    auto& f = payrollEntry();
-    auto o = oracle();
-    const auto want =
-        ticked(o.listed('P', 9, DateTime::ymd(2026, 11, 28), DateTime::ymd(2026, 11, 28)), {9001, 9003});
-    browser();  // the list the save refreshes
-    const int browserRows = browser().flexMaster.rows();
-    trace->clear();
-    f.cmdOk.userClick();
-    ASSERT_TRUE(toolkit.errors.empty());
-    EXPECT_FALSE(linkingOpen());
-
-    EXPECT_EQ(
-        rows("select CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
-             "cancelremarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID=6"),
-        "1|6|9|PAL/6|20/11/2026|P|November wages|0||0|\n");
-    auto header = std::find_if(trace->entries().begin(), trace->entries().end(), [](const auto& e) {
-        return e.kind == data::TraceEntry::Kind::Command &&
-               e.text.find("paPayAccLinkHeader") != std::string::npos;
-    });
-    ASSERT_NE(header, trace->entries().end());
-    EXPECT_EQ(
-        header->text,
-        " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, TransType, "
-        "Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ");
-    EXPECT_EQ(header->values,
-              (std::vector<common::Value>{1, 6, 9, "PAL/6", "20/Nov/2026", "P", "November wages", 0}));
-
-    // The ticked runs' lines and their sums, as the oracle has them, and the runs flagged.
-    EXPECT_EQ(o.entryFaults(6) + text(o.stored(6)), text(want.lines));
-    EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
-    EXPECT_EQ(
-        rows("select DetailID, RefTransID, DepartmentID, RefTransNo, RefTransType, RefTransDate, EmpID, "
-             "EmpName, "
-             "EmpNo, AccountDesc, TransCurrSymbol, AccCurrSymbol from paPayAccLinkDetails where CompanyID=1 "
-             "and "
-             "TransID=6 and DetailID in (4, 5) order by DetailID"),
-        "4|9001|9|PRT/9001|Net Pay|28/11/2026|901|Tester 901|T901|Net Salaries Payable - AED|AED|AED|\n"
-        "5|9003|9|PRT/9003|Basic Salary|28/11/2026|906|Tester 906|T906|Basic Salaries - USD|USD|USD|\n");
-    EXPECT_EQ(
-        rows(
-            "select DetailID, DepartmentID, AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, "
-            "Editable from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 and DetailID in (1, 8) "
-            "order by DetailID"),
-        "1|9|Basic Salaries - AED||AED|AED|N|\n8|9|Net Salaries Payable - USD||USD|USD|N|\n");
-
-    // The browser shows the new entry as its current row.
-    auto& g = browser().flexMaster;
-    EXPECT_EQ(g.rows(), browserRows + 1);
-    ASSERT_EQ(g.row(), g.rows() - 1);
-    std::string cells;
-    for (int c = 0; c < 7; ++c) cells += g.textMatrix(g.row(), c) + "|";
-    EXPECT_EQ(cells, "6|PAL/6|20/11/2026|Payroll|Test Lab|No|No|");
-}
-
 TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     openNew().cmdClose.userClick();  // nothing changed
     EXPECT_TRUE(toolkit.messages.empty());
@@ -210,21 +154,60 @@ TEST_F(SaveTest, ClosingAsksToSaveOnlyWhenSomethingChanged) {
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader"), 6);
 }
 
-TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFails) {
-    faultEveryCall(payrollEntry());
+// Whichever call fails, nothing stays; the retries then save the entry once, in full: header,
+// details, posting lines and flags.
+TEST_F(SaveTest, NewEntryIsAllOrNothingWhateverCallFailsAndWritesHeaderDetailsLinesAndFlags) {
+    raw->execute("update pDepartmentMaster set DepCurrencyID=3 where CompanyID=1 and DepartmentID=9");
+    auto& f = payrollEntry();
+    auto o = oracle();
+    const auto want =
+        ticked(o.listed('P', 9, DateTime::ymd(2026, 11, 28), DateTime::ymd(2026, 11, 28)), {9001, 9003});
+    trace->clear();
+    faultEveryCall(f);
     ASSERT_FALSE(linkingOpen());
-    // The retries after the faults saved it once, in full.
-    EXPECT_EQ(rows("select TransID, TransNo from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
-              "6|PAL/6|\n");
-    EXPECT_EQ(oracle().entryFaults(6) + testsupport::LedgerFaults(*raw), "");
+    ASSERT_TRUE(toolkit.errors.empty());
     EXPECT_EQ(
-        count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=6"),
-        2);
+        rows("select CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, "
+             "cancelremarks, Posted from paPayAccLinkHeader where CompanyID=1 and TransID>5"),
+        "1|6|9|PAL/6|20/11/2026|P|November wages|0||0|\n");
+    auto header = std::find_if(trace->entries().begin(), trace->entries().end(), [](const auto& e) {
+        return e.kind == data::TraceEntry::Kind::Command &&
+               e.text.find("paPayAccLinkHeader") != std::string::npos;
+    });
+    ASSERT_NE(header, trace->entries().end());
+    EXPECT_EQ(header->text,
+              " insert into paPayAccLinkHeader ( CompanyID,TransID, DepartmentID, TransNo, TransDate, "
+              "TransType, Remarks, Cancelled) values (?, ?, ?, ?, ?, ?, ?, ?) ");
+    EXPECT_EQ(header->values,
+              (std::vector<common::Value>{1, 6, 9, "PAL/6", "20/Nov/2026", "P", "November wages", 0}));
+
+    // The ticked runs' lines and their sums, as the oracle has them, and the runs flagged.
+    EXPECT_EQ(o.entryFaults(6) + text(o.stored(6)), text(want.lines));
+    EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
+    EXPECT_EQ(rows("select DetailID, RefTransID, DepartmentID, RefTransNo, RefTransType, RefTransDate, "
+                   "EmpID, EmpName, EmpNo, AccountDesc, TransCurrSymbol, AccCurrSymbol from "
+                   "paPayAccLinkDetails where CompanyID=1 and TransID=6 and DetailID in (4, 5) "
+                   "order by DetailID"),
+              "4|9001|9|PRT/9001|Net Pay|28/11/2026|901|Tester 901|T901|Net Salaries Payable - AED|AED|"
+              "AED|\n5|9003|9|PRT/9003|Basic Salary|28/11/2026|906|Tester 906|T906|Basic Salaries - USD|"
+              "USD|USD|\n");
+    EXPECT_EQ(rows("select DetailID, DepartmentID, AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, "
+                   "Editable from paPayAccLinkPostingDetails where CompanyID=1 and TransID=6 and DetailID "
+                   "in (1, 8) order by DetailID"),
+              "1|9|Basic Salaries - AED||AED|AED|N|\n8|9|Net Salaries Payable - USD||USD|USD|N|\n");
 }
 
 TEST_F(SaveTest, EditedEntryIsAllOrNothingWhateverCallFails) {
+    auto& g = browser().flexMaster;  // the list the save refreshes
+    const int browserRows = g.rows();
     payrollEntry().cmdOk.userClick();
     ASSERT_FALSE(linkingOpen());
+    // The browser shows the new entry as its current row.
+    EXPECT_EQ(g.rows(), browserRows + 1);
+    ASSERT_EQ(g.row(), g.rows() - 1);
+    std::string cells;
+    for (int c = 0; c < 7; ++c) cells += g.textMatrix(g.row(), c) + "|";
+    EXPECT_EQ(cells, "6|PAL/6|20/11/2026|Payroll|Test Lab|No|No|");
     auto& f = openEdit(6);
     f.dtpTransDate.userSet(DateTime::ymd(2026, 11, 25));
     f.lvwTransactions.userToggle(2);  // run 9003
