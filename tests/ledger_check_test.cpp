@@ -7,71 +7,58 @@
 namespace linkingtest {
 namespace {
 
+// A trigger that changes posting line n of the entry as it is written.
+std::string onLine(int n, const std::string& set) {
+    const std::string line = "DetailID=" + std::to_string(n);
+    return "create trigger fault after insert on paPayAccLinkPostingDetails when new." + line +
+           " begin update paPayAccLinkPostingDetails set " + set + " where TransID=new.TransID and " + line +
+           "; end";
+}
+const std::string kAgain = ": press Ok again, and if it happens again, report it to support.";
+
 TEST_F(LinkingTest, TheLedgerCheckRefusesWhatAFaultAboveItWouldHaveSaved) {
-    struct Case {
-        const char* fault;
-        const char* sentence;
-    } cases[] = {
+    const std::string deductions =
+        "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand on "
+        "the other side: open the line in the editor and save it again.";
+    const std::pair<std::string, std::string> cases[] = {
         {"create trigger fault after update of mppPosted on pMonthlyPayRollProcessing when "
-         "new.mppProcessID=9002 "
-         "begin update pMonthlyPayRollProcessing set mppPosted=0 where mppProcessID=9002; end",
-         "Payroll run PRT/9002 is linked by this entry but was not marked posted: press Ok again, and if it "
-         "happens "
-         "again, report it to support."},
+         "new.mppProcessID=9002 begin update pMonthlyPayRollProcessing set mppPosted=0 where "
+         "mppProcessID=9002; end",
+         "Payroll run PRT/9002 is linked by this entry but was not marked posted" + kAgain},
         {"create trigger fault after insert on paPayAccLinkDetails when new.RefTransID=9002 and "
-         "new.TransID=6 "
-         "begin delete from paPayAccLinkDetails where TransID=6 and RefTransID=9002; end",
-         "This entry holds 8 source lines where 12 were written: press Ok again, and if it happens again, "
-         "report it to support."},
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=2 begin update "
-         "paPayAccLinkPostingDetails set AccountID=4711 where TransID=new.TransID and DetailID=2; end",
+         "new.TransID=6 begin delete from paPayAccLinkDetails where TransID=6 and RefTransID=9002; end",
+         "This entry holds 8 source lines where 12 were written" + kAgain},
+        {onLine(2, "AccountID=4711"),
          "Line 2, Staff Allowances - AED, names an account that is not in the accounts master: check the "
-         "accounts "
-         "and the salary account settings."},
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=1 begin update "
-         "paPayAccLinkPostingDetails set CompAmount=CompAmount+1 where TransID=new.TransID and DetailID=1; "
-         "end",
+         "accounts and the salary account settings."},
+        {onLine(1, "CompAmount=CompAmount+1"),
          "The company amounts of this entry do not balance (they differ by 1.00 AED): the exchange rates of "
-         "its "
-         "currencies do not agree; balance it with a line in the currency of the lines that differ, or check "
-         "the "
-         "exchange rates to AED."},
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=3 begin update "
-         "paPayAccLinkPostingDetails set DeptAmount=-DeptAmount, CompAmount=-CompAmount where "
-         "TransID=new.TransID and DetailID=3; end",
-         "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand "
-         "on the "
-         "other side: open the line in the editor and save it again."},
+         "its currencies do not agree; balance it with a line in the currency of the lines that differ, or "
+         "check the exchange rates to AED."},
+        {onLine(3, "DeptAmount=-DeptAmount, CompAmount=-CompAmount"), deductions},
         // Short on the other side, one converted amount missing, one on the wrong side alone.
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=1 begin update "
-         "paPayAccLinkPostingDetails set DeptAmount=DeptAmount-1 where TransID=new.TransID and DetailID=1; "
-         "end",
-         "The department amounts of this entry do not balance (they differ by -1.00 AED): check the posting "
-         "lines' department amounts."},
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=2 begin update "
-         "paPayAccLinkPostingDetails set DeptAmount=0 where TransID=new.TransID and DetailID=2; end",
+        {onLine(1, "DeptAmount=DeptAmount-1"),
+         "The department amounts of this entry do not balance (they differ by -1.00 AED): check the "
+         "posting lines' department amounts."},
+        {onLine(2, "DeptAmount=0"),
          "Line 2, Staff Allowances - AED, has no department amount: check the exchange rate from AED to "
          "AED."},
-        {"create trigger fault after insert on paPayAccLinkPostingDetails when new.DetailID=3 begin update "
-         "paPayAccLinkPostingDetails set CompAmount=-CompAmount where TransID=new.TransID and DetailID=3; "
-         "end",
-         "Line 3, Salary Deductions Payable - AED, is a credit of 350.00 AED whose converted amounts stand "
-         "on the other side: open the line in the editor and save it again."},
+        {onLine(3, "CompAmount=-CompAmount"), deductions},
     };
     const std::string before = dbState();
-    for (const auto& c : cases) {
-        raw->execute(c.fault);
+    for (const auto& [fault, sentence] : cases) {
+        raw->execute(fault);
         auto& f = threeRuns();
         f.chkSelectAll.userSet(1);
         toolkit.messages.clear();
         f.cmdOk.userClick();
-        EXPECT_EQ(lastMessage(), c.sentence);
+        EXPECT_EQ(lastMessage(), sentence);
         EXPECT_TRUE(linkingOpen());
         toolkit.answers = {ui::vbNo};
         f.cmdClose.userClick();
         raw->execute("drop trigger fault");
         raw->execute("delete from pMonthlyPayRollProcessing where mppProcessID in (9001, 9002, 9003)");
-        EXPECT_EQ(dbState(), before) << c.fault;
+        EXPECT_EQ(dbState(), before) << fault;
     }
     EXPECT_NE(testsupport::slurp(data::errorLogPath()).find("LedgerCheck"), std::string::npos);
 }
@@ -114,8 +101,7 @@ TEST_F(LinkingTest, TheLedgerCheckAllowsHalfACentPerLineConvertedIntoThatCurrenc
         "Payroll run 9001 would be marked posted although this entry does not link it: press Show again "
         "and tick what the entry should link.");
     EXPECT_EQ(linking::LedgerCheck(*raw, tables, {1, 900, true, {}, {9001}}),
-              "Payroll run 9001 is linked by this entry but was not marked posted: press Ok again, and if it "
-              "happens again, report it to support.");
+              "Payroll run 9001 is linked by this entry but was not marked posted" + kAgain);
 }
 
 }  // namespace
