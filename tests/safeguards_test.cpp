@@ -21,12 +21,13 @@ protected:
         LinkingTest::SetUp();
         raw->execute("update psettings set noofpreviousdays=0 where companyid=1");
     }
-    void show(frmPayrollAccountsLinking& f, const std::string& type, int fromMonth = 11) {
-        ASSERT_TRUE(f.cboType.userSelectText(type));
-        ASSERT_TRUE(f.cboDepartment.userSelectText("Test Lab"));
-        f.dtpFromDate.userSet(DateTime::ymd(2026, fromMonth, 1));
-        f.dtpToDate.userSet(DateTime::ymd(2026, 11, 30));
-        f.cmdShow.userClick();
+    // A new entry of every open run of the test department, saved.
+    void saveOpenRuns() {
+        auto& f = openNew();
+        gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
+        f.chkSelectAll.userSet(1);
+        f.cmdOk.userClick();
+        ASSERT_FALSE(linkingOpen()) << lastMessage();
     }
 };
 
@@ -54,12 +55,7 @@ const std::string kClosedToCancel =
 
 TEST_F(SafeguardTest, AnEntryClosedMeanwhileIsClosedToAnOpenEditOrCancellation) {
     addRun(9101, 901, 1000, 100, 50);
-    auto& f = openNew();
-    show(f, "Payroll");
-    f.lvwTransactions.userToggle(1);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
-
+    saveOpenRuns();
     auto& grid = browser().flexMaster;
     std::string column;
     const auto closeAtBegin = [&](const data::TraceEntry& e) {
@@ -101,11 +97,7 @@ TEST_F(SafeguardTest, AnEntryClosedMeanwhileIsClosedToAnOpenEditOrCancellation) 
 TEST_F(SafeguardTest, AStaleEditOfASourceAnotherEntryTookMeanwhileIsRefused) {
     addRun(9101, 901, 1000, 100, 50);
     addRun(9102, 902, 2000, 200, 80);
-    auto& f = openNew();
-    show(f, "Payroll");
-    f.chkSelectAll.userSet(1);
-    f.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    saveOpenRuns();
 
     OtherCopy stale(*module, dbPath);
     auto& g = stale.module.FrmMaster().flexMaster;
@@ -118,12 +110,7 @@ TEST_F(SafeguardTest, AStaleEditOfASourceAnotherEntryTookMeanwhileIsRefused) {
     mine.lvwTransactions.userToggle(2);
     mine.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
-    auto& taking = openNew();
-    show(taking, "Payroll");
-    ASSERT_EQ(taking.lvwTransactions.count(), 1);
-    taking.lvwTransactions.userToggle(1);
-    taking.cmdOk.userClick();
-    ASSERT_FALSE(linkingOpen()) << lastMessage();
+    saveOpenRuns();  // the released run
 
     const std::string before = dbState();
     editing.txtRemarks.userPaste("late");
@@ -181,7 +168,7 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     raw->execute("update pprefix set Prefix='ق/' where companyid=1 and InterfaceID=60");
     raw->execute("update paPayAccLinkHeader set TransNo='ق/' || TransID where CompanyID=1");
     auto& f = openNew();
-    show(f, "Payroll");
+    gather(f, "Payroll", DateTime::ymd(2026, 11, 20));
     f.lvwTransactions.userToggle(1);
     trace->beforeEach = [](const data::TraceEntry& e) {
         // The classic statement and its guarded stand-in both fail: only then does the
@@ -254,10 +241,9 @@ TEST_F(BadInputTest, RemarksReachTheHeaderExactlyAsTypedOrPasted) {
                                             "x', Remarks='changed', Cancelled=0 where 1=1 --",
                                             "a; delete from paPayAccLinkHeader; -- \"not\" /* a comment */",
                                             "Zürich – Ærøskøbing, 東京, Łódź", longText.substr(0, 254) + "Z"};
-    for (size_t i = 0; i < texts.size(); ++i) {
+    for (int i = 0; i < static_cast<int>(texts.size()); ++i) {
         SCOPED_TRACE("text " + std::to_string(i) + (i % 2 ? ", typed" : ", pasted"));
-        addRun(9100 + static_cast<int>(i), 901 + static_cast<int>(i % 5), 1000 + static_cast<double>(i), 100,
-               50);
+        addRun(9100 + i, 901 + i % 5, 1000 + i, 100, 50);
         auto& f = openNew();
         gather(f, "Payroll", DateTime::ymd(2026, 11, 30));
         ASSERT_EQ(f.lvwTransactions.count(), 1);
