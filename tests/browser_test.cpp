@@ -1,5 +1,5 @@
-// The entry browser driven as a user does: list and date window, captions and colours,
-// search, rights and the actions.
+// The entry browser driven as a user does: list and date window, sort and search, rights and
+// the actions.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -82,31 +82,6 @@ TEST_F(BrowserTest, ListsTheEntriesOfTheDateWindow) {
     EXPECT_EQ(g.textMatrix(r, 2), "15/10/2026");
     EXPECT_EQ(g.textMatrix(r, 3) + "|" + g.textMatrix(r, 5) + "|" + g.textMatrix(r, 6), "Payroll|No|No");
     for (int days : {0, -3}) EXPECT_EQ(ids(days), (Strings{"1", "2", "3", "4"})) << days;
-}
-
-TEST_F(BrowserTest, CaptionsCombosAndCancelledRows) {
-    add(1, "E-1", "2026-10-10");
-    add(2, "E-2", "2026-10-11", "A", 1);
-    add(3, "E-3", "2026-10-12", "R", 0, 1);
-    captions({"ID", "Entry No", "Entry Date", "Type", "Emp No", "Cancelled", "Posted?"},
-             {"TransID", "TransNo", "TransDate", "Type", " eEmpNo ", "cancel", "Posted"});
-    auto& f = module->FrmMaster();
-    auto& g = f.flexMaster;
-    Strings headers;
-    for (int c = 0; c < g.cols(); ++c) headers.push_back(g.textMatrix(0, c));
-    EXPECT_EQ(headers, (Strings{"ID", "Entry No", "Entry Date", "Type", "Emp No", "Cancelled", "Posted?"}));
-    for (ui::ComboBox* combo : {&f.cboColNames, &f.cboSearch}) {
-        std::string items;
-        for (int i = 0; i < combo->listCount(); ++i)
-            items += combo->list(i) + "=" + std::to_string(combo->itemData(i)) + ";";
-        EXPECT_EQ(items, "ID=0;Entry No=1;Entry Date=2;Type=3;Cancelled=5;Posted?=6;") << combo->name();
-    }
-
-    for (int c = 0; c < 7; ++c) {
-        EXPECT_EQ(g.cellBackColor(browserRow(2), c) == ui::RGB(255, 0, 0), c < 6) << c;
-        EXPECT_NE(g.cellBackColor(browserRow(3), c), ui::RGB(255, 0, 0));
-    }
-    EXPECT_EQ(g.col(), 3);  // (the buttons on a cancelled row: the rights table)
 }
 
 TEST_F(BrowserTest, SortAndSearchKeepTheChosenEntryInNaturalOrderForEveryLetter) {

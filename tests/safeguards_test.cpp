@@ -31,19 +31,6 @@ protected:
     }
 };
 
-// A browser that lists while another copy holds its save's transaction open sees only what is
-// committed. (Sources linked by two users at once: the property test's races.)
-TEST_F(SafeguardTest, ABrowserListingDuringAnotherCopysSaveSeesWhatIsCommitted) {
-    OtherCopy second(*module, dbPath);
-    raw->beginTrans();
-    raw->execute(
-        "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-        "Remarks, Cancelled) values (1, 990, 9, 'OTHER/990', '2026-11-01', 'P', 'first copy', 0)");
-    EXPECT_TRUE(std::filesystem::exists(dbPath + "-wal")) << "the database is not in write-ahead-log mode";
-    EXPECT_EQ(second.module.FrmMaster().flexMaster.rows(), 6) << "entries 1 to 5 only";
-    raw->rollbackTrans();
-}
-
 // An entry cancelled or posted by another user after the screen's own check, just as its
 // transaction begins, is closed to an open edit, and one posted so to an open cancellation.
 // (Cancelled before a stale cancellation: the property test's two users.)

@@ -65,28 +65,6 @@ TEST_F(ScreenGuardTest, ShowOpensTheBrowserOnlyForTheExactKey) {
                   std::to_string(s.interfaceId) + "|" + s.msgTitle + "|" + s.processDate,
               "3|1|60|Linking|01/11/2026");
     EXPECT_EQ(s.connection, trace);
-
-    // Closing unloads the browser; a wrong key later leaves the session as it was.
-    ui::Form* first = toolkit.topForm();
-    first->userClose();
-    EXPECT_FALSE(module->isLoaded("FrmMaster"));
-    component.intUserID = 99;
-    show("wrong");
-    EXPECT_EQ(s.userId, 3);
-
-    // The next Show loads a fresh browser while the old object is still there.
-    show(entry::kProjectKey);
-    EXPECT_NE(toolkit.topForm(), first);
-    EXPECT_EQ(module->loadedForm("frmmaster"), toolkit.topForm());
-    module->collect();
-    EXPECT_EQ(toolkit.topForm()->name(), "FrmMaster");
-
-    // adocon creates an unopened connection when read while empty.
-    entry::qorPayrollAccounts bare(*module);
-    auto c = bare.adocon();
-    ASSERT_TRUE(c);
-    EXPECT_EQ(bare.adocon(), c);
-    EXPECT_FALSE(c->isOpen());
 }
 
 TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {

@@ -1,11 +1,8 @@
 // The embedded database takes the suite's SQL Server statements unchanged.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <thread>
 #include <vector>
 
 #include "TestSupport.h"
@@ -32,14 +29,11 @@ std::string errorText(const std::function<void()>& f) {
 class SqliteTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::create_directory(tmp.path() / "procedures");
-        db = data::sqlite::open(tmp.file("t.db"), {.procedureDir = tmp.file("procedures"), .create = true});
+        db = data::sqlite::open(tmp.file("t.db"), {.procedureDir = {}, .create = true});
         db->execute(
             "create table paPayAccLinkHeader (CompanyID integer not null, TransID integer not null, "
             "DepartmentID integer, TransNo text collate nocase, TransDate date, TransType text, "
             "Remarks text collate nocase, Cancelled integer default 0, primary key (CompanyID, TransID))");
-        db->execute(
-            "create table pay (CompanyID integer, PayDate datetime, Kind text collate nocase, Amount real)");
     }
 
     Value scalar(const std::string& sql) {
@@ -55,10 +49,6 @@ protected:
         cmd->refreshParameters();
         cmd->execute(
             {Value(company), Value(id), Value(1), Value(no), Value(date), Value("P"), Value(""), Value(0)});
-    }
-
-    void writeProcedure(const std::string& name, const std::string& text) {
-        std::ofstream(tmp.file("procedures/" + name + ".sql")) << text;
     }
 
     TempDir tmp;
@@ -103,23 +93,6 @@ TEST_F(SqliteTest, AdaptedFunctionsAnswerAsTheServer) {
     // The server compares text without regard to case also where one side is an expression.
     header(1, "X9", "01/Feb/2004");
     EXPECT_EQ(scalar("select count(*) from paPayAccLinkHeader where substring(TransNo,1,1)='x'"), Value(1));
-}
-
-TEST_F(SqliteTest, UnsupportedConstructsFailNamingThem) {
-    db->execute("create table pLoanApplication (laCompanyID integer, laLoanAppID integer)");
-    db->execute("create table pLoansIssue (liCompanyID integer, liLoanAppID integer)");
-    for (auto [sql, named] :
-         {std::pair{
-              "select count(*) from pLoanApplication a,pLoansIssue b where a.laCompanyID*=b.liCompanyID",
-              "'*='"},
-          {"select a from t where a =* b", "'=*'"},
-          {"select convert(varchar, 1)", "convert(varchar"},
-          {"select top 1 TransID from paPayAccLinkHeader", "TOP"},
-          {"select dateadd(d, 1, TransDate) from paPayAccLinkHeader", "dateadd"}}) {
-        std::string text = errorText([&, s = sql] { db->open(s); });
-        EXPECT_NE(text.find(named), std::string::npos) << text;
-        EXPECT_NE(text.find("not supported"), std::string::npos) << text;
-    }
 }
 
 TEST_F(SqliteTest, SuiteDateTextsMeetDateColumnsAsIsoText) {
@@ -188,75 +161,4 @@ TEST_F(SqliteTest, DateTextsCompareWithDateColumnsAsOnTheServer) {
         auto cmd = db->command("select count(*) from period p where " + where, data::CommandType::Text);
         EXPECT_EQ(cmd->execute(bound)->field(0), Value(std::stoi(form.substr(form.find('|') + 1)))) << where;
     }
-}
-
-TEST_F(SqliteTest, ProceduresRunFromTheCatalog) {
-    writeProcedure("spPayTotals",
-                   "-- Totals of one kind of payment in a date range.\n"
-                   "-- param @CompanyID int\n"
-                   "-- param @FromDate date\n"
-                   "-- param @ToDate date\n"
-                   "-- param @Type text\n"
-                   "-- param @Total double output\n"
-                   "select count(*) as Cnt, sum(Amount) as Total\n"
-                   "from pay where CompanyID = @companyid and PayDate between @FromDate and @ToDate\n"
-                   "  and Kind = @Type\n");
-    db->execute(
-        "insert into pay values (1, '2004-02-01', 'A', 10), (1, '2004-02-29', 'a', 5), "
-        "(1, '2004-03-01', 'A', 100), (2, '2004-02-10', 'A', 1000)");
-
-    // "exec" statements, as the screens send them.
-    auto rs = db->open("exec spPayTotals 1,'20040201','20040229','A'");
-    EXPECT_EQ(rs->field("Cnt"), Value(2));
-    EXPECT_EQ(rs->field("Total"), Value(15.0));
-    rs = db->open(
-        "EXEC dbo.spPayTotals @CompanyID = 2, @FromDate = '01/Feb/2004', "
-        "@ToDate = '2004/02/29', @Type = 'A'");
-    EXPECT_EQ(rs->field("Total"), Value(1000.0));
-
-    // A stored-procedure command: the return value first, then the declared parameters.
-    auto cmd = db->command("spPayTotals", data::CommandType::StoredProc);
-    auto& ps = cmd->parameters();
-    ASSERT_EQ(ps.size(), 6u);
-    EXPECT_EQ(ps[0].direction, data::ParamDirection::ReturnValue);
-    EXPECT_EQ(ps[5].direction, data::ParamDirection::InputOutput);
-    cmd->setParameter(1, Value(1));
-    cmd->setParameter(2, Value("20040201"));
-    cmd->setParameter(3, Value(DateTime::ymd(2004, 3, 1)));
-    cmd->setParameter(4, Value("A"));
-    cmd->execute();
-    EXPECT_EQ(cmd->parameter(5), Value(115.0));
-    EXPECT_EQ(cmd->parameter(0), Value(0));
-    // No row in the range: the output parameter is Null.
-    cmd->setParameter(4, Value("Z"));
-    cmd->execute();
-    EXPECT_TRUE(cmd->parameter(5).isNull());
-
-    // Failures as the server words them.
-    const std::pair<std::function<void()>, std::string> failures[] = {
-        {[&] { db->open("exec spNope 1"); }, "Could not find stored procedure 'spNope'."},
-        {[&] { db->command("spNope", data::CommandType::StoredProc)->refreshParameters(); },
-         "Could not find stored procedure 'spNope'."},
-        {[&] { db->open("exec spPayTotals 1,'20040201','20040229','A',1,2"); },
-         "Procedure or function spPayTotals has too many arguments specified."},
-        {[&] { db->open("exec spPayTotals 1,'20040201'"); },
-         "Procedure or function 'spPayTotals' expects parameter '@ToDate', which was not supplied."},
-        {[&] { db->open("exec spPayTotals 1,'someday','20040229','A'"); },
-         "Error converting data type varchar to datetime."}};
-    for (const auto& [f, text] : failures) EXPECT_EQ(errorText(f), text);
-}
-
-// Opening a database not yet in WAL mode (made by an older build) switches it, which needs the
-// write lock: the switch waits for another program's lock as every statement does.
-TEST_F(SqliteTest, OpeningAnOlderDatabaseWaitsForTheLock) {
-    db->execute("PRAGMA journal_mode=DELETE");
-    db->beginTrans();
-    std::thread other([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        db->rollbackTrans();
-    });
-    EXPECT_EQ(
-        errorText([&] { data::sqlite::open(tmp.file("t.db"))->open("select count(*) from pay")->close(); }),
-        "(no error)");
-    other.join();
 }

@@ -1,115 +1,21 @@
-// The form lifecycle, the snapshot that decides whether closing asks to save, and the suite's
-// keystroke check of amount boxes, on small forms of the tests' own.
+// The suite's keystroke check of amount boxes, on a small form of the test's own.
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "suite/CommonModule.h"
 #include "ui/Form.h"
 #include "ui/Headless.h"
-#include "ui/Helpers.h"
 
 namespace {
 
 using namespace ui;
 
-class SampleForm : public Form {
-public:
-    explicit SampleForm(Toolkit& tk, std::string name = "frmSample") : Form(tk, std::move(name), "Sample") {}
-
-    std::vector<std::string> events;
-    int queryCancel = 0, unloadCancel = 0;
-    std::vector<int> queryModes;
-
-    void Form_QueryUnload(int& cancel, int mode) override {
-        queryModes.push_back(mode);
-        events.push_back("QueryUnload");
-        cancel = queryCancel;
-    }
-    void Form_Unload(int& cancel) override {
-        events.push_back("Unload");
-        cancel = unloadCancel;
-    }
-};
-
-TEST(Forms, UnloadRunsQueryUnloadThenUnloadUnlessCancelled) {
-    HeadlessToolkit tk;
-    SampleForm f(tk);
-    int dropped = 0;
-    f.unloader = [&](Form&, int) { return ++dropped > 0; };
-    tk.formLoaded(f);
-
-    f.queryCancel = 1;
-    EXPECT_FALSE(f.unload());
-    f.queryCancel = 0;
-    f.unloadCancel = 1;
-    EXPECT_FALSE(f.unload());
-    EXPECT_EQ(dropped, 0);
-    EXPECT_EQ(f.events, (std::vector<std::string>{"QueryUnload", "QueryUnload", "Unload"}));
-
-    f.unloadCancel = 0;
-    f.userClose();
-    EXPECT_EQ(dropped, 1);
-    EXPECT_EQ(f.queryModes.back(), vbFormControlMenu);
-    EXPECT_EQ(f.queryModes.front(), vbFormCode);
-    EXPECT_TRUE(tk.loadedForms().empty());
-    EXPECT_EQ(tk.transcript.back(), "UNLOAD frmSample");
-}
-
 class EntryForm : public Form {
 public:
     explicit EntryForm(Toolkit& tk) : Form(tk, "frmEntry", "Entry") {}
     TextBox& txtRemarks = add<TextBox>("txtRemarks");
-    ComboBox& cboType = add<ComboBox>("cboType");
-    Label& lblNote = add<Label>("lblNote", "Note");
-    CheckBox& chkSelectAll = add<CheckBox>("chkSelectAll", "Select All");
-    OptionButton& optDebit = add<OptionButton>("optDebit", "&Debit");
-    OptionButton& optCredit = add<OptionButton>("optCredit", "C&redit");
-    DatePicker& dtpTransDate = add<DatePicker>("dtpTransDate");
 };
-
-TEST(Helpers, ControlsChangedFollowsTheComparisonRulesOfEachType) {
-    HeadlessToolkit tk;
-    EntryForm f(tk);
-    f.txtRemarks.setText("Salary for May");
-    f.cboType.setText("Payroll");
-    f.chkSelectAll.setValue(1);
-    f.optCredit.setValue(true);
-    f.dtpTransDate.setValue(common::DateTime::ymd(2026, 10, 15));
-    f.lblNote.Tag = "untouched";
-    StoreControlValues(f);
-    EXPECT_EQ(f.lblNote.Tag, "untouched") << "labels are not snapshotted";
-    EXPECT_FALSE(ControlsChanged(f));
-
-    // Blanks gained at either end are no change; any other text is.
-    f.txtRemarks.setText("  Salary for May   ");
-    f.cboType.setText(" Payroll");
-    EXPECT_FALSE(ControlsChanged(f));
-    f.txtRemarks.setText("Salary for June");
-    EXPECT_TRUE(ControlsChanged(f));
-    f.txtRemarks.setText("Salary for May");
-
-    // Only the leading number of the date counts: same day of another month is no change.
-    f.dtpTransDate.setValue(common::DateTime::ymd(2025, 3, 15));
-    EXPECT_FALSE(ControlsChanged(f));
-    f.dtpTransDate.setValue(common::DateTime::ymd(2026, 10, 16));
-    EXPECT_TRUE(ControlsChanged(f));
-    f.dtpTransDate.setValue(common::DateTime::ymd(2026, 10, 15));
-
-    f.optDebit.setValue(true);
-    EXPECT_TRUE(ControlsChanged(f));
-    f.optCredit.setValue(true);
-    EXPECT_FALSE(ControlsChanged(f));
-
-    f.chkSelectAll.setValue(0);
-    EXPECT_TRUE(ControlsChanged(f));
-    // An empty Tag reads as 0: a box that is not 0 counts as changed.
-    f.chkSelectAll.Tag = "";
-    EXPECT_FALSE(ControlsChanged(f));
-    f.chkSelectAll.setValue(2);
-    EXPECT_TRUE(ControlsChanged(f));
-}
 
 TEST(SuiteTest, TextValidateNumLetsThroughAmountsOnly) {
     HeadlessToolkit toolkit;

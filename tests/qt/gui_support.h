@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -20,9 +19,8 @@
 #include "qt/Binder.h"
 #include "qt/QtToolkit.h"
 
-// Texts and sizes in failure messages as they read.
+// Texts in failure messages as they read.
 inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
-inline void PrintTo(const QSize& s, std::ostream* os) { *os << s.width() << 'x' << s.height(); }
 
 namespace guitest {
 
@@ -34,22 +32,6 @@ inline void startApp() {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     new QApplication(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-}
-
-// Waits (running the event loop) until the condition holds; false after the timeout.
-inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!condition()) {
-        if (clock.elapsed() > timeoutMs) return false;
-        QTest::qWait(10);
-    }
-    return true;
-}
-
-// Waits until the window takes the keyboard, as a user waits before pressing a shortcut in it.
-inline bool waitActive(QWidget& window) {
-    return waitFor([&window] { return QApplication::activeWindow() == &window; });
 }
 
 // The visible top-level window of that class, and of that name when one is given.
@@ -83,12 +65,6 @@ inline void whenReady(const std::function<bool()>& condition, const std::functio
 template <class W = QWidget, class Action>
 void whenShown(const QString& name, Action action) {
     whenReady([name] { return visible<W>(name) != nullptr; }, [name, action] { action(*visible<W>(name)); });
-}
-
-// A key on the window's focus widget (the window itself when none has the focus yet).
-inline void keyIn(QWidget& window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QWidget* target = window.focusWidget() != nullptr ? window.focusWidget() : &window;
-    QTest::keyClick(target, key, modifiers);
 }
 
 // What a message box showed.
