@@ -49,11 +49,14 @@ testsupport::TempDir& benchDir() {
 const std::string& browserDb() {
     data::setComponentFolder(benchDir().path().string());
     return testsupport::templateDb("entries", false, [](data::Connection& c) {
-        testsupport::GeneratorOptions g;
-        g.employees = 10000;
-        g.months = 5;
-        g.savedEntries = kSavedEntries;
-        testsupport::generateLarge(c, g);
+        // One live entry a run of five months of 10,000 employees, each with a cancelled twin.
+        testsupport::generateMonthEnd(c, {.departments = 1,
+                                          .employees = 10000,
+                                          .payments = 0,
+                                          .months = 5,
+                                          .postedMonths = 5,
+                                          .entriesPerType = 10000,
+                                          .cancelledEvery = 1});
         c.execute("update psettings set noofpreviousdays=0 where companyid=1");
     });
 }
@@ -197,10 +200,9 @@ long maxRssKb() {
 // Child, job "make DB": the 10,000 employees' October payroll.
 void makeGatheringDb(const std::string& db) {
     testsupport::makeDb(db, false, [](data::Connection& c) {
-        testsupport::GeneratorOptions g;
-        g.employees = kGatherEmployees;
-        g.months = 1;
-        testsupport::generateLarge(c, g);
+        testsupport::generateMonthEnd(
+            c,
+            {.departments = 1, .employees = kGatherEmployees, .payments = 0, .months = 1, .postedMonths = 0});
     });
 }
 

@@ -37,12 +37,8 @@ const std::string& templateDb() {
     static testsupport::TempDir dir;
     data::setComponentFolder(dir.path().string());
     return testsupport::templateDb("large", false, [](data::Connection& c) {
-        testsupport::GeneratorOptions g;
-        g.employees = kEmployees;
-        g.months = 1;
-        g.companyId = 1;
-        g.departmentId = 1;
-        testsupport::generateLarge(c, g);
+        testsupport::generateMonthEnd(
+            c, {.departments = 1, .employees = kEmployees, .payments = 0, .months = 1, .postedMonths = 0});
     });
 }
 

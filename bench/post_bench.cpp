@@ -27,13 +27,11 @@ constexpr int kEmployeesEach = 500;
 
 const std::string& companyDb() {
     const std::string& path = testsupport::templateDb("post-company", false, [](data::Connection& c) {
-        for (int d = 1; d <= kDepartments; ++d) {
-            testsupport::GeneratorOptions g;
-            g.employees = kEmployeesEach;
-            g.departmentId = d;
-            g.seed = static_cast<unsigned>(d);
-            testsupport::generateLarge(c, g);
-        }
+        testsupport::generateMonthEnd(c, {.departments = kDepartments,
+                                          .employees = kEmployeesEach,
+                                          .payments = 0,
+                                          .months = 1,
+                                          .postedMonths = 0});
     });
     data::setComponentFolder(fs::path(path).parent_path().string());
     return path;

@@ -114,8 +114,7 @@ void ensureCurrency(Connection& c, int company, int64_t currency) {
 // Company, currencies, department, salary accounts, link settings and the browser's own
 // rows: whatever the database lacks for the screens to work on the generated department.
 // Returns the currency the department's staff are paid in.
-int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables& t) {
-    const int k = o.companyId;
+int64_t ensureMasterData(Connection& c, int k, int64_t department, const Tables& t) {
     const std::string company = num(k);
     if (!exists(c, "pCompanyMaster", "CompanyID = " + company))
         c.execute("insert into pCompanyMaster (CompanyID, CompanyName, CurrencyID) values (" + company + "," +
@@ -124,7 +123,7 @@ int64_t ensureMasterData(Connection& c, const GeneratorOptions& o, const Tables&
         scalarInt(c, "select coalesce(CurrencyID, 1) from pCompanyMaster where CompanyID = " + company);
     ensureCurrency(c, k, companyCurrency);
 
-    const std::string dept = num(o.departmentId);
+    const std::string dept = num(department);
     if (!exists(c, t.department, "CompanyID = " + company + " and DepartmentID = " + dept))
         c.execute("insert into " + t.department +
                   " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company + "," +
@@ -262,111 +261,6 @@ constexpr const char* kDetailColumns =
     "EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, "
     "RefTransAmount, AccountAmount, DeptAmount, CompAmount, Credit) ";
 
-void generate(Connection& c, const GeneratorOptions& o) {
-    ensureLinkTable(c);
-    Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
-             physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
-    const int64_t payCurrency = ensureMasterData(c, o, t);
-    const std::string company = num(o.companyId);
-    std::mt19937 rng(o.seed);
-    auto pick = [&rng](int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); };
-
-    // Employees.
-    const int64_t firstEmp =
-        scalarInt(c, "select max(eEmployeeID) from pemployee where eCompanyID = " + company) + 1;
-    std::vector<double> basic(static_cast<size_t>(o.employees));
-    {
-        BulkInsert ins{c,
-                       "insert into pemployee (eCompanyID, eEmployeeID, eEmpNo, eName, "
-                       "eDepartmentID, ecurrencyid)"};
-        char empNo[24];
-        for (int i = 0; i < o.employees; ++i) {
-            int64_t id = firstEmp + i;
-            std::snprintf(empNo, sizeof empNo, "G%06lld", static_cast<long long>(id));
-            std::string name = randomName(pick);
-            basic[static_cast<size_t>(i)] = 2000.0 + 250.0 * pick(49);
-            ins.add(company + "," + num(id) + "," + quote(empNo) + "," + quote(name) + "," +
-                    num(o.departmentId) + "," + num(payCurrency));
-        }
-        ins.flush();
-    }
-
-    // Payroll: run (month j, employee i) gets id firstProc + j * employees + i, so entries
-    // can be matched to runs by arithmetic below.
-    const int64_t firstProc =
-        scalarInt(c,
-                  "select max(mppProcessID) from pMonthlyPayRollProcessing where mppCompanyID = " + company) +
-        1;
-    const int64_t runs = static_cast<int64_t>(o.employees) * o.months;
-    std::vector<std::string> runDates;
-    {
-        BulkInsert ins{c,
-                       "insert into pMonthlyPayRollProcessing (mppCompanyID, mppProcessID, "
-                       "mppProcessNo, mppProcessedDate, mppDepartmentID, mppEmpID, mppBasic, "
-                       "mppAllowances, mppDeductions, mppNetPay, mppPosted)"};
-        for (int j = 0; j < o.months; ++j) {
-            auto [date, tag] = processingMonth(o.months - 1 - j);
-            runDates.push_back(date);
-            for (int i = 0; i < o.employees; ++i) {
-                double b = basic[static_cast<size_t>(i)];
-                double a = cents(b * 0.35 + 25.0 * pick(21));
-                double d = cents(b * 0.04 + 10.25 * pick(31));
-                double n = cents(b + a - d);
-                int64_t id = firstProc + static_cast<int64_t>(j) * o.employees + i;
-                ins.add(company + "," + num(id) + "," + quote("GP" + tag + "/" + num(firstEmp + i)) + "," +
-                        quote(date) + "," + num(o.departmentId) + "," + num(firstEmp + i) + "," + money(b) +
-                        "," + money(a) + "," + money(d) + "," + money(n) + ",0");
-            }
-        }
-        ins.flush();
-    }
-
-    if (o.savedEntries == 0) return;
-    if (runs == 0)
-        common::raise(common::err::InvalidProcedureCall, "Generator",
-                      "Saved entries need processed payroll to link.");
-
-    // Entry headers, numbered on from the highest number the prefix has given so far.
-    const int64_t firstTrans =
-        scalarInt(c, "select max(TransID) from " + t.header + " where CompanyID = " + company) + 1;
-    const auto [prefix, lastNo] = lastEntryNumber(c, t, company);
-    BulkInsert ins{c, "insert into " + t.header +
-                          " (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-                          "Remarks, Cancelled, cancelremarks, Posted)"};
-    for (int64_t k = 0; k < o.savedEntries; ++k) {
-        int64_t run = k % runs;
-        const std::string& date = runDates[static_cast<size_t>(run / o.employees)];
-        bool active = k < runs;
-        ins.add(company + "," + num(firstTrans + k) + "," + num(o.departmentId) + "," +
-                quote(prefix + num(lastNo + k + 1)) + "," + quote(date) + ",'P'," +
-                quote("Payroll " + date.substr(0, 7)) + "," + (active ? "0,NULL," : "1,") +
-                (active ? (k % 7 == 6 ? "1" : "0") : "'Superseded by a later entry',0"));
-    }
-    ins.flush();
-
-    // Details, straight from the lines that gathering shows for each run; one statement per
-    // pass over the runs.
-    for (int64_t pass = 0; pass * runs < o.savedEntries; ++pass) {
-        int64_t count = std::min<int64_t>(runs, o.savedEntries - pass * runs);
-        c.execute("insert into " + t.details + kDetailColumns + "select v.mppCompanyID, v.mppProcessID - " +
-                  num(firstProc) + " + " + num(firstTrans + pass * runs) +
-                  ", row_number() over (partition by v.mppProcessID order by " + kComponentOrder +
-                  "), v.mppDepartmentID, v.mppProcessID, v.mppProcessNo, v.Type, v.mppProcessedDate, "
-                  "v.mppEmpID, v.eName, v.eEmpNo, v.sacSalaryaccID, v.AccountDesc, v.ResSymbol, "
-                  "v.AccSymbol, v.sacCurrencyID, v.CurrencyID, v.netPay, v.AccExRate, v.DepExRate, "
-                  "v.CompExRate, v.Credit from vwPayrollAccountLines v where v.mppCompanyID = " +
-                  company + " and v.mppProcessID >= " + num(firstProc) + " and v.mppProcessID < " +
-                  num(firstProc + count));
-    }
-
-    insertJournalLines(c, t, company, firstTrans, firstTrans + o.savedEntries);
-
-    // The runs of the entries that stand are linked; cancelled entries released theirs.
-    c.execute("update pMonthlyPayRollProcessing set mppPosted = 1 where mppCompanyID = " + company +
-              " and mppProcessID >= " + num(firstProc) + " and mppProcessID < " +
-              num(firstProc + std::min<int64_t>(runs, o.savedEntries)));
-}
-
 // Sources of every kind and the entries that link the posted months' ones; see the header.
 void monthEnd(Connection& c, const MonthEndOptions& o) {
     ensureLinkTable(c);
@@ -386,10 +280,8 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
     // take turns in it and in two more, each with stored rates both ways.
     const int64_t firstDept = next("DepartmentID", t.department, "CompanyID");
     std::vector<int64_t> currency(static_cast<size_t>(D));
-    GeneratorOptions g;
-    g.companyId = k;
     for (int d = 0; d < D; ++d) {
-        g.departmentId = static_cast<int>(firstDept + d);
+        const int64_t department = firstDept + d;
         if (d % 3 != 0) {
             const int64_t home = currency[0], other = home + 99 + d % 3;
             const double rate = d % 3 == 1 ? 3.6725 : 0.0442;
@@ -400,10 +292,10 @@ void monthEnd(Connection& c, const MonthEndOptions& o) {
                 "," + num(other) + "," + num(home) + "," + std::to_string(1 / rate) + ")");
             c.execute("insert into " + t.department +
                       " (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values (" + company + "," +
-                      num(g.departmentId) + "," + quote("Department " + num(g.departmentId)) + "," +
-                      num(other) + ")");
+                      num(department) + "," + quote("Department " + num(department)) + "," + num(other) +
+                      ")");
         }
-        currency[static_cast<size_t>(d)] = ensureMasterData(c, g, t);
+        currency[static_cast<size_t>(d)] = ensureMasterData(c, k, department, t);
     }
 
     const int64_t firstEmp = next("eEmployeeID", "pemployee", "eCompanyID");
@@ -550,13 +442,6 @@ void inOneTransaction(Connection& c, const Body& body) {
 }
 
 }  // namespace
-
-void generateLarge(Connection& c, const GeneratorOptions& o) {
-    if (o.employees < 0 || o.months < 0 || o.savedEntries < 0)
-        common::raise(common::err::InvalidProcedureCall, "Generator",
-                      "Counts of employees, months and entries cannot be negative.");
-    inOneTransaction(c, [&] { generate(c, o); });
-}
 
 void generateMonthEnd(Connection& c, const MonthEndOptions& o) {
     if (o.departments < 1 || o.employees < 1 || o.payments < 0 || o.months < 0 || o.cancelledEvery < 0)
