@@ -10,7 +10,6 @@
 #include "common/Conv.h"
 #include "common/DateTime.h"
 #include "common/Error.h"
-#include "common/TextOrder.h"
 #include "common/Utf8.h"
 #include "common/Value.h"
 
@@ -40,25 +39,6 @@ TEST(Conv, ValAndIsNumericReadNumbersAsTheClassicFunctions) {
     EXPECT_EQ(CDbl("1,234.5"), 1234.5);
     EXPECT_EQ(CDbl("\t&H10"), 16);  // the blanks IsNumeric skips are skipped before the hex prefix too
     EXPECT_EQ(errorNumber([] { CDbl("abc"); }), err::TypeMismatch);
-}
-
-TEST(TextOrder, DigitRunsByValueEveryLetterFolded) {
-    // Each pair in ascending natural order.
-    const std::vector<std::pair<const char*, const char*>> ascending{
-        {"PAL/2", "PAL/10"},  {"a9b", "a10a"}, {"x1y2", "x1y10"},
-        {"PAL/7", "PAL/007"},  // zeros: a tie only
-        {"PAL", "PAL/1"},     {"99", "100"},   {"0099999999999999999999", "100000000000000000000000"}};
-    for (const auto& [a, b] : ascending) {
-        EXPECT_LT(compareNatural(a, b), 0) << a << " " << b;
-        EXPECT_GT(compareNatural(b, a), 0) << a << " " << b;
-    }
-    EXPECT_EQ(compareNatural("PAL/10", "PAL/10"), 0);
-    EXPECT_EQ(foldCase("ÉTÉ Ünal ΑΘΗΝΑ ЖУК İ PAL/1"), "été ünal αθηνα жук i pal/1");
-    EXPECT_EQ(foldCase(std::string("a\xFF") + "B"),
-              std::string("a\xFF") + "b");  // a byte that is no character
-    PrefixMatch begins("été");
-    EXPECT_TRUE(begins("ÉTÉ-2") && begins("Été") && !begins("ET") &&
-                !begins(std::string_view("étÉ").substr(0, 3)));
 }
 
 TEST(Conv, FormatRoundsHalfAwayAfterFifteenDigitsAndNumberTextIsTheShortest) {

@@ -61,7 +61,6 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     write("close.txt", "close\n");
     write("keep.csv", "old");
     write("empty.db", "");
-    write("letter.db", "Dear reader, this is not a database.\n");
     open("bare.db")->execute("create table notes (x)");
     std::filesystem::copy_file(tmp.file("demo.db"), tmp.file("nosettings.db"));
     open("nosettings.db")->execute("delete from psettings where companyid=1");
@@ -77,8 +76,6 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
     data::ConnectionPtr lock = open("locked.db");
     lock->beginTrans();  // another program's save, held
     write("odbc644.txt", "DSN=nowhere\n");
-    write("odbc600.txt", "# the payroll server\n\nDSN=nowhere\n");
-    fs::permissions(tmp.file("odbc600.txt"), fs::perms::owner_read);
     for (const char* folder : {"shared", "theirs", "procedures"}) fs::create_directory(tmp.file(folder));
     fs::permissions(tmp.file("shared"), fs::perms::all);
     // What another user meets: root is refused nothing, so as root the program runs as nobody.
@@ -101,28 +98,17 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         std::string args, env, says;
     };
     std::vector<Case> cases = {
-        {"--bogus", "", ""},
-        {"--date 31/02/2026", "", ""},
         {"--db missing.db", "", ""},
-        {"script missing.txt --db demo.db", "", ""},
-        {"init demo.db --demo", "", ""},             // an existing file is left alone
-        {"init bad.db --as-of 28/10/2026", "", ""},  // --as-of dates demo data only
+        {"init demo.db --demo", "", ""},  // an existing file is left alone
         {"script close.txt --db empty.db", "", "empty (0 bytes)"},
-        {"script close.txt --db letter.db", "", "not a database"},
         {"script close.txt --db bare.db", "", "no payroll accounts linking tables"},
-        {"script close.txt --db demo.db --company 999", "", "company 999 is not in"},
         {"script close.txt --db nosettings.db", "", "no settings row in psettings"},
         {"script close.txt --db newer.db", "", "schema version 99, newer than this payacclink knows"},
-        {"script close.txt --db demo.db --trace-sql close.txt/trace.txt", "", "cannot write the trace file"},
         {"script close.txt --db demo.db", "PAYACC_LOG_DIR=./missing", "cannot write the error log"},
         // The reports: nothing is written where they refuse.
         {"print --entry PAL/99 --pdf x.pdf --db demo.db", "", "no entry 'PAL/99'"},
-        {"print --entry PAL/1 --pdf missing/x.pdf --db demo.db", "", "cannot write 'missing/x.pdf'"},
-        {"export --from 01/09/2026 --to 01/08/2026 --csv keep.csv --db demo.db", "", "the range is empty"},
         {"export --from 01/01/2020 --to 31/01/2020 --csv keep.csv --db demo.db", "",
          "no open or posted entries"},
-        {"export --from 01/08/2026 --to 31/08/2026 --csv missing/y.csv --db demo.db", "", "cannot write"},
-        {"export --from 1/13/2026 --to 31/08/2026 --db demo.db", "", "--from needs a date"},
         // Databases that cannot be used are named with their problem before anything is tried.
         {"script close.txt --db readonly.db", nobodyLog, "database 'readonly.db' is read-only"},
         {"print --entry PAL/1 --db unreadable.db", nobodyLog, "cannot read database 'unreadable.db'"},
@@ -132,7 +118,6 @@ TEST_F(HostTest, EachUnusableStartOrReportGivesOneLineAndStatusTwo) {
         {post + " --db demo.db --remarks " + std::string(256, 'r'), "",
          "an entry's remarks hold at most 255"},
         {"script close.txt --odbc-file odbc644.txt", "", "readable by its owner only (it is mode 0644)"},
-        {"script close.txt --odbc-file odbc600.txt", "", "cannot connect"},
         {"script close.txt", "PAYACC_ODBC='DSN=nowhere'", "cannot connect"},  // read from the environment
         // The error log: never in a folder another user could plant links in.
         {"script close.txt --db demo.db", "PAYACC_LOG_DIR=shared", "every user may write to the folder"},

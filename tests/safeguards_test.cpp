@@ -148,8 +148,7 @@ TEST_F(SafeguardTest, ParallelSavesAllSucceedWithDistinctNumbers) {
     EXPECT_EQ(testsupport::LedgerFaults(*raw), "");
 }
 
-// The entry number's own handler, a prefix in another script counted in characters, and a
-// table mapping that fails on a later Show.
+// The entry number's own handler, and a prefix in another script counted in characters.
 TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     addRun(9101, 901, 1000, 100, 50);
     raw->execute("update pprefix set Prefix='ق/' where companyid=1 and InterfaceID=60");
@@ -168,7 +167,7 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     trace->beforeEach = nullptr;
     EXPECT_EQ(lastMessage(), "number statement failed");
     EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbExclamation);
-    std::string log = testsupport::slurp(data::errorLogPath());
+    const std::string log = testsupport::slurp(data::errorLogPath());
     EXPECT_NE(log.find("Employeeexit:"), std::string::npos) << log;
     EXPECT_NE(log.find(":Generateexitno:N\r\n"), std::string::npos) << log;
     EXPECT_EQ(count("select count(*) from paPayAccLinkHeader where CompanyID=1 and TransNo=''"), 0);
@@ -176,18 +175,6 @@ TEST_F(SafeguardTest, SmallFailurePathsAreLoggedAsTheirHandlersDo) {
     if (linkingOpen()) f.cmdOk.userClick();
     ASSERT_FALSE(linkingOpen()) << lastMessage();
     EXPECT_EQ(scalar("select TransNo from paPayAccLinkHeader where TransID=6").toText(), "ق/6");
-
-    // A table mapping that fails on a later Show is logged and shown, and the browser loads.
-    browser().CmdClose.userClick();
-    module->collect();
-    raw->execute("alter table linktable rename to linktable_gone");
-    module->session.connection = trace;
-    browser();
-    EXPECT_TRUE(module->isLoaded("FrmMaster"));
-    EXPECT_EQ(lastBox(toolkit).style, ui::vbOKOnly + ui::vbExclamation);
-    log = testsupport::slurp(data::errorLogPath());
-    EXPECT_NE(log.find("FrmMaster:"), std::string::npos) << log;
-    EXPECT_NE(log.find(":AssignTableName:N\r\n"), std::string::npos) << log;
 }
 
 // As the classic component left its payment entries: linked, never flagged.
