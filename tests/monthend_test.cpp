@@ -199,14 +199,6 @@ TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) 
         EXPECT_NE(row.find(expected.at(check).second), std::string::npos) << row;
     }
     for (const auto& [check, where] : expected) EXPECT_EQ(seen[check], 1) << check;
-
-    // A database that is not one of ours: one line, status 2.
-    data::sqlite::OpenOptions create;
-    create.create = true;
-    data::sqlite::open(tmp.file("other.db"), create)->execute("create table x (a int)");
-    ProgramResult other = testsupport::runProgram(tmp.path().string(), "audit --db other.db");
-    EXPECT_EQ(other.status, 2);
-    EXPECT_EQ(std::count(other.err.begin(), other.err.end(), '\n'), 1) << other.err;
 }
 
 }  // namespace

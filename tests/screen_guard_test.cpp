@@ -1,5 +1,5 @@
-// The component's entry, which opens the browser only for the exact project key, and text boxes
-// that edit whole characters and refuse NUL.
+// Text boxes that edit whole characters and refuse NUL, typed on the screens and through the
+// component's entry as `payacclink script` runs it.
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -34,37 +34,6 @@ protected:
         return {status, out.str()};
     }
 };
-
-TEST_F(ScreenGuardTest, ShowOpensTheBrowserOnlyForTheExactKey) {
-    module->session = {};
-    entry::qorPayrollAccounts component(*module);
-    component.setAdocon(trace);
-    component.MsgboxTitle = "Linking";
-    component.ProcessDate = "01/11/2026";
-    component.intUserID = 3;
-    component.intCompanyID = 1;
-    component.intInterfaceID = 60;
-    auto show = [&](const std::string& key) {
-        component.strProjectKey = key;
-        component.Show();
-    };
-    for (const char* wrong : {"ktnb/qm/wrld/417", "KTNB/QM/WRLD/417 ", "", "KTNB/QM/WRLD/41"}) {
-        show(wrong);
-        EXPECT_EQ(toolkit.topForm(), nullptr) << wrong;
-        EXPECT_EQ(module->session.userId, 0);
-        EXPECT_FALSE(module->session.connection);
-    }
-
-    show(entry::kProjectKey);
-    ASSERT_NE(toolkit.topForm(), nullptr);
-    EXPECT_EQ(toolkit.topForm()->name(), "FrmMaster");
-    EXPECT_TRUE(toolkit.topForm()->shownModal);
-    const auto& s = module->session;
-    EXPECT_EQ(std::to_string(s.userId) + "|" + std::to_string(s.companyId) + "|" +
-                  std::to_string(s.interfaceId) + "|" + s.msgTitle + "|" + s.processDate,
-              "3|1|60|Linking|01/11/2026");
-    EXPECT_EQ(s.connection, trace);
-}
 
 TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
     data::AssignTableName(*trace, module->session.tables);

@@ -67,27 +67,6 @@ void whenShown(const QString& name, Action action) {
     whenReady([name] { return visible<W>(name) != nullptr; }, [name, action] { action(*visible<W>(name)); });
 }
 
-// What a message box showed.
-struct SeenBox {
-    QString title, text;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QString defaultButton;
-};
-
-// Answers the next message box that comes up with the button, as a person would click it.
-inline void answerNextBox(QMessageBox::StandardButton answer, SeenBox* seen = nullptr) {
-    whenReady([] { return visible<QMessageBox>() != nullptr; },
-              [answer, seen] {
-                  QMessageBox* box = visible<QMessageBox>();
-                  if (seen != nullptr)
-                      *seen = {box->windowTitle(), box->text(), box->icon(),
-                               box->defaultButton() != nullptr ? box->defaultButton()->text() : QString()};
-                  QAbstractButton* button = box->button(answer);
-                  ASSERT_NE(button, nullptr) << "the box has no such button: " << box->text().toStdString();
-                  QTest::mouseClick(button, Qt::LeftButton);
-              });
-}
-
 class GuiTest : public ::testing::Test {
 protected:
     void SetUp() override {

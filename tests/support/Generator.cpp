@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -72,22 +71,6 @@ struct BulkInsert {
 struct Tables {
     std::string department, header, details, posting;
 };
-
-// Where linktable is empty (an installation's own schema, or one of the first builds made
-// without demo data) the screens would find no tables, so it gets the one the schema was
-// made for.
-void ensureLinkTable(Connection& c) {
-    if (scalarInt(c, "select count(*) from linktable") > 0) return;
-    std::istringstream pairs(  // logical name, then physical name
-        "pusers pusers ptables ptables ptablecolumns ptablecolumns puserrights puserrights pEmployee "
-        "pemployee pLoans pLoansIssue pprefix pprefix pCurrencyMaster pCurrencyMaster pSettings psettings "
-        "aAccountMaster aAccountMaster paPayAccLinkPostingDetails paPayAccLinkPostingDetails "
-        "paPayAccLinkDetails paPayAccLinkDetails paPayAccLinkHeader paPayAccLinkHeader pDepartment "
-        "pDepartmentMaster pCompanyMaster pCompanyMaster");
-    BulkInsert ins{c, "insert into linktable (tablename, linktablename)"};
-    for (std::string logical, name; pairs >> logical >> name;) ins.add(quote(logical) + "," + quote(name));
-    ins.flush();
-}
 
 std::string physical(Connection& c, const std::string& logical) {
     auto rs = c.open("select linktablename from linktable where tablename = " + quote(logical));
@@ -263,7 +246,6 @@ constexpr const char* kDetailColumns =
 
 // Sources of every kind and the entries that link the posted months' ones; see the header.
 void monthEnd(Connection& c, const MonthEndOptions& o) {
-    ensureLinkTable(c);
     Tables t{physical(c, "pDepartment"), physical(c, "paPayAccLinkHeader"),
              physical(c, "paPayAccLinkDetails"), physical(c, "paPayAccLinkPostingDetails")};
     const int k = o.companyId, D = o.departments, E = o.employees, P = o.payments, M = o.months;
