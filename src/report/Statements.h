@@ -31,8 +31,7 @@ inline std::string DateRange(const data::Dialect& dialect, const std::string& co
 // Whether header alias h is an entry of payroll runs or of payments: the details' RefTransID
 // means a run of the one and a payment of the other.
 inline std::string KindOf(const std::string& h, bool payroll) {
-    const std::string runs = std::string("'") + common::kPayrollRuns.soleCode + "'";
-    return h + (payroll ? ".TransType=" : ".TransType<>") + runs;
+    return h + (payroll ? ".TransType=" : ".TransType<>") + Quoted(common::kPayrollRuns.soleCode);
 }
 
 // The company's entries of the kind, live (not cancelled) or cancelled, as a list for IN.
