@@ -15,7 +15,6 @@ namespace common {
 namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The number as at most 15 significant decimal digits: digits without leading zeros and
 // the power of ten of the first one. Zero gives empty digits.
@@ -34,7 +33,7 @@ Decimal15 toDecimal15(double v) {
     std::string s(buf);
     auto e = s.find('e');
     for (size_t i = 0; i < e; ++i)
-        if (isDigit(s[i])) d.digits += s[i];
+        if (IsDigit(s[i])) d.digits += s[i];
     d.exponent = std::atoi(s.c_str() + e + 1);
     while (!d.digits.empty() && d.digits.back() == '0') d.digits.pop_back();
     return d;
@@ -116,7 +115,7 @@ double Val(std::string_view text) {
         for (size_t i = 2; i < s.size(); ++i) {
             char c = static_cast<char>(std::toupper(static_cast<unsigned char>(s[i])));
             int digit;
-            if (isDigit(c))
+            if (IsDigit(c))
                 digit = c - '0';
             else if (hex && c >= 'A' && c <= 'F')
                 digit = c - 'A' + 10;
@@ -134,7 +133,7 @@ double Val(std::string_view text) {
     size_t i = 0;
     if (i < s.size() && (s[i] == '+' || s[i] == '-')) num += s[i++];
     bool point = false;
-    while (i < s.size() && (isDigit(s[i]) || (s[i] == '.' && !point))) {
+    while (i < s.size() && (IsDigit(s[i]) || (s[i] == '.' && !point))) {
         if (s[i] == '.') point = true;
         num += s[i++];
     }
@@ -143,7 +142,7 @@ double Val(std::string_view text) {
         size_t j = i + 1;
         if (j < s.size() && (s[j] == '+' || s[j] == '-')) exp += s[j++];
         size_t st = j;
-        while (j < s.size() && isDigit(s[j])) exp += s[j++];
+        while (j < s.size() && IsDigit(s[j])) exp += s[j++];
         if (j > st) num += exp;
     }
     if (num.empty() || num == "+" || num == "-") return 0;
@@ -161,7 +160,7 @@ bool IsNumeric(std::string_view text) {
         if (k != 'H' && k != 'O') return false;
         for (i = 2; i < s.size(); ++i) {
             char c = static_cast<char>(std::toupper(static_cast<unsigned char>(s[i])));
-            if (!(isDigit(c) && (k == 'H' || c <= '7')) && !(k == 'H' && c >= 'A' && c <= 'F')) return false;
+            if (!(IsDigit(c) && (k == 'H' || c <= '7')) && !(k == 'H' && c >= 'A' && c <= 'F')) return false;
         }
         return true;
     }
@@ -170,13 +169,13 @@ bool IsNumeric(std::string_view text) {
         while (i < s.size() && isBlank(s[i])) ++i;
     }
     bool digits = false;
-    while (i < s.size() && (isDigit(s[i]) || (s[i] == ',' && digits))) {
-        digits = digits || isDigit(s[i]);
+    while (i < s.size() && (IsDigit(s[i]) || (s[i] == ',' && digits))) {
+        digits = digits || IsDigit(s[i]);
         ++i;
     }
     if (i < s.size() && s[i] == '.') {
         ++i;
-        while (i < s.size() && isDigit(s[i])) {
+        while (i < s.size() && IsDigit(s[i])) {
             digits = true;
             ++i;
         }
@@ -186,7 +185,7 @@ bool IsNumeric(std::string_view text) {
         ++i;
         if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
         size_t st = i;
-        while (i < s.size() && isDigit(s[i])) ++i;
+        while (i < s.size() && IsDigit(s[i])) ++i;
         if (i == st) return false;
     }
     return i == s.size();
@@ -242,7 +241,7 @@ std::string NumberText(double value) {
     if (auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
         r.ec == std::errc()) {
         int digits = 0;
-        for (const char* p = buf; p != r.ptr && *p != 'e'; ++p) digits += isDigit(*p) ? 1 : 0;
+        for (const char* p = buf; p != r.ptr && *p != 'e'; ++p) digits += IsDigit(*p) ? 1 : 0;
         first = std::max(1, digits);
     }
     for (int p = first; p <= 15; ++p) {
@@ -269,7 +268,7 @@ std::string NumberText(double value) {
     bool negative = mant[0] == '-';
     std::string digits;
     for (char c : mant)
-        if (isDigit(c)) digits += c;
+        if (IsDigit(c)) digits += c;
     while (digits.size() > 1 && digits.back() == '0') digits.pop_back();
 
     std::string out = negative ? "-" : "";

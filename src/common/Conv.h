@@ -6,6 +6,10 @@
 
 namespace common {
 
+// An ASCII digit, 0 to 9: what numbers, dates and statement texts are read with, whatever the
+// locale.
+inline bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
 // Val: the leading number of a text. Blanks (and tabs) are skipped anywhere in the number,
 // then an optional sign, digits, one decimal point, an optional exponent ("E"/"e"/"D"/"d"
 // followed by sign and digits). Reading stops at the first other character: "abc" is 0,

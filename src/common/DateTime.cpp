@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "common/Conv.h"
 #include "common/Error.h"
 
 namespace common {
@@ -186,7 +187,6 @@ std::optional<DateTime> parseDayMonthYear(std::string_view text) {
 
 namespace {
 
-bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
 bool isLetter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
 
 // The date and the time of day of a text ("T" or the last blank before the first colon
@@ -195,7 +195,7 @@ bool splitDateAndTime(std::string_view s, std::string_view& datePart, std::strin
     datePart = s;
     timePart = {};
     if (auto t = s.find('T');
-        t != std::string_view::npos && t >= 8 && t + 1 < s.size() && isDigit(s[t + 1])) {
+        t != std::string_view::npos && t >= 8 && t + 1 < s.size() && IsDigit(s[t + 1])) {
         datePart = s.substr(0, t);
         timePart = s.substr(t + 1);
     } else if (auto colon = s.find(':'); colon != std::string_view::npos) {
@@ -213,10 +213,10 @@ std::optional<std::vector<Token>> dateTokens(std::string_view datePart) {
     std::vector<Token> toks;
     for (size_t i = 0; i < datePart.size();) {
         char c = datePart[i];
-        if (isDigit(c) || isLetter(c)) {
-            bool num = isDigit(c);
+        if (IsDigit(c) || isLetter(c)) {
+            bool num = IsDigit(c);
             size_t j = i;
-            while (j < datePart.size() && (num ? isDigit(datePart[j]) : isLetter(datePart[j]))) ++j;
+            while (j < datePart.size() && (num ? IsDigit(datePart[j]) : isLetter(datePart[j]))) ++j;
             toks.push_back({num, std::string(datePart.substr(i, j - i))});
             i = j;
         } else if (c == '/' || c == '-' || c == ' ' || c == '.' || c == ',') {
@@ -259,7 +259,7 @@ bool setTimeOfDay(std::string_view timePart, DateTime& r) {
     size_t pos = 0;
     auto field = [&](int& v) {
         size_t st = pos;
-        while (pos < timePart.size() && isDigit(timePart[pos])) ++pos;
+        while (pos < timePart.size() && IsDigit(timePart[pos])) ++pos;
         if (pos == st || pos - st > 2) return false;
         v = std::stoi(std::string(timePart.substr(st, pos - st)));
         return true;
@@ -272,7 +272,7 @@ bool setTimeOfDay(std::string_view timePart, DateTime& r) {
         if (!field(se)) return false;
         if (pos < timePart.size() && timePart[pos] == '.') {  // fractions of a second are dropped
             ++pos;
-            while (pos < timePart.size() && isDigit(timePart[pos])) ++pos;
+            while (pos < timePart.size() && IsDigit(timePart[pos])) ++pos;
         }
     }
     std::string_view rest = timePart.substr(pos);

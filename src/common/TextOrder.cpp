@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include "common/Conv.h"
 #include "common/Utf8.h"
 
 namespace common {
@@ -14,8 +15,6 @@ locale_t unicodeCtype() {
     static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(nullptr));
     return locale;
 }
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
@@ -53,13 +52,13 @@ int compareNatural(std::string_view a, std::string_view b) {
     size_t i = 0, j = 0;
     int zeros = 0;  // the first difference in leading zeros, for a tie
     while (i < a.size() && j < b.size()) {
-        if (isDigit(a[i]) && isDigit(b[j])) {
+        if (IsDigit(a[i]) && IsDigit(b[j])) {
             const size_t startA = i, startB = j;
             while (i < a.size() && a[i] == '0') ++i;
             while (j < b.size() && b[j] == '0') ++j;
             const size_t digitsA = i, digitsB = j;
-            while (i < a.size() && isDigit(a[i])) ++i;
-            while (j < b.size() && isDigit(b[j])) ++j;
+            while (i < a.size() && IsDigit(a[i])) ++i;
+            while (j < b.size() && IsDigit(b[j])) ++j;
             // More significant digits make a larger number; as many compare digit by digit.
             if (i - digitsA != j - digitsB) return i - digitsA < j - digitsB ? -1 : 1;
             if (const int c = a.substr(digitsA, i - digitsA).compare(b.substr(digitsB, j - digitsB)); c != 0)

@@ -29,7 +29,6 @@ bool identStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) || 
 bool identChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '#' || c == '$';
 }
-bool digit(char c) { return c >= '0' && c <= '9'; }
 
 // Past the quote that closes the literal opened at q ('' stands for one quote inside).
 size_t literalEnd(std::string_view s, size_t q) {
@@ -46,13 +45,13 @@ size_t literalEnd(std::string_view s, size_t q) {
 
 // Past the digits, the decimal point and an exponent that has digits.
 size_t numberEnd(std::string_view s, size_t i) {
-    while (i < s.size() && (digit(s[i]) || s[i] == '.')) ++i;
+    while (i < s.size() && (common::IsDigit(s[i]) || s[i] == '.')) ++i;
     if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
         size_t j = i + 1;
         if (j < s.size() && (s[j] == '+' || s[j] == '-')) ++j;
-        if (j < s.size() && digit(s[j])) {
+        if (j < s.size() && common::IsDigit(s[j])) {
             i = j;
-            while (i < s.size() && digit(s[i])) ++i;
+            while (i < s.size() && common::IsDigit(s[i])) ++i;
         }
     }
     return i;
@@ -90,12 +89,12 @@ std::vector<Token> tokenize(std::string_view s) {
         } else if (identStart(c)) {
             while (i < s.size() && identChar(s[i])) ++i;
             push(Tok::Ident, st, i);
-        } else if (digit(c) || (c == '.' && i + 1 < s.size() && digit(s[i + 1]))) {
+        } else if (common::IsDigit(c) || (c == '.' && i + 1 < s.size() && common::IsDigit(s[i + 1]))) {
             i = numberEnd(s, i);
             push(Tok::Number, st, i);
         } else if (c == '?') {
             ++i;
-            while (i < s.size() && digit(s[i])) ++i;
+            while (i < s.size() && common::IsDigit(s[i])) ++i;
             push(Tok::Param, st, i);
         } else if (c == '@' || c == ':' || c == '$') {
             ++i;

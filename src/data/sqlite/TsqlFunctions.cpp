@@ -17,8 +17,6 @@ namespace {
 
 using common::Value;
 
-bool digit(char c) { return c >= '0' && c <= '9'; }
-
 std::string textArg(sqlite3_value* v) {
     const unsigned char* p = sqlite3_value_text(v);
     return p ? std::string(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v)))
@@ -113,7 +111,7 @@ void fnTryInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
     if (i == e) return sqlite3_result_null(ctx);
     sqlite3_int64 n = 0;
     for (; i < e; ++i) {
-        if (!digit(s[i])) return sqlite3_result_null(ctx);
+        if (!common::IsDigit(s[i])) return sqlite3_result_null(ctx);
         n = n * 10 + (s[i] - '0');
         if (n > 2147483648LL) return sqlite3_result_null(ctx);
     }
@@ -153,7 +151,7 @@ void fnInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
             sqlite3_int64 v = 0;
             bool overflow = false;
             for (; i < e && ok; ++i) {
-                if (!digit(s[i])) {
+                if (!common::IsDigit(s[i])) {
                     ok = false;
                     break;
                 }
@@ -214,7 +212,7 @@ bool tsqlIsNumeric(std::string_view text) {
     while (i < s.size() && blank(s[i])) ++i;
     size_t digits = 0;
     bool commas = false;
-    while (i < s.size() && (digit(s[i]) || s[i] == ',')) {
+    while (i < s.size() && (common::IsDigit(s[i]) || s[i] == ',')) {
         if (s[i] == ',')
             commas = true;
         else
@@ -223,7 +221,7 @@ bool tsqlIsNumeric(std::string_view text) {
     }
     if (i < s.size() && s[i] == '.') {
         ++i;
-        while (i < s.size() && digit(s[i])) ++digits, ++i;
+        while (i < s.size() && common::IsDigit(s[i])) ++digits, ++i;
     }
     if (i == s.size()) return true;  // "+", "$", "." and "1,2" convert to money
     if (commas || digits == 0) return false;
@@ -231,7 +229,7 @@ bool tsqlIsNumeric(std::string_view text) {
         ++i;
         if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
         size_t start = i;
-        while (i < s.size() && digit(s[i])) ++i;
+        while (i < s.size() && common::IsDigit(s[i])) ++i;
         return i > start && i == s.size();
     }
     return false;
