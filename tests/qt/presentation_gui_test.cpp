@@ -8,7 +8,6 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QStyleOptionViewItem>
-#include <QTableView>
 #include <QTreeView>
 #include <array>
 #include <map>
