@@ -120,6 +120,11 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"), common::Value(remarks));
     EXPECT_EQ(scalar("select TransDate from paPayAccLinkHeader where TransNo='PAL/6'").toText(),
               "28/10/2026");
+    // A text longer than one read of the driver comes back whole, with an emoji across the seam.
+    const std::string longText = std::string(2046, 'x') + "\xf0\x9f\x8e\x89" + std::string(3000, 'y');
+    EXPECT_EQ(
+        static_cast<data::Connection&>(*trace).open("select '" + longText + "' as t")->field(0).joinText(),
+        longText);
 }
 
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
