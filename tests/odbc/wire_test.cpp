@@ -48,6 +48,7 @@ protected:
         f.txtRemarks.userPaste(remarks);
         return f;
     }
+    data::Connection& wire() { return *trace; }
     std::vector<WireRequest> ok(linking::frmPayrollAccountsLinking& f) {
         responder->clearRecord();
         f.cmdOk.userClick();
@@ -122,9 +123,15 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
               "28/10/2026");
     // A text longer than one read of the driver comes back whole, with an emoji across the seam.
     const std::string longText = std::string(2046, 'x') + "\xf0\x9f\x8e\x89" + std::string(3000, 'y');
-    EXPECT_EQ(
-        static_cast<data::Connection&>(*trace).open("select '" + longText + "' as t")->field(0).joinText(),
-        longText);
+    EXPECT_EQ(wire().open("select '" + longText + "' as t")->field(0).joinText(), longText);
+    // A text of 4000 units is still declared nvarchar(4000); a write outside a transaction is
+    // sent at once.
+    responder->clearRecord();
+    wire().command("select ? as t")->execute({common::Value(std::string(4000, 'x'))});
+    EXPECT_EQ(responder->record().back().calls.back().declarations, "@P1 NVARCHAR(4000)");
+    wire().execute("update paPayAccLinkHeader set Remarks='at once' where TransNo='PAL/1'");
+    EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/1'"),
+              common::Value("at once"));
 }
 
 TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
@@ -136,6 +143,15 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     EXPECT_EQ(f.txtRemarks.text(), full);
     f.txtRemarks.setText("October");
     const std::string before = dbState();
+    // A detail the server refuses, not the first of the batch: the save stops, nothing written.
+    raw->execute(
+        "create trigger refuse before insert on paPayAccLinkDetails when new.DetailID = 2 begin "
+        "select raise(abort, 'row 2 refused'); end");
+    f.cmdOk.userClick();
+    EXPECT_NE(toolkit.lastMessage()->text.find("row 2 refused"), std::string::npos);
+    EXPECT_EQ(dbState(), before);
+    raw->execute("drop trigger refuse");
+    responder->clearRecord();
     // Another copy holds the company's entries past the wait: one sentence, nothing written,
     // also when the connection goes down at the rollback that follows.
     responder->setApplockResult(-1);
@@ -162,11 +178,11 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"),
               common::Value("October"));
 
-    // At compatibility level 100 the numbering goes without TRY_CONVERT, past odd stored numbers:
-    // a fraction, and more digits than an int may hold.
+    // A level that cannot be read counts as the oldest, 100: the numbering goes without
+    // TRY_CONVERT, past odd stored numbers: a fraction, and more digits than an int may hold.
     raw->execute("update paPayAccLinkHeader set TransNo='PAL/7.5' where TransNo='PAL/5'");
     raw->execute("update paPayAccLinkHeader set TransNo='PAL/9999999999' where TransNo='PAL/4'");
-    responder->setCompatibilityLevel(100);
+    responder->setCompatibilityLevel(0);
     connect();
     auto& again = newEntry("Finance & Accounts", "level 100");
     ok(again);

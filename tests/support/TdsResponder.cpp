@@ -335,8 +335,10 @@ struct TdsResponder::Client {
                 error(w, 195, "'try_convert' is not a recognized built-in function name.");
                 return done(w, doneToken, 0x02, -1);
             } else if (l.find("sys.databases") != std::string::npos) {
-                answer =
-                    data::Recordset({"compatibility_level"}, {{Value(owner.compatibilityLevel_.load())}});
+                std::vector<std::vector<Value>> level;  // none at level 0: a database that hides it
+                if (owner.compatibilityLevel_ != 0)
+                    level.push_back({Value(owner.compatibilityLevel_.load())});
+                answer = data::Recordset({"compatibility_level"}, std::move(level));
             } else if (l.find("sp_getapplock") != std::string::npos) {
                 answer = data::Recordset({""}, {{Value(owner.applockResult_.load())}});
             } else {

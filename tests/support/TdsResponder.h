@@ -45,8 +45,8 @@ public:
     // The next request whose text contains `fragment` gets no answer: its connection is closed,
     // as a server that went away would.
     void dropOn(const std::string& fragment);
-    // What the server says of the database's level, and what sp_getapplock returns (below 0:
-    // not granted).
+    // What the server says of the database's level (0: no row, as where it cannot be read), and
+    // what sp_getapplock returns (below 0: not granted).
     void setCompatibilityLevel(int level) { compatibilityLevel_ = level; }
     void setApplockResult(int result) { applockResult_ = result; }
 
