@@ -129,7 +129,7 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
     responder->clearRecord();
     wire().command("select ? as t")->execute({common::Value(std::string(4000, 'x'))});
     EXPECT_EQ(responder->record().back().calls.back().declarations, "@P1 NVARCHAR(4000)");
-    wire().execute("update paPayAccLinkHeader set Remarks='at once' where TransNo='PAL/1'");
+    wire().command("update paPayAccLinkHeader set Remarks=? where TransNo='PAL/1'")->execute({"at once"});
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/1'"),
               common::Value("at once"));
 }
@@ -173,6 +173,11 @@ TEST_F(WireTest, ALockTimeoutAnOldServerAndALostConnectionEachKeepTheWork) {
     int cancel = 0;
     f.Form_QueryUnload(cancel, 0);
     EXPECT_EQ(toolkit.lastMessage()->text, "Save Changes?");
+    // A commit the server refuses is rolled back there, so nothing stays open for the next Ok.
+    responder->refuseOn("commit");
+    f.cmdOk.userClick();
+    ASSERT_TRUE(module->isLoaded("frmPayrollAccountsLinking"));
+    EXPECT_EQ(dbState(), before);
     f.cmdOk.userClick();
     EXPECT_FALSE(module->isLoaded("frmPayrollAccountsLinking"));
     EXPECT_EQ(scalar("select Remarks from paPayAccLinkHeader where TransNo='PAL/6'"),
