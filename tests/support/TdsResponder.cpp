@@ -315,16 +315,13 @@ struct TdsResponder::Client {
     uint32_t nextHandle = 1;
     uint64_t transaction = 0;
 
-    // Whether the call is the one a fault the test set waits for; the fault is then spent.
-    bool hits(std::string& fragment, const WireCall& call) {
-        std::lock_guard lock(owner.mutex_);
-        const std::string seen = call.kind + " " + call.name + " " + call.text;
-        if (fragment.empty() || seen.find(fragment) == std::string::npos) return false;
-        fragment.clear();
-        return true;
-    }
     void checkDrop(const WireCall& call) {
-        if (hits(owner.dropOn_, call)) throw Dropped{};
+        std::lock_guard lock(owner.mutex_);
+        if (owner.dropOn_.empty()) return;
+        const std::string seen = call.kind + " " + call.name + " " + call.text;
+        if (seen.find(owner.dropOn_) == std::string::npos) return;
+        owner.dropOn_.clear();
+        throw Dropped{};
     }
 
     // A statement and its answer: its rows when it has columns, then the done token.
@@ -513,10 +510,6 @@ struct TdsResponder::Client {
         if (chained) call.text = "and begin";
         req.calls.push_back(call);
         checkDrop(call);
-        if (hits(owner.refuseOn_, call)) {
-            error(w, 3902, "The transaction request was refused.");
-            return done(w, tDone, 0x02, -1);
-        }
         try {
             if (type == 5) {
                 begin();
@@ -659,11 +652,6 @@ void TdsResponder::clearRecord() {
 void TdsResponder::dropOn(const std::string& fragment) {
     std::lock_guard lock(mutex_);
     dropOn_ = fragment;
-}
-
-void TdsResponder::refuseOn(const std::string& fragment) {
-    std::lock_guard lock(mutex_);
-    refuseOn_ = fragment;
 }
 
 void TdsResponder::acceptLoop() {

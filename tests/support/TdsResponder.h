@@ -45,9 +45,6 @@ public:
     // The next request whose text contains `fragment` gets no answer: its connection is closed,
     // as a server that went away would.
     void dropOn(const std::string& fragment);
-    // The next transaction request (begin, commit, rollback) whose kind contains `fragment` fails
-    // with an error and changes nothing.
-    void refuseOn(const std::string& fragment);
     // What the server says of the database's level (0: no row, as where it cannot be read), and
     // what sp_getapplock returns (below 0: not granted).
     void setCompatibilityLevel(int level) { compatibilityLevel_ = level; }
@@ -69,7 +66,7 @@ private:
     std::vector<std::thread> clients_;
     std::vector<int> clientFds_;
     std::vector<WireRequest> record_;
-    std::string dropOn_, refuseOn_;
+    std::string dropOn_;
 };
 
 }  // namespace testsupport
