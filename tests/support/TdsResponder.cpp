@@ -470,17 +470,21 @@ struct TdsResponder::Client {
         for (char c : params.empty() ? std::string() : params[0].value.joinText())
             if (c != '\\') name += c;  // the search pattern's escapes
         std::vector<std::vector<Value>> rows;
-        auto row = [&](const std::string& column, int kind, int type) {
-            rows.push_back({Value("payroll"), Value("dbo"), Value(name + ";1"), Value(column), Value(kind),
-                            Value(type)});
-        };
         try {
             data::sqlite::ProcedureCatalog catalog(data::sqlite::procedureFolder());
-            row("@RETURN_VALUE", 5, 4);
             // SQL types of int, smallint, float, nvarchar, datetime
             static const int types[] = {4, 5, 6, -9, 93};
-            for (const auto& p : catalog.find(name).parameters)
-                row(p.name, p.output ? 2 : 1, types[static_cast<int>(p.type)]);
+            // A namesake of another schema, sorting first and taking one more parameter.
+            for (const std::string schema : {"archive", "dbo"}) {
+                auto row = [&](const std::string& column, int kind, int type) {
+                    rows.push_back({Value("payroll"), Value(schema), Value(name + ";1"), Value(column),
+                                    Value(kind), Value(type)});
+                };
+                row("@RETURN_VALUE", 5, 4);
+                for (const auto& p : catalog.find(name).parameters)
+                    row(p.name, p.output ? 2 : 1, types[static_cast<int>(p.type)]);
+                if (schema == "archive") row("@Archived", 1, 4);
+            }
         } catch (const common::Error&) {
         }
         result(w, data::Recordset({"PROCEDURE_CAT", "PROCEDURE_SCHEM", "PROCEDURE_NAME", "COLUMN_NAME",

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "common/Conv.h"
 #include "common/Utf8.h"
 #include "data/odbc/OdbcLink.h"
 
@@ -197,11 +198,20 @@ std::vector<Parameter> describeProcedure(Link& link, const std::string& qualifie
                                         schema.empty() ? 0 : SQL_NTS, wide(nameText), SQL_NTS, nullptr, 0));
     RecordsetPtr rs = recordsOf(out);
     std::vector<Parameter> params;
-    std::string owner;  // the first procedure answered; a namesake in another schema is not ours
-    for (const auto& row : rs->rows()) {
-        // Columns of the catalog result: 2 schema, 3 name, 4 column, 5 kind, 6 SQL type.
-        const std::string procedure = row[1].joinText() + "." + row[2].joinText();
-        if (owner.empty()) owner = procedure;
+    // Columns of the catalog result: 2 schema, 3 name, 4 column, 5 kind, 6 SQL type. A catalog
+    // may answer namesakes in other schemas too; the server runs the dbo one for a bare name,
+    // else the one it answered first.
+    auto procedureOf = [](const std::vector<Value>& row) {
+        return row[1].joinText() + "." + row[2].joinText();
+    };
+    const auto& rows = rs->rows();
+    const auto dbo = std::find_if(rows.begin(), rows.end(),
+                                  [](const auto& row) { return common::LCase(row[1].joinText()) == "dbo"; });
+    const std::string owner = dbo != rows.end() ? procedureOf(*dbo)
+                              : rows.empty()    ? ""
+                                                : procedureOf(rows.front());
+    for (const auto& row : rows) {
+        const std::string procedure = procedureOf(row);
         const int64_t kind = row[4].isNull() ? SQL_PARAM_TYPE_UNKNOWN : row[4].toInt64();
         if (procedure != owner || kind == SQL_RESULT_COL) continue;
         Parameter p;
