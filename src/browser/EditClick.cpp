@@ -27,9 +27,6 @@ void FrmMaster::EditClick(int32_t& transId) {
     if (!gen_) gen_ = std::make_unique<suite::clsCommonGen>();
 
     auto load = [&] {
-        // The entry converts in its own department's currency, whatever was listed before.
-        module_.DepartmentCurrencyID = 0;
-        module_.CompanyCurrencyID = 0;
         std::string sql = "select DepartmentID, TransNo, TransDate, TransType, Remarks, Cancelled, Posted " +
                           std::string("from ") + s.tables.paPayAccLinkHeader +
                           " where CompanyID=" + std::to_string(s.companyId) +
@@ -62,8 +59,6 @@ void FrmMaster::EditClick(int32_t& transId) {
 
         LoadEntryTransactions(transId);
         LoadEntryPostingDetails(transId);
-        // An entry of lines typed by hand alone has no source to learn its currencies from.
-        f.EnsureEntryCurrencies();
         f.txtTotDepAmount.setText(Format2(linking::PostingBalance(module_, f.lvwPostingDetails)));
     };
     try {

@@ -87,19 +87,22 @@ TEST_F(WireTest, ASaveDeclaresEachTextOnceAndItsRoundTripsDoNotGrowWithItsLines)
     EXPECT_LE(small.size(), 21u);
 
     std::map<std::string, std::set<std::string>> declarations;
-    bool remarksAsUnicode = false, dateAsDate = false;
+    bool remarksAsUnicode = false;
+    std::set<std::string> dates;  // the header's and the details' date parameters, with their types
     for (const auto* record : {&small, &large})
         for (const auto& r : *record)
             for (const auto& c : r.calls) {
                 if (!c.declarations.empty()) declarations[c.text].insert(c.declarations);
                 for (size_t i = 0; i < c.values.size(); ++i) {
                     remarksAsUnicode |= c.values[i] == remarks && c.types[i] == "nvarchar(4000)";
-                    dateAsDate |= c.text.find("paPayAccLinkHeader (") != std::string::npos && i == 4 &&
-                                  c.types[i].rfind("datetime2", 0) == 0;
+                    const char* table = i == 4 ? "paPayAccLinkHeader (" : i == 7 ? details.c_str() : nullptr;
+                    if (table && c.text.find(table) != std::string::npos)
+                        dates.insert(table + c.types[i].substr(0, 9));
                 }
             }
     EXPECT_TRUE(remarksAsUnicode);
-    EXPECT_TRUE(dateAsDate);
+    EXPECT_EQ(dates,
+              (std::set<std::string>{"paPayAccLinkDetails(datetime2", "paPayAccLinkHeader (datetime2"}));
     EXPECT_GE(declarations.size(), 3u);
     for (const auto& [text, forms] : declarations) EXPECT_EQ(forms.size(), 1u) << text;
 
