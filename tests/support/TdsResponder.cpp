@@ -50,7 +50,7 @@ struct Writer {
         for (char16_t c : s) u16(c);
     }
     void bvarchar(const std::string& s) {
-        auto w = common::toUtf16(s);
+        auto w = common::toUtf16(s).substr(0, 255);  // all a one-byte length can say; a name is cut
         u8(static_cast<unsigned>(w.size())), wide(w);
     }
     void usvarchar(const std::string& s) {
