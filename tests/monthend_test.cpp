@@ -64,10 +64,17 @@ TEST_F(MonthEndTest, StatusCountsWhatIsOpenAndPostingClosesItAtTheAmountsItShowe
         EXPECT_EQ(cell.open + cell.released, 0);
         EXPECT_EQ(cell.entries.size(), cell.typeCode == "P" ? 2u : 1u + (cell.sources > 1));
     }
+    // A run moved to another department after its posting: its entry shows in both departments,
+    // and once in the total.
+    c->execute("update pMonthlyPayRollProcessing set mppDepartmentID=(select max(DepartmentID) from " +
+               tables.pDepartment + " where DepartmentID<>mppDepartmentID) where mppProcessID=(select " +
+               "min(RefTransID) from paPayAccLinkDetails)");
+    EXPECT_EQ(status(9).total().entries.size(), september.total().entries.size());
 
     const report::MonthStatus before = status(10);
     EXPECT_EQ(before.total().sources, 3 * (5 + 8));
     EXPECT_EQ(before.total().open, before.total().sources);
+    EXPECT_EQ(before.total().withoutRate, 0);
     ProgramResult open = run("status --from 01/10/2026 --to 31/10/2026 --csv open.csv");
     EXPECT_EQ(open.status, 1) << open.err;
     const std::string csv = testsupport::slurp(tmp.file("open.csv"));
@@ -142,6 +149,13 @@ TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) 
     for (int k = 0; k < 4; ++k)
         e.push_back(id("select min(h.TransID)" + live + "'P' and h.TransID>" + (k ? e.back() : "0")));
     const std::string copied = id("select max(h.TransID)" + live + "'O'");
+    const std::string cancelled = id("select min(TransID) from paPayAccLinkHeader where Cancelled=1");
+    // A line by hand in a currency not the department's: half a cent more is rounding.
+    const std::string hand =
+        id("select min(p.TransID*100+p.DetailID) from paPayAccLinkPostingDetails p, paPayAccLinkHeader h, " +
+           tables.pDepartment +
+           " d where h.TransID=p.TransID and h.Cancelled=0 and h.TransType='S' and "
+           "d.DepartmentID=h.DepartmentID and p.AccCurrID<>d.DepCurrencyID");
     auto number = [&](const std::string& trans) {
         return c->open("select TransNo from paPayAccLinkHeader where TransID=" + trans)->field(0).toText();
     };
@@ -156,6 +170,8 @@ TEST_F(MonthEndTest, AuditFindsEachBreakOnceNamingEntryAndSourceAndNeverWrites) 
           "update pMonthlyPayRollProcessing set mppPosted=1 where mppProcessID=" + openRun,
           "update pPaymentHeader set phPosted=0 where phPaymentID=" + payment,
           line + "DeptAmount=DeptAmount+0.02 where DetailID=1 and TransID=" + e[0],
+          line + "DeptAmount=DeptAmount+5 where TransID=" + cancelled,
+          line + "Editable='Y', DeptAmount=DeptAmount+0.008 where TransID*100+DetailID=" + hand,
           line + "AccountID=999999 where DetailID=2 and TransID=" + e[1],
           line + "AccCurrID=NULL where DetailID=1 and TransID=" + e[2],
           "update paPayAccLinkHeader set TransNo='" + number(copied) + "' where TransID=" + e[3],

@@ -1,7 +1,7 @@
 // The rights as one table: every combination of New, Edit, Delete and Print in the rights row of
-// a user other than the administrator, the same letters in lower case or among others, and the
-// administrator without a row, each against the browser's buttons (at load, then on a cancelled
-// and on an open entry) and the program's post, print and export run as that user.
+// a user other than the administrator, the same letters in lower case or among others, and either
+// user without a row, each against the browser's buttons (at load, then on a cancelled and on an
+// open entry) and the program's post, print, export and trace run as that user.
 #include <filesystem>
 
 #include "TestSupport.h"
@@ -22,7 +22,7 @@ std::vector<Rights> table() {
             if (mask & 1 << bit) letters += "NEDP"[bit];
         rows.push_back({4, letters});
     }
-    rows.insert(rows.end(), {{4, "nedp"}, {4, "PxD"}, {1, "-"}});
+    rows.insert(rows.end(), {{4, "nedp"}, {4, "PxD"}, {1, "-"}, {4, "-"}});
     return rows;
 }
 
@@ -36,11 +36,12 @@ TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
     if (letters != "-")
         raw->execute("insert into puserrights (companyid, userid, interfaceid, FunctionRights) values (1, " +
                      u + ", 60, '" + letters + "')");
-    // At load a missing row gives the administrator everything; moving in the list re-applies the
-    // row's letters (none without a row), and Delete never on a cancelled entry.
+    // At load a missing row gives the administrator, and only him, everything; moving in the list
+    // re-applies the row's letters (none without a row), and Delete never on a cancelled entry.
     auto rule = [&](const std::string& buttons, bool load) {
         std::string s;
-        for (char b : buttons) s += (letters == "-" ? load : letters.find(b) != std::string::npos) ? b : '-';
+        for (char b : buttons)
+            s += (letters == "-" ? load && user == 1 : letters.find(b) != std::string::npos) ? b : '-';
         return s;
     };
     module->session.userId = user;
@@ -56,8 +57,8 @@ TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
     EXPECT_EQ(shown,
               rule("NEDP", true) + " " + row + " " + row.substr(0, 2) + "-" + row.substr(3) + " " + row);
 
-    // The program needs New to post and Print to print or export, says which it lacks and then
-    // writes nothing.
+    // The program needs New to post and Print to print, export or trace, says which it lacks and
+    // then writes nothing.
     auto run = [&](const std::string& args, const std::string& refusal, const std::string& file) {
         auto r =
             testsupport::runProgram(tmp.path().string(), args + " --user " + u + " --db '" + dbPath + "'",
@@ -72,9 +73,10 @@ TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
                               "\"N\" right", "-"),
                       print = run("print --entry PAL/1 --pdf voucher.pdf", "no Print right", "voucher.pdf"),
                       csv = run("export --from 01/08/2026 --to 31/08/2026 --csv lines.csv", "no Print right",
-                                "lines.csv");
-    EXPECT_EQ(post + print + csv, std::string(mayPost ? "0\n" : "1 refused\n") +
-                                      (mayPrint ? "0\n0\n" : "2 refused\n2 refused\n"));
+                                "lines.csv"),
+                      trace = run("trace --run 261", "no Print right", "-");
+    EXPECT_EQ(post + print + csv + trace, std::string(mayPost ? "0\n" : "1 refused\n") +
+                                              (mayPrint ? "0\n0\n0\n" : "2 refused\n2 refused\n2 refused\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, RightsTest, ::testing::ValuesIn(table()), [](const auto& info) {

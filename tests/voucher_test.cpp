@@ -171,12 +171,16 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
     text = pdfText(tmp.file("PAL-2.pdf"));
     EXPECT_NE(text.find("CANCELLED"), std::string::npos);
     EXPECT_NE(text.find("Entered against the wrong period"), std::string::npos);
-    // An entry numbered PAL-2 gets a file of its own and leaves PAL/2's as it was.
+    // An entry numbered PAL-2 gets a file of its own and leaves PAL/2's as it was; another
+    // company's PAL-2 is its own.
     raw->execute(
         "insert into paPayAccLinkHeader (CompanyID, TransID, DepartmentID, TransNo, TransDate, TransType, "
-        "Remarks, Cancelled) values (1, 61, 3, 'PAL-2', '2026-10-31', 'O', 'Dash', 0)");
+        "Remarks, Cancelled) values (1, 61, 3, 'PAL-2', '2026-10-31', 'O', 'Dash', 0), (2, 62, 3, 'PAL-2', "
+        "'2026-10-31', 'O', 'Its own', 0)");
     ASSERT_EQ(run("print --entry PAL-2").status, 0);
     EXPECT_NE(pdfText(tmp.file("PAL%2D2.pdf")).find("Dash"), std::string::npos);
+    ASSERT_EQ(run("print --entry PAL-2 --company 2 --pdf pearl.pdf").status, 0);
+    EXPECT_NE(pdfText(tmp.file("pearl.pdf")).find("Its own"), std::string::npos);
     EXPECT_NE(pdfText(tmp.file("PAL-2.pdf")).find("CANCELLED"), std::string::npos);
     std::set<std::string> names;
     for (const char* no :
