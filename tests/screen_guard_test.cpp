@@ -1,39 +1,14 @@
-// Text boxes that edit whole characters and refuse NUL, typed on the screens and through the
-// component's entry as `payacclink script` runs it.
-#include <algorithm>
-#include <sstream>
+// Text boxes that edit whole characters and refuse NUL, typed and pasted on the screens.
 #include <string>
 
 #include "TestSupport.h"
-#include "browser/FrmMaster.h"
 #include "common/Utf8.h"
 #include "data/TableNames.h"
-#include "entry/qorPayrollAccounts.h"
 #include "linking/frmPayrollAccountsLinking.h"
-#include "script/ScriptRunner.h"
 
 namespace {
 
-class ScreenGuardTest : public testsupport::ModuleTest {
-protected:
-    // Runs a script on the component as `payacclink script` does: its status, then its output.
-    std::pair<int, std::string> script(const std::string& text) {
-        entry::qorPayrollAccounts component(*module);
-        component.strProjectKey = entry::kProjectKey;
-        component.MsgboxTitle = module->session.msgTitle;
-        component.ProcessDate = module->session.processDate;
-        component.intUserID = module->session.userId;
-        component.intCompanyID = 1;
-        component.intInterfaceID = 60;
-        component.setAdocon(trace);
-        std::istringstream in(text);
-        std::ostringstream out;
-        script::ScriptRunner runner(toolkit, out);
-        const int status = runner.run(in, [&] { component.Show(); });
-        module->collect();
-        return {status, out.str()};
-    }
-};
+class ScreenGuardTest : public testsupport::ModuleTest {};
 
 TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
     data::AssignTableName(*trace, module->session.tables);
@@ -76,24 +51,16 @@ TEST_F(ScreenGuardTest, TextBoxesEditWholeCharacters) {
         EXPECT_EQ(remarks.text().find(bad), std::string::npos);
         EXPECT_EQ(common::validUtf8(remarks.text()), remarks.text());
     }
+    // A NUL, typed or pasted, is refused with a message and the text stays as it was.
+    const std::string kept = remarks.text();
+    remarks.userType(std::string("b\0c", 3));
+    remarks.userPaste(std::string("b\0c", 3));
+    EXPECT_EQ(remarks.text(), kept);
+    ASSERT_EQ(toolkit.messages.size(), 2u);
+    const ui::MessageBoxRequest& m = toolkit.messages[1].request;
+    EXPECT_EQ(m.text, "This field cannot hold the character NUL (code 0), so the text was left as it was.");
+    EXPECT_EQ(m.title + " " + std::to_string(m.style), "Payroll Accounts Linking 64");
     EXPECT_TRUE(toolkit.errors.empty());
-}
-
-TEST_F(ScreenGuardTest, NulIsRefusedWithAMessage) {
-    // "#" stands for a NUL typed into the remarks: the text stays as it was.
-    std::string text = R"(click cmdnew
-type txtRemarks مرحبا
-set txtRemarks a#b
-expect-message This field cannot hold the character NUL (code 0), so the text was left as it was.
-expect txtRemarks مرحبا
-answer No
-close
-)";
-    std::replace(text.begin(), text.end(), '#', '\0');
-    const auto [status, out] = script(text);
-    EXPECT_EQ(status, 0) << out;
-    EXPECT_EQ(toolkit.messages.at(0).request.title, "Payroll Accounts Linking");
-    EXPECT_EQ(toolkit.messages.at(0).request.style, ui::vbOKOnly + ui::vbInformation);
 }
 
 }  // namespace
