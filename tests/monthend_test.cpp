@@ -232,6 +232,10 @@ TEST(MonthEndTraceTest, TraceShowsEveryEntryThatHeldARunWithItsUsersAndReason) {
             ->field(0)
             .toText();
 
+    // PAL/6 was posted before its cancellation; a payment may have the run's id.
+    c->execute("update paPayAccLinkHeader set Posted=1 where TransNo='PAL/6'");
+    c->execute("insert into pPaymentHeader (phCompanyID, phPaymentID, phType) values (1, " + id + ", 'S')");
+    EXPECT_NE(run("trace --payment " + id).out.find("No entry holds it."), std::string::npos);
     ProgramResult trace = run("trace --run " + id);
     ASSERT_EQ(trace.status, 0) << trace.err;
     std::stringstream split(trace.out);

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "TestSupport.h"
+#include "browser/PostAllDepartments.h"
 #include "data/sqlite/SqliteConnection.h"
 #include "support/Oracle.h"
 
@@ -85,6 +86,16 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
     EXPECT_EQ(one.status, 0) << one.err;
     EXPECT_NE(one.out.find("Administration               PAL/11"), std::string::npos) << one.out;
     EXPECT_EQ(one.out.find("Export Sales"), std::string::npos) << one.out;
+
+    // The totals keep debits and credits apart in each currency, where lines in one currency do
+    // not balance on their own.
+    browser::DepartmentOutcome d;
+    d.status = browser::DepartmentOutcome::Status::Posted;
+    d.totals = {{"USD", {10, 4}}, {"AED", {22.02, 44}}};
+    EXPECT_NE(browser::PostSummary({d, d}, false, false)
+                  .find("2 posted           0      0           44.04           88.00  AED\n" +
+                        std::string(67, ' ') + "20.00            8.00  USD\n"),
+              std::string::npos);
 }
 
 TEST_F(PostTest, RefusedDepartmentsAreReportedWithTheScreensMessageAndTheRestPosted) {

@@ -228,6 +228,7 @@ TEST(ServerDialect, ALiteralBeyondAsciiGetsItsNOnce) {
         {"select 'راتب'", "select N'راتب'"},
         {"where a like'é%'", "where a like N'é%'"},
         {"values(N'é',n'ü')", "values(N'é',n'ü')"},
+        {"select 'O''Brien ü', [é] /* 'ü' */ -- 'ü'", "select N'O''Brien ü', [é] /* 'ü' */ -- 'ü'"},
     };
     for (const auto& [sql, want] : cases) EXPECT_EQ(data::odbc::unicodeLiterals(sql), want) << sql;
 }
