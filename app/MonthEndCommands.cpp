@@ -289,10 +289,14 @@ int runTrace(const Options& o, data::Connection& c, int32_t companyId, int32_t u
                           std::to_string(companyId));
 
         std::ostringstream out;
-        out << (payroll ? "Payroll run " : t.typeName + " payment ") << t.number << " (id " << id << "), "
-            << (t.employee.empty() ? "no employee" : t.employee) << ", " << t.department << ", dated "
-            << t.date << ": " << (t.flagged ? "flagged posted" : "not flagged posted") << ", held by "
-            << t.live() << " live entr" << (t.live() == 1 ? "y" : "ies") << ".\n";
+        // A part the source row leaves empty is left out rather than shown as a gap.
+        auto part = [](const std::string& before, const std::string& text) {
+            return text.empty() ? std::string() : before + text;
+        };
+        out << (payroll ? "Payroll run" : t.typeName + " payment") << part(" ", t.number) << " (id " << id
+            << "), " << (t.employee.empty() ? "no employee" : t.employee) << part(", ", t.department)
+            << part(", dated ", t.date) << ": " << (t.flagged ? "flagged posted" : "not flagged posted")
+            << ", held by " << t.live() << " live entr" << (t.live() == 1 ? "y" : "ies") << ".\n";
         if (t.entries.empty()) {
             out << "No entry holds it.\n";
             return shown(out, 0);
