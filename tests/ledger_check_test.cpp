@@ -78,8 +78,7 @@ TEST_F(LinkingTest, TheLedgerCheckAllowsHalfACentPerLineConvertedIntoThatCurrenc
             "insert into paPayAccLinkPostingDetails (CompanyID, TransID, DetailID, DepartmentID, AccountID, "
             "AccountDesc, AccCurrID, AccCurrSymbol, DebitAmount, CreditAmount, DeptAmount, CompAmount, "
             "Editable) values (1, 900, 1, 5, 1021, 'Basic Salaries - INR', 3, 'INR', 100, 0, 100, 4.41, "
-            "'N'), "
-            "(1, 900, 2, 5, 1001, 'Basic Salaries - AED', 1, 'AED', 0, 4.41, " +
+            "'N'), (1, 900, 2, 5, 1001, 'Basic Salaries - AED', 1, 'AED', 0, 4.41, " +
             std::string(deptOfHandLine) + ", " + compOfHandLine + ", 'Y')");
         return linking::LedgerCheck(*raw, tables, {1, 900, true, {}, {}});
     };

@@ -429,8 +429,7 @@ protected:
         b.flexMaster.userSelectCell(row, 0);
         if (!b.CmdDelete.enabled()) return;
         const std::string state =
-            "select Cancelled || cancelremarks from paPayAccLinkHeader where "
-            "CompanyID=7 and TransID=" +
+            "select Cancelled || cancelremarks from paPayAccLinkHeader where CompanyID=7 and TransID=" +
             b.flexMaster.textMatrix(row, 0);
         const std::string was = scalar(state).joinText();
         u.tk->answers = {ui::vbYes};

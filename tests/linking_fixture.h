@@ -34,8 +34,7 @@ protected:
         ModuleTest::SetUp();
         raw->execute(
             "insert into pDepartmentMaster (CompanyID, DepartmentID, DepartmentName, DepCurrencyID) values "
-            "(1, 9, "
-            "'Test Lab', 1)");
+            "(1, 9, 'Test Lab', 1)");
         for (int e = 901; e <= 906; ++e) {  // 906 is paid in dollars
             const std::string n = std::to_string(e);
             raw->execute(

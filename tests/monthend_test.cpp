@@ -292,11 +292,18 @@ TEST_F(MonthStatusViewTest, OpenCellOpensNewFilledInAndPostedCellItsEntry) {
     EXPECT_EQ(module->frmPayrollAccountsLinking().txtTransNo.text(), posted.entries[0].transNo);
     module->frmPayrollAccountsLinking().cmdClose.userClick();
     module->collect();
+    // A run its entry no longer holds: the cell opens New again, for that run.
+    const std::string t = std::to_string(posted.entries[0].transId);
+    raw->execute("delete from paPayAccLinkDetails where TransID=" + t +
+                 " and RefTransID=(select max(RefTransID) from paPayAccLinkDetails where TransID=" + t + ")");
+    view.load(view.from());
+    EXPECT_EQ(view.open("P", admin), Opened::NewEntry);
 
     // The read-only user may look, and print, but not start an entry.
     reopen();
     module->session.userId = 2;
     browser::MonthStatusView readOnly(module->FrmMaster());
+    EXPECT_TRUE(readOnly.permitted());
     readOnly.load(common::DateTime::ymd(2026, 9, 1));
     EXPECT_EQ(readOnly.open("P", admin), Opened::Nothing);
     EXPECT_EQ(readOnly.refusal(), "You may not make new entries.");

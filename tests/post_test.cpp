@@ -93,8 +93,7 @@ TEST_F(PostTest, PostsEachDepartmentOnceAndADryRunWritesNothing) {
     d.status = browser::DepartmentOutcome::Status::Posted;
     d.totals = {{"USD", {10, 4}}, {"AED", {22.02, 44}}};
     EXPECT_NE(browser::PostSummary({d, d}, false, false)
-                  .find("2 posted           0      0           44.04           88.00  AED\n" +
-                        std::string(67, ' ') + "20.00            8.00  USD\n"),
+                  .find(std::string(67, ' ') + "20.00            8.00  USD\n"),
               std::string::npos);
 }
 
@@ -155,8 +154,7 @@ TEST_F(PostTest, ADepartmentStopsAtItsFirstMessageOrErrorAndNothingHalfListedIsS
         // refuses what the balance alone would pass.
         {"update pExchangeRate set Rate=0 where CompanyID=1 and CurrencyID1=1 and CurrencyID2=2",
          {"not posted: Line 5, Basic Salaries - USD, has no department amount: check the exchange rate from "
-          "USD "
-          "to AED.",
+          "USD to AED.",
           "not posted: Line 1, Basic Salaries - USD, has no company amount: check the exchange rate from USD "
           "to AED.",
           "2 posted, 0 with nothing to post, 3 not posted"},

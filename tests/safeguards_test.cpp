@@ -198,8 +198,7 @@ TEST_F(LinkingTest, ASourceOfAnOlderEntryThatNeverFlaggedItIsNamedWithWhatToDo) 
     EXPECT_EQ(lastMessage(),
               "Entry PAL/6 already links payment " + payment +
                   " but, saved before sources were marked posted, never marked it so, which is why "
-                  "it is listed as open; untick it, or cancel PAL/6 first if this entry should "
-                  "link it.");
+                  "it is listed as open; untick it, or cancel PAL/6 first if this entry should link it.");
     EXPECT_EQ(dbState(), before);
 }
 

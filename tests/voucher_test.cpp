@@ -199,8 +199,7 @@ TEST_F(VoucherTest, PrintWritesThePdfOfAnEntryOverAsManyPagesAsItNeeds) {
         "AccountDesc, Description, AccCurrSymbol, RefCurrSymbol, DebitAmount, CreditAmount, DeptAmount, "
         "CompAmount) with recursive n(i) as (select 1 union all select i + 1 from n where i < 2000) "
         "select 1, 60, i, 3, 3001 - 1000 * (i % 2), 'Account', 'Line ' || i, 'AED', 'AED', (100 + i) * (i % "
-        "2), "
-        "(99 + i) * (1 - i % 2), 0, 0 from n");
+        "2), (99 + i) * (1 - i % 2), 0, 0 from n");
     r = run("print --entry PAL/60 --pdf long.pdf");
     ASSERT_EQ(r.status, 0) << r.err;
     text = pdfText(tmp.file("long.pdf"));

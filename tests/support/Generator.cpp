@@ -148,8 +148,7 @@ int64_t ensureMasterData(Connection& c, int k, int64_t department, const Tables&
         c.execute("insert into aAccountMaster (CompanyID, AccountID, AccountDesc, CurrencyID) values (" +
                   company + "," + num(id) + "," + quote(name) + "," + num(companyCurrency) + ")");
         c.execute(
-            "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) "
-            "values (" +
+            "insert into paPayAccLinkSettings (CompanyID, SettingCode, SettingName, adcAccountID) values (" +
             company + "," + quote(code) + "," + quote(name) + "," + num(id) + ")");
     }
 
@@ -209,8 +208,7 @@ void insertJournalLines(Connection& c, const Tables& t, const std::string& compa
               "round(sum(case when Credit = 1 then AccountAmount else 0 end), 2), "
               "round(sum(case when Credit = 1 then -RefTransAmount else RefTransAmount end), 2), "
               "round(sum(case when Credit = 1 then -DeptAmount else DeptAmount end), 2), "
-              "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' "
-              "from " +
+              "round(sum(case when Credit = 1 then -CompAmount else CompAmount end), 2), 'N' from " +
               t.details + " where CompanyID = " + company + " and TransID >= " + num(from) +
               " and TransID < " + num(to) + " group by CompanyID, TransID, AccountID, TransCurrID");
 }
@@ -240,8 +238,7 @@ std::string randomName(Pick& pick) {
 
 constexpr const char* kDetailColumns =
     " (CompanyID, TransID, DetailID, DepartmentID, RefTransID, RefTransNo, RefTransType, RefTransDate, "
-    "EmpID, "
-    "EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, "
+    "EmpID, EmpName, EmpNo, AccountID, AccountDesc, TransCurrSymbol, AccCurrSymbol, TransCurrID, AccCurrID, "
     "RefTransAmount, AccountAmount, DeptAmount, CompAmount, Credit) ";
 
 // Sources of every kind and the entries that link the posted months' ones; see the header.

@@ -371,8 +371,7 @@ std::string Oracle::ledger(const common::DateTime& from, const common::DateTime&
         "p.AccountID, p.AccountDesc, p.Description, coalesce(c.Symbol, p.AccCurrSymbol), p.DebitAmount, "
         "p.CreditAmount, p.DeptAmount, p.CompAmount, case when h.Cancelled=1 then 'Cancelled' when "
         "h.Posted=1 then 'Posted' else 'Open' end from paPayAccLinkHeader h join paPayAccLinkPostingDetails "
-        "p "
-        "on p.CompanyID=h.CompanyID and p.TransID=h.TransID left join pDepartmentMaster d on "
+        "p on p.CompanyID=h.CompanyID and p.TransID=h.TransID left join pDepartmentMaster d on "
         "d.CompanyID=h.CompanyID and d.DepartmentID=h.DepartmentID left join pCurrencyMaster c on "
         "c.CompanyID=p.CompanyID and c.CurrencyID=p.AccCurrID where h.CompanyID=" +
         std::to_string(company_) + " and date(h.TransDate) between '" + day(from) + "' and '" + day(to) +
