@@ -40,7 +40,8 @@ TEST_F(PostingMenuTest, MenuFollowsTheSelectedLineAndOpensTheEditor) {
     auto& ed = module->frmJournalDetails();
     EXPECT_EQ(toolkit.topForm(), &ed);
     EXPECT_FALSE(module->AddMode);
-    EXPECT_EQ(ed.cboAccountID.text() + " " + ed.txtAmount.text(), "Salary Advances to Staff 60");
+    EXPECT_EQ(ed.cboAccountID.text() + " " + ed.txtAmount.text() + " " + ed.txtBalance.text(),
+              "Salary Advances to Staff 60 100");
     ed.cmdCancel.userClick();
     popupItems(f, 1);
     f.mnuAdd.userClick();

@@ -84,6 +84,10 @@ TEST_F(SafeguardTest, AnEntryClosedMeanwhileIsClosedToAnOpenEditOrCancellation) 
 TEST_F(SafeguardTest, AStaleEditOfASourceAnotherEntryTookMeanwhileIsRefused) {
     addRun(9101, 901, 1000, 100, 50);
     addRun(9102, 902, 2000, 200, 80);
+    // Another company's entry linking a run of the same id takes nothing from this one.
+    raw->execute("insert into paPayAccLinkHeader (CompanyID, TransID, TransType) values (2, 50, 'P')");
+    raw->execute(
+        "insert into paPayAccLinkDetails (CompanyID, TransID, DetailID, RefTransID) values (2,50,1,9101)");
     saveOpenRuns();
 
     OtherCopy stale(*module, dbPath);
