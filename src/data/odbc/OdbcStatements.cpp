@@ -199,14 +199,15 @@ std::vector<Parameter> describeProcedure(Link& link, const std::string& qualifie
     RecordsetPtr rs = recordsOf(out);
     std::vector<Parameter> params;
     // Columns of the catalog result: 2 schema, 3 name, 4 column, 5 kind, 6 SQL type. A catalog
-    // may answer namesakes in other schemas too; the server runs the dbo one for a bare name,
-    // else the one it answered first.
+    // may answer namesakes in other schemas too: ours is the dbo one, which a bare name runs for
+    // a caller whose default schema is dbo, else the first answered.
     auto procedureOf = [](const std::vector<Value>& row) {
         return row[1].joinText() + "." + row[2].joinText();
     };
     const auto& rows = rs->rows();
-    const auto dbo = std::find_if(rows.begin(), rows.end(),
-                                  [](const auto& row) { return common::LCase(row[1].joinText()) == "dbo"; });
+    const auto dbo = std::find_if(rows.begin(), rows.end(), [](const auto& row) {
+        return common::EqualsNoCase(row[1].joinText(), "dbo");
+    });
     const std::string owner = dbo != rows.end() ? procedureOf(*dbo)
                               : rows.empty()    ? ""
                                                 : procedureOf(rows.front());
