@@ -28,7 +28,7 @@ std::vector<Rights> table() {
 
 class RightsTest : public testsupport::ModuleTest, public ::testing::WithParamInterface<Rights> {};
 
-TEST_P(RightsTest, ButtonsPostPrintAndExportFollowTheRights) {
+TEST_P(RightsTest, ButtonsPostPrintExportAndTraceFollowTheRights) {
     const int user = GetParam().user;
     const std::string letters = GetParam().letters;
     const std::string u = std::to_string(user);
